@@ -1,0 +1,61 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/input_event.h"
+
+namespace tapeloop {
+
+/// 128 bits that identify a saved recording.
+struct Uuid {
+  std::array<std::uint8_t, 16> bytes{};
+
+  /// A fresh random (version 4) one.
+  static Uuid random();
+  /// Accepts either case. Nothing if `text` is not 8-4-4-4-12 hexadecimal digits.
+  static std::optional<Uuid> parse(std::string_view text);
+  /// Canonical, in upper case: 36 characters.
+  [[nodiscard]] std::string text() const;
+  friend bool operator==(const Uuid&, const Uuid&) = default;
+};
+
+/// The stored form of one captured sequence. Row i of the nine columns is the i-th event. Columns of
+/// a stored record may differ in length; a reader of row i checks i against each column it reads.
+struct Recording {
+  std::string title;
+  Uuid uniqueID;
+  std::vector<std::string> typeArray;          ///< Event kinds: ".keyDown".
+  std::vector<double> timestampArray;          ///< Seconds since system start-up.
+  std::vector<double> locXArray;               ///< Points.
+  std::vector<double> locYArray;               ///< Points, upwards.
+  std::vector<double> scrollingDeltaXArray;    ///< 0 but for scroll events.
+  std::vector<double> scrollingDeltaYArray;    ///< 0 but for scroll events.
+  std::vector<std::uint16_t> charArray;        ///< Virtual key codes; 0 but for key events.
+  std::vector<std::string> modifierArray;      ///< ".shift.command"; "" but for key events.
+  std::vector<std::int64_t> clickCountArray;   ///< 0 but for button events.
+
+  /// The row rule. An event of a kind that recordings do not hold adds nothing.
+  void append(const InputEvent& event);
+  friend bool operator==(const Recording&, const Recording&) = default;
+};
+
+/// The kind string of an event type; empty for types that recordings do not hold.
+std::string_view eventKind(EventType type);
+
+/// A record of `events`, titled "New Recording", with an identity of its own.
+Recording makeRecording(const std::vector<InputEvent>& events);
+
+}  // namespace tapeloop
+
+/// Equal records hash alike.
+template <>
+struct std::hash<tapeloop::Recording> {
+  std::size_t operator()(const tapeloop::Recording& recording) const noexcept;
+};

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/app_review.h"
+#include "platform/clock.h"
+#include "platform/defaults_store.h"
+#include "platform/event_synthesis.h"
+#include "platform/input_monitor.h"
+#include "platform/permission.h"
+#include "platform/run_loop.h"
+#include "platform/screens.h"
+#include "platform/trace.h"
+#include "platform/window_system.h"
+
+namespace tapeloop {
+
+/// Every service of one desktop, for whoever hands them out. A consumer takes only those it needs.
+/// The services outlive whoever holds this.
+struct Desktop {
+  RunLoop& runLoop;
+  Clock& clock;
+  Trace& trace;
+  DefaultsStore& defaults;
+  Permission& permission;
+  InputMonitor& inputMonitor;
+  EventSynthesis& eventSynthesis;
+  Screens& screens;
+  WindowSystem& windows;
+  AppReview& review;
+};
+
+}  // namespace tapeloop

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "platform/input_event.h"
+
+namespace tapeloop {
+
+enum class MouseButton : std::uint32_t { left = 0, right = 1 };
+enum class ScrollUnit : std::uint32_t { pixel = 0 };
+/// Where a posted event enters: with what the hardware sends.
+enum class TapLocation : std::uint32_t { hid = 0 };
+enum class EventField : std::uint32_t { mouseClickState = 1 };
+
+/// An input event that has been created and not yet posted.
+struct SyntheticEvent {
+  EventType type = EventType::mouseMoved;
+  Point position;  ///< Mouse events. Origin at the primary screen's top-left corner, y downwards.
+  MouseButton button = MouseButton::left;
+  std::int64_t clickState = 0;
+  std::uint16_t keyCode = 0;
+  std::uint64_t flags = 0;  ///< Key events: the modifiers that are down while it is delivered.
+  std::int32_t wheel1 = 0;  ///< Scroll events: pixels up.
+  std::int32_t wheel2 = 0;  ///< Scroll events: pixels to the left.
+  friend bool operator==(const SyntheticEvent&, const SyntheticEvent&) = default;
+};
+
+[[nodiscard]] inline std::uint64_t CGEventGetFlags(const SyntheticEvent& event) {
+  return event.flags;
+}
+inline void CGEventSetFlags(SyntheticEvent& event, std::uint64_t flags) { event.flags = flags; }
+inline void CGEventSetIntegerValueField(SyntheticEvent& event, EventField, std::int64_t value) {
+  event.clickState = value;
+}
+
+/// Creates synthetic input events and posts them into the desktop's input stream.
+class EventSynthesis {
+ public:
+  virtual ~EventSynthesis() = default;
+
+  // Each of these returns nothing when the platform can't make such an event.
+  virtual std::optional<SyntheticEvent> CGEventCreateMouseEvent(EventType type, Point position,
+                                                                MouseButton button) = 0;
+  virtual std::optional<SyntheticEvent> CGEventCreateKeyboardEvent(std::uint16_t keyCode,
+                                                                   bool keyDown) = 0;
+  virtual std::optional<SyntheticEvent> CGEventCreateScrollWheelEvent2(
+      ScrollUnit units, std::uint32_t wheelCount, std::int32_t wheel1, std::int32_t wheel2,
+      std::int32_t wheel3) = 0;
+
+  /// Applications receive the event as if hardware had sent it.
+  virtual void CGEventPost(TapLocation tap, const SyntheticEvent& event) = 0;
+
+  /// While any session lives, a key or button that was posted down stays down until its release is
+  /// posted. When the last one goes, whatever is still down is released. Sessions may outlive the
+  /// service; they then do nothing.
+  class PostingSession {
+   public:
+    virtual ~PostingSession() = default;
+  };
+  [[nodiscard]] virtual std::shared_ptr<PostingSession> beginPosting() = 0;
+};
+
+}  // namespace tapeloop

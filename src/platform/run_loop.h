@@ -1,0 +1,28 @@
+#pragma once
+
+#include <functional>
+
+#include "platform/timer_queue.h"
+
+namespace tapeloop {
+
+/// The timers of the main run loop. Everything in the program runs on its thread, one block after
+/// the other.
+class RunLoop {
+ public:
+  virtual ~RunLoop() = default;
+
+  /// Fires `interval` seconds from now, once or again and again. Timers that are created in one
+  /// turn of the loop count from the same instant, so their distances are exact. Stays alive until
+  /// it is spent or invalidated, whether or not the caller keeps it.
+  virtual TimerRef scheduledTimerWithTimeInterval(double interval, TimerRepeats repeats,
+                                                  TimerBlock block) = 0;
+
+  /// Runs `block` once, `delay` seconds from now. Can't be cancelled.
+  void dispatchAfter(double delay, std::function<void()> block) {
+    scheduledTimerWithTimeInterval(delay, TimerRepeats::no,
+                                   [block = std::move(block)](const TimerRef&) { block(); });
+  }
+};
+
+}  // namespace tapeloop

@@ -1,0 +1,115 @@
+#include "platform/timer_queue.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace tapeloop {
+namespace {
+
+constexpr double nanosecondsPerSecond = 1e9;
+constexpr std::int64_t shortestPeriod = 100'000;
+// Far enough away never to come, near enough that adding it to any time does not overflow.
+constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max() / 4;
+
+std::int64_t toNanoseconds(double seconds) {
+  const double nanoseconds = seconds * nanosecondsPerSecond;
+  if (!(nanoseconds > 0)) return 0;
+  if (nanoseconds >= static_cast<double>(never)) return never;
+  return std::llround(nanoseconds);
+}
+
+}  // namespace
+
+Timer::Timer(std::int64_t interval, TimerRepeats repeats, TimerBlock block)
+    : block_(std::move(block)), interval_(interval), repeats_(repeats) {}
+
+void Timer::fire() {
+  if (!block_) return;
+  // The block may invalidate the timer, or let go of its owner's last reference to it; it must
+  // survive its own run.
+  const TimerRef self = shared_from_this();
+  TimerBlock block = std::exchange(block_, nullptr);
+  running_ = repeats_ == TimerRepeats::yes;
+  block(self);
+  if (running_) block_ = std::move(block);
+  running_ = false;
+}
+
+void Timer::invalidate() {
+  running_ = false;
+  // Moved out first: what the block owns may come back here while it is being destroyed.
+  const TimerBlock gone = std::exchange(block_, nullptr);
+}
+
+std::string Timer::description() const {
+  std::array<char, 32> seconds{};
+  const auto end = std::to_chars(seconds.begin(), seconds.end(),
+                                 static_cast<double>(interval_) / nanosecondsPerSecond)
+                       .ptr;
+  std::string text = repeats_ == TimerRepeats::yes ? "Timer every " : "Timer after ";
+  text.append(seconds.begin(), end).append(" s");
+  if (!isValid()) text += ", invalid";
+  return text;
+}
+
+struct TimerQueue::Later {
+  bool operator()(const Entry& a, const Entry& b) const {
+    if (a.deadline != b.deadline) return a.deadline > b.deadline;
+    return a.sequence > b.sequence;
+  }
+};
+
+TimerRef TimerQueue::schedule(std::int64_t now, double interval, TimerRepeats repeats,
+                              TimerBlock block) {
+  std::int64_t nanoseconds = toNanoseconds(interval);
+  if (repeats == TimerRepeats::yes) nanoseconds = std::max(nanoseconds, shortestPeriod);
+  auto timer = std::make_shared<Timer>(nanoseconds, repeats, std::move(block));
+  push({now + nanoseconds, nextSequence_++, timer});
+  return timer;
+}
+
+std::optional<std::int64_t> TimerQueue::nextDeadline() {
+  while (!heap_.empty() && !heap_.front().timer->isValid()) pop();
+  if (heap_.empty()) return std::nullopt;
+  return heap_.front().deadline;
+}
+
+bool TimerQueue::fireNext(std::int64_t now) {
+  const auto deadline = nextDeadline();
+  if (!deadline || *deadline > now || heap_.front().sequence >= passEnd_) return false;
+  Entry entry = pop();
+  if (entry.timer->repeats_ == TimerRepeats::yes) {
+    // On the queue again before the block runs, so that a block that invalidates the timer or asks
+    // for the next deadline finds it there.
+    const std::int64_t interval = entry.timer->interval_;
+    const std::int64_t missed = (now - entry.deadline) / interval;
+    push({entry.deadline + (missed + 1) * interval, nextSequence_++, entry.timer});
+  }
+  entry.timer->fire();
+  return true;
+}
+
+void TimerQueue::push(Entry entry) {
+  // Invalid timers are dropped when they come to the front, or here, before the list would grow:
+  // stopping a long run again and again does not pile up its timers until their deadlines.
+  if (heap_.size() == heap_.capacity()) {
+    const auto dropped =
+        std::erase_if(heap_, [](const Entry& known) { return !known.timer->isValid(); });
+    if (dropped > 0) std::make_heap(heap_.begin(), heap_.end(), Later{});
+  }
+  heap_.push_back(std::move(entry));
+  std::push_heap(heap_.begin(), heap_.end(), Later{});
+}
+
+TimerQueue::Entry TimerQueue::pop() {
+  std::pop_heap(heap_.begin(), heap_.end(), Later{});
+  Entry entry = std::move(heap_.back());
+  heap_.pop_back();
+  return entry;
+}
+
+}  // namespace tapeloop

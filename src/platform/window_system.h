@@ -1,0 +1,90 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "platform/geometry.h"
+
+namespace tapeloop {
+
+/// Components from 0 to 1.
+struct Color {
+  double red = 0;
+  double green = 0;
+  double blue = 0;
+  double alpha = 1;
+  friend bool operator==(const Color&, const Color&) = default;
+};
+
+inline constexpr Color clearColor{0, 0, 0, 0};
+/// A colour whose components are given from 0 to 255.
+constexpr Color rgb(double red, double green, double blue) {
+  return {red / 255, green / 255, blue / 255, 1};
+}
+
+/// Bits of a window's style mask.
+using StyleMask = std::uint32_t;
+namespace style_mask {
+inline constexpr StyleMask borderless = 0;
+inline constexpr StyleMask titled = 1;
+inline constexpr StyleMask closable = 2;
+inline constexpr StyleMask miniaturizable = 4;
+inline constexpr StyleMask resizable = 8;
+inline constexpr StyleMask fullSizeContentView = 0x8000;
+}  // namespace style_mask
+
+enum class WindowLevel : std::int32_t { normal = 0, floating = 3 };
+enum class BackingType : std::uint32_t { buffered = 2 };
+enum class DeferCreation : std::uint8_t { no, yes };
+
+/// The state and the rules of something that a window shows. How it is drawn is known to the window
+/// system, which finds the drawing by the type of the view.
+class View {
+ public:
+  View() = default;
+  View(const View&) = delete;
+  View& operator=(const View&) = delete;
+  virtual ~View() = default;
+  /// Called when a window that shows the view comes on screen, and when it leaves.
+  virtual void onAppear() {}
+  virtual void onDisappear() {}
+};
+
+/// A view as the content of a window, clipped to a rounded rectangle.
+struct HostingView {
+  std::shared_ptr<View> view;
+  double cornerRadius = 0;
+};
+
+/// One top-level window. Letting go of the last reference closes it.
+class Window {
+ public:
+  virtual ~Window() = default;
+
+  virtual void makeKeyAndOrderFront() = 0;
+  virtual void setMovableByWindowBackground(bool movable) = 0;
+  virtual void setLevel(WindowLevel level) = 0;
+  virtual void setBackgroundColor(Color color) = 0;
+  [[nodiscard]] virtual StyleMask styleMask() const = 0;
+  virtual void setStyleMask(StyleMask mask) = 0;
+  virtual void setBackingType(BackingType type) = 0;
+  /// A window that is not released when closed may be shown again.
+  virtual void setReleasedWhenClosed(bool released) = 0;
+  /// A window that ignores mouse events lets clicks through to what lies below.
+  virtual void setIgnoresMouseEvents(bool ignores) = 0;
+  virtual void setContentView(HostingView content) = 0;
+  /// Moves the window's top-left corner to `point`.
+  virtual void setFrameTopLeftPoint(Point point) = 0;
+  /// Takes the window off the screen. Closing twice is harmless.
+  virtual void close() = 0;
+};
+
+class WindowSystem {
+ public:
+  virtual ~WindowSystem() = default;
+  /// The window is not on screen yet. Null when it can't be made.
+  virtual std::shared_ptr<Window> createWindow(Rect contentRect, StyleMask mask,
+                                               BackingType backing, DeferCreation defer) = 0;
+};
+
+}  // namespace tapeloop
