@@ -1,0 +1,13 @@
+#pragma once
+
+#include "platform/clock.h"
+
+namespace tapeloop::linux {
+
+/// The calendar time of the machine.
+class SystemClock final : public Clock {
+ public:
+  [[nodiscard]] double date() const override;
+};
+
+}  // namespace tapeloop::linux

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <functional>
+#include <initializer_list>
+#include <utility>
+#include <vector>
+
+#include <signal.h>
+
+#include "platform/linux/file_descriptor.h"
+#include "platform/linux/run_loop.h"
+
+namespace tapeloop::linux {
+
+/// Turns signals of the process into calls on the main thread, in a turn of the loop. A signal that
+/// comes several times before that is reported at least once. One watch a signal and process.
+///
+/// Handlers, and not a blocked signal mask with a signalfd: a mask is handed on to every program
+/// that this one starts, which would then not end on SIGTERM.
+class SignalWatch {
+ public:
+  /// `callback` gets the signal's number.
+  SignalWatch(EpollRunLoop& loop, std::initializer_list<int> signals,
+              std::function<void(int)> callback);
+  SignalWatch(const SignalWatch&) = delete;
+  SignalWatch& operator=(const SignalWatch&) = delete;
+  /// What the signals did before holds again.
+  ~SignalWatch();
+
+ private:
+  void read();
+
+  FileDescriptor readEnd_;
+  FileDescriptor writeEnd_;
+  std::function<void(int)> callback_;
+  std::vector<std::pair<int, struct sigaction>> previous_;
+  Watch watch_;
+};
+
+}  // namespace tapeloop::linux
