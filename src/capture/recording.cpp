@@ -1,0 +1,152 @@
+#include "capture/recording.h"
+
+#include <algorithm>
+#include <random>
+
+namespace tapeloop {
+namespace {
+
+constexpr std::string_view hexDigits = "0123456789ABCDEF";
+constexpr std::size_t uuidTextLength = 36;
+
+constexpr bool isHyphenPosition(std::size_t position) {
+  return position == 8 || position == 13 || position == 18 || position == 23;
+}
+
+int hexValue(char digit) {
+  if (digit >= '0' && digit <= '9') return digit - '0';
+  if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
+  if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
+  return -1;
+}
+
+/// Order matters: the same elements in another order, or moved to a neighbouring list, hash
+/// differently.
+class Hasher {
+ public:
+  void add(std::size_t value) { hash_ ^= value + 0x9e3779b97f4a7c15 + (hash_ << 6) + (hash_ >> 2); }
+  // std::hash of a double treats the two zeros alike.
+  void add(double value) { add(std::hash<double>{}(value)); }
+  void add(std::int64_t value) { add(static_cast<std::size_t>(value)); }
+  void add(std::uint16_t value) { add(static_cast<std::size_t>(value)); }
+  void add(const std::string& value) { add(std::hash<std::string>{}(value)); }
+  template <typename T>
+  void add(const std::vector<T>& list) {
+    add(list.size());
+    for (const T& element : list) add(element);
+  }
+  [[nodiscard]] std::size_t hash() const { return hash_; }
+
+ private:
+  std::size_t hash_ = 0;
+};
+
+}  // namespace
+
+Uuid Uuid::random() {
+  // One per saved recording: asking the system's source each time is cheap enough.
+  std::random_device device;
+  Uuid uuid;
+  for (auto& byte : uuid.bytes) byte = static_cast<std::uint8_t>(device());
+  uuid.bytes[6] = static_cast<std::uint8_t>((uuid.bytes[6] & 0x0F) | 0x40);
+  uuid.bytes[8] = static_cast<std::uint8_t>((uuid.bytes[8] & 0x3F) | 0x80);
+  return uuid;
+}
+
+std::optional<Uuid> Uuid::parse(std::string_view text) {
+  if (text.size() != uuidTextLength) return std::nullopt;
+  Uuid uuid;
+  std::size_t nibble = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (isHyphenPosition(i)) {
+      if (text[i] != '-') return std::nullopt;
+      continue;
+    }
+    const int value = hexValue(text[i]);
+    if (value < 0) return std::nullopt;
+    auto& byte = uuid.bytes[nibble++ / 2];
+    byte = static_cast<std::uint8_t>(byte << 4 | value);
+  }
+  return uuid;
+}
+
+std::string Uuid::text() const {
+  std::string text;
+  text.reserve(uuidTextLength);
+  for (const std::uint8_t byte : bytes) {
+    if (isHyphenPosition(text.size())) text += '-';
+    text += hexDigits[byte >> 4];
+    text += hexDigits[byte & 0x0F];
+  }
+  return text;
+}
+
+std::string_view eventKind(EventType type) {
+  switch (type) {
+    case EventType::leftMouseDown:
+      return ".leftMouseDown";
+    case EventType::leftMouseUp:
+      return ".leftMouseUp";
+    case EventType::rightMouseDown:
+      return ".rightMouseDown";
+    case EventType::rightMouseUp:
+      return ".rightMouseUp";
+    case EventType::mouseMoved:
+      return ".mouseMoved";
+    case EventType::leftMouseDragged:
+      return ".leftMouseDragged";
+    case EventType::keyDown:
+      return ".keyDown";
+    case EventType::keyUp:
+      return ".keyUp";
+    case EventType::scrollWheel:
+      return ".scrollWheel";
+  }
+  return {};
+}
+
+void Recording::append(const InputEvent& event) {
+  const std::string_view kind = eventKind(event.type);
+  if (kind.empty()) return;
+  const bool isScroll = event.type == EventType::scrollWheel;
+  const bool isKey = event.type == EventType::keyDown || event.type == EventType::keyUp;
+  const bool isButton =
+      event.type == EventType::leftMouseDown || event.type == EventType::leftMouseUp ||
+      event.type == EventType::rightMouseDown || event.type == EventType::rightMouseUp;
+  timestampArray.push_back(event.timestamp);
+  locXArray.push_back(event.locationInWindow.x);
+  locYArray.push_back(event.locationInWindow.y);
+  typeArray.emplace_back(kind);
+  scrollingDeltaXArray.push_back(isScroll ? event.scrollingDeltaX : 0);
+  scrollingDeltaYArray.push_back(isScroll ? event.scrollingDeltaY : 0);
+  charArray.push_back(isKey ? event.keyCode : std::uint16_t{0});
+  modifierArray.push_back(isKey ? modifierNames(event.modifierFlags) : std::string());
+  clickCountArray.push_back(isButton ? event.clickCount : 0);
+}
+
+Recording makeRecording(const std::vector<InputEvent>& events) {
+  Recording recording;
+  recording.title = "New Recording";
+  recording.uniqueID = Uuid::random();
+  for (const InputEvent& event : events) recording.append(event);
+  return recording;
+}
+
+}  // namespace tapeloop
+
+std::size_t std::hash<tapeloop::Recording>::operator()(
+    const tapeloop::Recording& recording) const noexcept {
+  tapeloop::Hasher hasher;
+  hasher.add(recording.title);
+  for (const std::uint8_t byte : recording.uniqueID.bytes) hasher.add(std::size_t{byte});
+  hasher.add(recording.typeArray);
+  hasher.add(recording.timestampArray);
+  hasher.add(recording.locXArray);
+  hasher.add(recording.locYArray);
+  hasher.add(recording.scrollingDeltaXArray);
+  hasher.add(recording.scrollingDeltaYArray);
+  hasher.add(recording.charArray);
+  hasher.add(recording.modifierArray);
+  hasher.add(recording.clickCountArray);
+  return hasher.hash();
+}
