@@ -1,0 +1,124 @@
+#include "platform/x11/connection.h"
+
+#include <utility>
+
+#include <xcb/randr.h>
+#include <xcb/record.h>
+#include <xcb/xcb.h>
+#include <xcb/xinput.h>
+#include <xcb/xtest.h>
+
+#include "platform/x11/xcb_reply.h"
+#include "platform/x11/xcb_xkb.h"
+
+namespace tapeloop::x11 {
+namespace {
+
+const xcb_query_extension_reply_t* find(xcb_connection_t* xcb, xcb_extension_t& extension) {
+  const auto* data = xcb_get_extension_data(xcb, &extension);
+  return data != nullptr && data->present != 0 ? data : nullptr;
+}
+
+xcb_screen_t* screenOf(xcb_connection_t* xcb, int number) {
+  auto screens = xcb_setup_roots_iterator(xcb_get_setup(xcb));
+  for (; number > 0 && screens.rem > 1; --number) xcb_screen_next(&screens);
+  return screens.data;
+}
+
+}  // namespace
+
+std::unique_ptr<Connection> Connection::open(linux::EpollRunLoop& runLoop,
+                                             const std::string& displayName, std::string& error) {
+  int screenNumber = 0;
+  xcb_connection_t* xcb =
+      xcb_connect(displayName.empty() ? nullptr : displayName.c_str(), &screenNumber);
+  if (xcb_connection_has_error(xcb) != 0) {
+    xcb_disconnect(xcb);
+    error = "Tapeloop can't open the X display" +
+            (displayName.empty() ? std::string() : " \"" + displayName + "\"") + ".";
+    return nullptr;
+  }
+  return std::unique_ptr<Connection>(
+      new Connection(runLoop, displayName, xcb, screenOf(xcb, screenNumber)->root));
+}
+
+Connection::Connection(linux::EpollRunLoop& runLoop, std::string displayName, xcb_connection_t* xcb,
+                       std::uint32_t root)
+    : runLoop_(runLoop), displayName_(std::move(displayName)), xcb_(xcb), root_(root) {
+  queryExtensions();
+  // Changes of the root window and of the windows on it; a client has one mask for all of them.
+  const std::uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+  xcb_change_window_attributes(xcb_, root_, XCB_CW_EVENT_MASK, &mask);
+  watch_ = runLoop_.watch(xcb_get_file_descriptor(xcb_), [this] { drain(); });
+  // A request that waited for its reply may have read events too: they are in memory, and nothing
+  // would wake the loop for them.
+  beforeWait_ = runLoop_.addBeforeWait([this] {
+    const bool handled = drain();
+    xcb_flush(xcb_);
+    return handled;
+  });
+}
+
+Connection::~Connection() {
+  beforeWait_.reset();
+  watch_ = {};
+  xcb_disconnect(xcb_);
+}
+
+void Connection::queryExtensions() {
+  for (auto* extension :
+       {&xcb_record_id, &xcb_test_id, &xcb_xkb_id, &xcb_input_id, &xcb_randr_id}) {
+    xcb_prefetch_extension_data(xcb_, extension);
+  }
+  extensions_.record = find(xcb_, xcb_record_id) != nullptr;
+  extensions_.xtest = find(xcb_, xcb_test_id) != nullptr;
+  if (const auto* data = find(xcb_, xcb_xkb_id)) {
+    const auto reply =
+        own(xcb_xkb_use_extension_reply(xcb_, xcb_xkb_use_extension(xcb_, 1, 0), nullptr));
+    extensions_.xkb = reply && reply->supported != 0;
+    extensions_.xkbOpcode = data->major_opcode;
+    extensions_.xkbFirstEvent = data->first_event;
+  }
+  if (const auto* data = find(xcb_, xcb_input_id)) {
+    const auto reply = own(
+        xcb_input_xi_query_version_reply(xcb_, xcb_input_xi_query_version(xcb_, 2, 1), nullptr));
+    extensions_.xinput = reply && reply->major_version >= 2;
+    extensions_.xinputOpcode = data->major_opcode;
+  }
+  if (const auto* data = find(xcb_, xcb_randr_id)) {
+    const auto reply =
+        own(xcb_randr_query_version_reply(xcb_, xcb_randr_query_version(xcb_, 1, 5), nullptr));
+    extensions_.randr = reply && (reply->major_version > 1 || reply->minor_version >= 5);
+    extensions_.randrFirstEvent = data->first_event;
+  }
+}
+
+bool Connection::isLost() const {
+  return xcb_connection_has_error(xcb_) != 0;
+}
+
+std::uint32_t Connection::atom(const std::string& name) const {
+  const auto reply = own(xcb_intern_atom_reply(
+      xcb_, xcb_intern_atom(xcb_, 0, static_cast<std::uint16_t>(name.size()), name.c_str()),
+      nullptr));
+  return reply ? reply->atom : static_cast<std::uint32_t>(XCB_ATOM_NONE);
+}
+
+bool Connection::drain() {
+  bool handled = false;
+  while (const auto event = own(xcb_poll_for_event(xcb_))) {
+    handled = true;
+    event_(*event);
+  }
+  drained_();
+  if (isLost()) noticeLoss();
+  return handled;
+}
+
+void Connection::noticeLoss() {
+  if (std::exchange(lossNoticed_, true)) return;
+  watch_ = {};
+  lost_();
+}
+
+}  // namespace tapeloop::x11

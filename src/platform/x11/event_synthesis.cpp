@@ -1,0 +1,192 @@
+#include "platform/x11/event_synthesis.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include <xcb/xcb.h>
+
+#include "platform/x11/xcb_reply.h"
+
+namespace tapeloop::x11 {
+namespace {
+
+constexpr std::int64_t pixelsPerNotch = 10;
+// The server moves nothing for more notches than anyone could turn; it would only be kept busy.
+constexpr std::int64_t mostNotchesAtOnce = 1000;
+
+constexpr std::uint8_t leftButton = 1;
+constexpr std::uint8_t rightButton = 3;
+constexpr std::uint8_t wheelUp = 4;
+constexpr std::uint8_t wheelDown = 5;
+constexpr std::uint8_t wheelLeft = 6;
+constexpr std::uint8_t wheelRight = 7;
+
+std::int16_t toPixel(double value) {
+  using Limits = std::numeric_limits<std::int16_t>;
+  return static_cast<std::int16_t>(
+      std::lround(std::clamp<double>(value, Limits::min(), Limits::max())));
+}
+
+}  // namespace
+
+// Names its service while that exists.
+class X11EventSynthesis::Session final : public PostingSession {
+ public:
+  explicit Session(X11EventSynthesis& service) : service_(&service) {}
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+  ~Session() override {
+    if (service_ != nullptr) service_->endPosting();
+  }
+  void detach() { service_ = nullptr; }
+
+ private:
+  X11EventSynthesis* service_;
+};
+
+X11EventSynthesis::X11EventSynthesis(Connection& connection, const KeyboardMap& keyboard,
+                                     const X11Screens& screens)
+    : connection_(connection),
+      keyboard_(keyboard),
+      screens_(screens),
+      devices_(connection),
+      locked_(connection, keyboard) {}
+
+X11EventSynthesis::~X11EventSynthesis() {
+  if (const auto session = session_.lock()) {
+    session->detach();
+    endPosting();
+  }
+}
+
+std::optional<SyntheticEvent> X11EventSynthesis::CGEventCreateMouseEvent(EventType type,
+                                                                         Point position,
+                                                                         MouseButton button) {
+  if (std::isnan(position.x) || std::isnan(position.y)) return std::nullopt;
+  SyntheticEvent event;
+  event.type = type;
+  event.position = position;
+  event.button = button;
+  return event;
+}
+
+std::optional<SyntheticEvent> X11EventSynthesis::CGEventCreateKeyboardEvent(std::uint16_t keyCode,
+                                                                            bool keyDown) {
+  if (!keyboard_.keycodeOf(keyCode)) return std::nullopt;
+  SyntheticEvent event;
+  event.type = keyDown ? EventType::keyDown : EventType::keyUp;
+  event.keyCode = keyCode;
+  return event;
+}
+
+std::optional<SyntheticEvent> X11EventSynthesis::CGEventCreateScrollWheelEvent2(
+    ScrollUnit, std::uint32_t wheelCount, std::int32_t wheel1, std::int32_t wheel2, std::int32_t) {
+  SyntheticEvent event;
+  event.type = EventType::scrollWheel;
+  if (wheelCount > 0) event.wheel1 = wheel1;
+  if (wheelCount > 1) event.wheel2 = wheel2;
+  return event;
+}
+
+void X11EventSynthesis::CGEventPost(TapLocation, const SyntheticEvent& event) {
+  switch (event.type) {
+    case EventType::keyDown:
+    case EventType::keyUp:
+      postKey(event);
+      break;
+    case EventType::scrollWheel:
+      postScroll(event);
+      break;
+    default:
+      postMouse(event);
+      break;
+  }
+  xcb_flush(connection_.xcb());
+}
+
+void X11EventSynthesis::postMouse(const SyntheticEvent& event) {
+  const bool isMotion =
+      event.type == EventType::mouseMoved || event.type == EventType::leftMouseDragged;
+  const Pixel place = pixelOf(event.position);
+  // The server reports a move even to where the pointer already is, and a recording holds no move
+  // before each click. Only the server knows where the pointer is: people and programs move it too.
+  if (isMotion || !isPointerAt(place)) devices_.moveTo(place.x, place.y);
+  const std::uint8_t button = event.button == MouseButton::right ? rightButton : leftButton;
+  switch (event.type) {
+    case EventType::leftMouseDown:
+    case EventType::rightMouseDown:
+      devices_.pressButton(button);
+      break;
+    case EventType::leftMouseUp:
+    case EventType::rightMouseUp:
+      devices_.releaseButton(button);
+      break;
+    default:
+      break;
+  }
+}
+
+void X11EventSynthesis::postKey(const SyntheticEvent& event) {
+  // The keyboard may have changed since the event was made.
+  const auto keycode = keyboard_.keycodeOf(event.keyCode);
+  if (!keycode) return;
+  locked_.apply(event.flags);
+  if (event.type == EventType::keyUp) {
+    devices_.releaseKey(*keycode);
+  } else {
+    // A press of a key that is down is a repeat; the server ignores one unless the key comes up
+    // before it, which is what clients see of an ordinary repeat too.
+    if (devices_.isKeyDown(*keycode)) devices_.releaseKey(*keycode);
+    devices_.pressKey(*keycode);
+  }
+  locked_.restore();
+}
+
+void X11EventSynthesis::postScroll(const SyntheticEvent& event) {
+  postNotches(pixelsUp_, event.wheel1, wheelUp, wheelDown);
+  postNotches(pixelsLeft_, event.wheel2, wheelLeft, wheelRight);
+}
+
+void X11EventSynthesis::postNotches(std::int64_t& pixels, std::int32_t added, std::uint8_t forward,
+                                    std::uint8_t backward) {
+  pixels += added;
+  const std::int64_t notches = pixels / pixelsPerNotch;
+  pixels -= notches * pixelsPerNotch;
+  const std::uint8_t button = notches > 0 ? forward : backward;
+  for (std::int64_t i = std::min(std::abs(notches), mostNotchesAtOnce); i > 0; --i) {
+    devices_.pressButton(button);
+    devices_.releaseButton(button);
+  }
+}
+
+X11EventSynthesis::Pixel X11EventSynthesis::pixelOf(Point position) const {
+  const Point pixel = screens_.toRoot(position);
+  return {toPixel(pixel.x), toPixel(pixel.y)};
+}
+
+bool X11EventSynthesis::isPointerAt(Pixel place) const {
+  const auto pointer = own(xcb_query_pointer_reply(
+      connection_.xcb(), xcb_query_pointer(connection_.xcb(), connection_.root()), nullptr));
+  return pointer && pointer->same_screen != 0 && pointer->root_x == place.x &&
+         pointer->root_y == place.y;
+}
+
+std::shared_ptr<EventSynthesis::PostingSession> X11EventSynthesis::beginPosting() {
+  if (auto session = session_.lock()) return session;
+  auto session = std::make_shared<Session>(*this);
+  session_ = session;
+  pixelsUp_ = 0;
+  pixelsLeft_ = 0;
+  locked_.refresh();
+  devices_.hold();
+  xcb_flush(connection_.xcb());
+  return session;
+}
+
+void X11EventSynthesis::endPosting() {
+  devices_.release();
+  xcb_flush(connection_.xcb());
+}
+
+}  // namespace tapeloop::x11

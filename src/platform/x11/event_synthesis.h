@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "platform/event_synthesis.h"
+#include "platform/x11/keyboard_map.h"
+#include "platform/x11/locked_modifiers.h"
+#include "platform/x11/screens.h"
+#include "platform/x11/test_devices.h"
+
+namespace tapeloop::x11 {
+
+/// Event synthesis through the XTEST extension. Every event is on its way to the server when
+/// `CGEventPost` returns. Main thread only.
+class X11EventSynthesis final : public EventSynthesis {
+ public:
+  /// Releases what a run that was killed has left pressed. What is handed in outlives the service.
+  X11EventSynthesis(Connection& connection, const KeyboardMap& keyboard, const X11Screens& screens);
+  X11EventSynthesis(const X11EventSynthesis&) = delete;
+  X11EventSynthesis& operator=(const X11EventSynthesis&) = delete;
+  /// Ends all sessions.
+  ~X11EventSynthesis() override;
+
+  std::optional<SyntheticEvent> CGEventCreateMouseEvent(EventType type, Point position,
+                                                        MouseButton button) override;
+  std::optional<SyntheticEvent> CGEventCreateKeyboardEvent(std::uint16_t keyCode,
+                                                           bool keyDown) override;
+  std::optional<SyntheticEvent> CGEventCreateScrollWheelEvent2(ScrollUnit units,
+                                                               std::uint32_t wheelCount,
+                                                               std::int32_t wheel1,
+                                                               std::int32_t wheel2,
+                                                               std::int32_t wheel3) override;
+  void CGEventPost(TapLocation tap, const SyntheticEvent& event) override;
+  [[nodiscard]] std::shared_ptr<PostingSession> beginPosting() override;
+
+ private:
+  class Session;
+  struct Pixel {
+    std::int16_t x;
+    std::int16_t y;
+  };
+
+  void postMouse(const SyntheticEvent& event);
+  void postKey(const SyntheticEvent& event);
+  void postScroll(const SyntheticEvent& event);
+  void postNotches(std::int64_t& pixels, std::int32_t added, std::uint8_t forward,
+                   std::uint8_t backward);
+  [[nodiscard]] Pixel pixelOf(Point position) const;
+  [[nodiscard]] bool isPointerAt(Pixel place) const;
+  void endPosting();
+
+  Connection& connection_;
+  const KeyboardMap& keyboard_;
+  const X11Screens& screens_;
+  TestDevices devices_;
+  LockedModifiers locked_;
+  std::weak_ptr<Session> session_;
+  // Pixels that have not made up a notch yet.
+  std::int64_t pixelsUp_ = 0;
+  std::int64_t pixelsLeft_ = 0;
+};
+
+}  // namespace tapeloop::x11

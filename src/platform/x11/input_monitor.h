@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "platform/input_monitor.h"
+#include "platform/x11/click_counter.h"
+#include "platform/x11/keyboard_map.h"
+#include "platform/x11/own_windows.h"
+#include "platform/x11/record_stream.h"
+#include "platform/x11/screens.h"
+#include "platform/x11/server_time.h"
+
+namespace tapeloop::x11 {
+
+/// The input monitor on the RECORD extension, woken by raw events of the input extension: those
+/// tell at once that something happened, RECORD tells exactly what. Main thread only.
+class X11InputMonitor final : public InputMonitor {
+ public:
+  /// What is handed in outlives the monitor.
+  X11InputMonitor(Connection& connection, const KeyboardMap& keyboard, const X11Screens& screens,
+                  const OwnWindows& ownWindows, DoubleClick doubleClick);
+  X11InputMonitor(const X11InputMonitor&) = delete;
+  X11InputMonitor& operator=(const X11InputMonitor&) = delete;
+  ~X11InputMonitor() override;
+
+  std::optional<MonitorToken> addGlobalMonitorForEventsMatchingMask(EventMask mask,
+                                                                    Handler handler) override;
+  void removeMonitor(MonitorToken token) override;
+
+ private:
+  struct Monitor {
+    MonitorToken token;
+    EventMask mask;
+    Handler handler;
+  };
+  enum class Aim : std::uint8_t { unknown, ownWindow, otherApplication };
+
+  bool startStream();
+  void stopStream();
+  void selectRawEvents(bool on);
+  void handle(const xcb_generic_event_t& event);
+  void nudge();
+  void receiveFocus();
+
+  void receive(const DeviceEvent& event);
+  [[nodiscard]] Aim aimOfKey(const DeviceEvent& event);
+  [[nodiscard]] Aim aimOfPointer(const DeviceEvent& event);
+  [[nodiscard]] Aim aimAt(const DeviceEvent& event) const;
+  [[nodiscard]] std::optional<InputEvent> translate(const DeviceEvent& event, double timestamp);
+  void deliver(const InputEvent& event);
+
+  Connection& connection_;
+  const KeyboardMap& keyboard_;
+  const X11Screens& screens_;
+  const OwnWindows& ownWindows_;
+  ServerTime serverTime_;
+  ClickCounter clicks_;
+
+  std::vector<std::shared_ptr<Monitor>> monitors_;
+  std::uint64_t latestToken_ = 0;
+  std::unique_ptr<RecordStream> stream_;  // while any monitor is installed
+  int delivering_ = 0;                    // depth of handlers on the stack
+
+  bool heldBack_ = false;        // a raw event told of something that RECORD may still hold
+  unsigned nudge_ = 0;           // sequence number of the nudge under way; 0: none
+  std::uint32_t focus_ = 0;      // input focus as of the latest nudge
+  Aim pressAim_ = Aim::unknown;  // of the button press that began the grab in force
+  std::vector<Aim> keyAims_;     // by keycode, of keys that are down
+
+  Subscription events_;
+  Subscription drained_;
+};
+
+}  // namespace tapeloop::x11

@@ -1,0 +1,164 @@
+#include "platform/x11/keyboard_map.h"
+
+#include <initializer_list>
+
+#include <xcb/xcb.h>
+#include <xkbcommon/xkbcommon-keysyms.h>
+#include <xkbcommon/xkbcommon-x11.h>
+#include <xkbcommon/xkbcommon.h>
+
+#include "platform/input_event.h"
+#include "platform/x11/xcb_xkb.h"
+
+namespace tapeloop::x11 {
+namespace {
+
+template <typename T, void (*release)(T*)>
+struct Release {
+  void operator()(T* object) const { release(object); }
+};
+using ContextPtr = std::unique_ptr<xkb_context, Release<xkb_context, xkb_context_unref>>;
+using KeymapPtr = std::unique_ptr<xkb_keymap, Release<xkb_keymap, xkb_keymap_unref>>;
+using StatePtr = std::unique_ptr<xkb_state, Release<xkb_state, xkb_state_unref>>;
+
+constexpr std::uint32_t realModifiers = 0xff;
+
+std::uint64_t flagOfSymbol(xkb_keysym_t symbol) {
+  switch (symbol) {
+    case XKB_KEY_Shift_L:
+    case XKB_KEY_Shift_R:
+      return modifier_flag::shift;
+    case XKB_KEY_Caps_Lock:
+      return modifier_flag::capsLock;
+    case XKB_KEY_Control_L:
+    case XKB_KEY_Control_R:
+      return modifier_flag::control;
+    case XKB_KEY_Super_L:
+    case XKB_KEY_Super_R:
+      return modifier_flag::command;
+    case XKB_KEY_Alt_L:
+    case XKB_KEY_Alt_R:
+    case XKB_KEY_Meta_L:
+    case XKB_KEY_Meta_R:
+      return modifier_flag::option;
+    case XKB_KEY_ISO_Level3_Shift:
+      return modifier_flag::function;
+    default:
+      return 0;
+  }
+}
+
+std::uint64_t flagOfKey(xkb_keymap* keymap, xkb_keycode_t keycode) {
+  const xkb_keysym_t* symbols = nullptr;
+  const int count = xkb_keymap_key_get_syms_by_level(keymap, keycode, 0, 0, &symbols);
+  return count == 1 ? flagOfSymbol(symbols[0]) : 0;
+}
+
+// The real modifiers that a press of the key alone brings about.
+std::uint32_t modifiersOfPress(xkb_keymap* keymap, xkb_keycode_t keycode) {
+  const StatePtr state(xkb_state_new(keymap));
+  if (!state) return 0;
+  xkb_state_update_key(state.get(), keycode, XKB_KEY_DOWN);
+  return xkb_state_serialize_mods(state.get(), XKB_STATE_MODS_EFFECTIVE) & realModifiers;
+}
+
+}  // namespace
+
+struct KeyboardMap::Xkb {
+  ContextPtr context{xkb_context_new(XKB_CONTEXT_NO_FLAGS)};
+  KeymapPtr keymap;
+};
+
+KeyboardMap::KeyboardMap(Connection& connection)
+    : connection_(connection), xkb_(std::make_unique<Xkb>()) {
+  if (connection_.extensions().xkb) {
+    xkb_x11_setup_xkb_extension(connection_.xcb(), XKB_X11_MIN_MAJOR_XKB_VERSION,
+                                XKB_X11_MIN_MINOR_XKB_VERSION, XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS,
+                                nullptr, nullptr, nullptr, nullptr);
+    constexpr std::uint16_t events =
+        XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
+    constexpr std::uint16_t parts = 0xff;
+    xcb_xkb_select_events(connection_.xcb(), XCB_XKB_ID_USE_CORE_KBD, events, 0, events, parts,
+                          parts, nullptr);
+  }
+  load();
+  events_ = connection_.onEvent([this](const xcb_generic_event_t& event) { handle(event); });
+  // One change of the layout sends many events; the map is read once for all of them.
+  drained_ = connection_.onDrained([this] {
+    if (!stale_) return;
+    stale_ = false;
+    load();
+    changed_();
+  });
+}
+
+KeyboardMap::~KeyboardMap() = default;
+
+void KeyboardMap::handle(const xcb_generic_event_t& event) {
+  const auto& extensions = connection_.extensions();
+  if (!extensions.xkb || (event.response_type & 0x7f) != extensions.xkbFirstEvent) return;
+  switch (event.pad0) {  // the kind of XKB event
+    case XCB_XKB_NEW_KEYBOARD_NOTIFY:
+    case XCB_XKB_MAP_NOTIFY:
+      stale_ = true;
+      break;
+    default:
+      break;
+  }
+}
+
+void KeyboardMap::load() {
+  if (connection_.extensions().xkb) {
+    auto* xcb = connection_.xcb();
+    const int device = xkb_x11_get_core_keyboard_device_id(xcb);
+    KeymapPtr keymap(xkb_x11_keymap_new_from_device(xkb_->context.get(), xcb, device,
+                                                    XKB_KEYMAP_COMPILE_NO_FLAGS));
+    // A map that can't be read leaves the one before it in force.
+    if (!keymap) return;
+    xkb_->keymap = std::move(keymap);
+  }
+
+  keycodes_.fill(0);
+  keyFlags_.fill(0);
+  flagsOfModifier_.fill(0);
+  xkb_keymap* keymap = xkb_->keymap.get();
+  for (unsigned keycode = 0; keycode < keyCodes_.size(); ++keycode) {
+    const auto foreign = static_cast<std::uint16_t>(firstForeignKeyCode + keycode);
+    const char* name = keymap != nullptr ? xkb_keymap_key_get_name(keymap, keycode) : nullptr;
+    keyCodes_[keycode] = name != nullptr ? virtualKeyCode(name).value_or(foreign) : foreign;
+    if (name == nullptr) continue;
+    keycodes_[keyCodes_[keycode]] = static_cast<std::uint8_t>(keycode);
+    // A key that has a place can be asked for by its keycode too.
+    keycodes_[foreign] = static_cast<std::uint8_t>(keycode);
+
+    keyFlags_[keycode] = flagOfKey(keymap, keycode);
+    if (keyFlags_[keycode] == 0) continue;
+    const std::uint32_t modifiers = modifiersOfPress(keymap, keycode);
+    for (unsigned bit = 0; bit < flagsOfModifier_.size(); ++bit) {
+      if (modifiers & (1U << bit)) flagsOfModifier_[bit] |= keyFlags_[keycode];
+    }
+  }
+}
+
+std::optional<std::uint8_t> KeyboardMap::keycodeOf(std::uint16_t keyCode) const {
+  if (keyCode >= keycodes_.size() || keycodes_[keyCode] == 0) return std::nullopt;
+  return keycodes_[keyCode];
+}
+
+std::uint64_t KeyboardMap::flagsOf(std::uint16_t state) const {
+  std::uint64_t flags = 0;
+  for (unsigned bit = 0; bit < flagsOfModifier_.size(); ++bit) {
+    if (state & (1U << bit)) flags |= flagsOfModifier_[bit];
+  }
+  return flags;
+}
+
+std::uint8_t KeyboardMap::realModifiersOf(std::uint64_t flags) const {
+  std::uint32_t modifiers = 0;
+  for (unsigned bit = 0; bit < flagsOfModifier_.size(); ++bit) {
+    if (flags & flagsOfModifier_[bit]) modifiers |= 1U << bit;
+  }
+  return static_cast<std::uint8_t>(modifiers);
+}
+
+}  // namespace tapeloop::x11

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "platform/signal.h"
+#include "platform/x11/connection.h"
+#include "platform/x11/key_positions.h"
+
+namespace tapeloop::x11 {
+
+/// What the server's keys and modifier bits mean, kept up with changes of the keyboard map. "Real
+/// modifiers" are the eight bits of a core event's state. Main thread only.
+class KeyboardMap {
+ public:
+  explicit KeyboardMap(Connection& connection);
+  KeyboardMap(const KeyboardMap&) = delete;
+  KeyboardMap& operator=(const KeyboardMap&) = delete;
+  ~KeyboardMap();
+
+  /// The virtual key code of the key's place, or 0x100 + keycode for a place without one.
+  [[nodiscard]] std::uint16_t keyCodeOf(std::uint8_t keycode) const { return keyCodes_[keycode]; }
+  /// Nothing when the keyboard has no such key.
+  [[nodiscard]] std::optional<std::uint8_t> keycodeOf(std::uint16_t keyCode) const;
+  /// A key that does nothing but change one of the six modifier flags.
+  [[nodiscard]] bool isModifierKey(std::uint8_t keycode) const { return keyFlags_[keycode] != 0; }
+
+  /// The modifier flags of an event with this state.
+  [[nodiscard]] std::uint64_t flagsOf(std::uint16_t state) const;
+  /// The real modifiers that make these flags.
+  [[nodiscard]] std::uint8_t realModifiersOf(std::uint64_t flags) const;
+
+  /// The keyboard map was read anew.
+  Subscription onChange(std::function<void()> callback) {
+    return changed_.connect(std::move(callback));
+  }
+
+ private:
+  struct Xkb;
+
+  void load();
+  void handle(const xcb_generic_event_t& event);
+
+  Connection& connection_;
+  std::unique_ptr<Xkb> xkb_;
+  std::array<std::uint16_t, 256> keyCodes_{};       // by keycode
+  std::array<std::uint8_t, 0x200> keycodes_{};      // by key code; 0: no such key
+  std::array<std::uint64_t, 256> keyFlags_{};       // by keycode: flag of a modifier key, or 0
+  std::array<std::uint64_t, 8> flagsOfModifier_{};  // by real modifier
+  bool stale_ = false;                              // changed since it was read
+  Signal<> changed_;
+  Subscription events_;
+  Subscription drained_;
+};
+
+}  // namespace tapeloop::x11

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <vector>
+
+#include "platform/screens.h"
+#include "platform/signal.h"
+#include "platform/x11/connection.h"
+
+namespace tapeloop::x11 {
+
+/// The monitors, kept up with changes of their arrangement, and the way from the server's pixels to
+/// points and back. Main thread only.
+class X11Screens final : public Screens {
+ public:
+  explicit X11Screens(Connection& connection);
+  X11Screens(const X11Screens&) = delete;
+  X11Screens& operator=(const X11Screens&) = delete;
+
+  [[nodiscard]] std::vector<Screen> screens() const override { return screens_; }
+  [[nodiscard]] std::optional<Screen> mainScreen() const override;
+
+  /// Pixels of the root window, downwards, to a point with the origin at the primary monitor's
+  /// bottom-left corner.
+  [[nodiscard]] Point fromRoot(int x, int y) const;
+  /// A point with the origin at the primary monitor's top-left corner, downwards, to pixels of the
+  /// root window.
+  [[nodiscard]] Point toRoot(Point fromPrimaryTopLeft) const;
+
+ private:
+  void load();
+  void handle(const xcb_generic_event_t& event);
+
+  Connection& connection_;
+  std::vector<Screen> screens_;
+  Rect primary_;  // in root pixels, downwards
+  bool stale_ = false;
+  Subscription events_;
+  Subscription drained_;
+};
+
+}  // namespace tapeloop::x11

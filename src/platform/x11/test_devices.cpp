@@ -1,0 +1,147 @@
+#include "platform/x11/test_devices.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include <xcb/xcb.h>
+#include <xcb/xinput.h>
+#include <xcb/xtest.h>
+
+#include "platform/x11/xcb_reply.h"
+#include "platform/x11/xcb_xkb.h"
+
+namespace tapeloop::x11 {
+namespace {
+
+constexpr std::uint32_t xkbControlsEnabled = 1U << 31;  // the control "which controls are enabled"
+
+// Classes of device state, by the numbers of the input extension's first version.
+constexpr std::uint8_t keyClass = 0;
+constexpr std::uint8_t buttonClass = 1;
+
+}  // namespace
+
+TestDevices::TestDevices(Connection& connection) : connection_(connection) {
+  const auto& extensions = connection_.extensions();
+  if (!extensions.xtest || !extensions.xinput || !extensions.xkb) return;
+  findDevices();
+  mark_ = connection_.atom("_TAPELOOP_POSTING");
+  auto* xcb = connection_.xcb();
+  owner_ = xcb_generate_id(xcb);
+  xcb_create_window(xcb, 0, owner_, connection_.root(), -1, -1, 1, 1, 0,
+                    XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+  xcb_change_property(xcb, XCB_PROP_MODE_REPLACE, owner_, mark_, XCB_ATOM_WINDOW, 32, 1, &owner_);
+  cleanUpAfterKilledRun();
+  xcb_flush(xcb);
+}
+
+void TestDevices::findDevices() {
+  auto* xcb = connection_.xcb();
+  const auto reply = own(xcb_input_xi_query_device_reply(
+      xcb, xcb_input_xi_query_device(xcb, XCB_INPUT_DEVICE_ALL), nullptr));
+  if (!reply) return;
+  for (auto i = xcb_input_xi_query_device_infos_iterator(reply.get()); i.rem > 0;
+       xcb_input_xi_device_info_next(&i)) {
+    const std::string_view name(
+        xcb_input_xi_device_info_name(i.data),
+        static_cast<std::size_t>(xcb_input_xi_device_info_name_length(i.data)));
+    const auto device = static_cast<std::uint8_t>(i.data->deviceid);
+    if (name == "Virtual core XTEST keyboard") keyboard_ = device;
+    if (name == "Virtual core XTEST pointer") pointer_ = device;
+  }
+}
+
+void TestDevices::cleanUpAfterKilledRun() {
+  auto* xcb = connection_.xcb();
+  const auto marked = own(xcb_get_property_reply(
+      xcb, xcb_get_property(xcb, 0, connection_.root(), mark_, XCB_ATOM_WINDOW, 0, 1), nullptr));
+  if (!marked || xcb_get_property_value_length(marked.get()) != sizeof(std::uint32_t)) return;
+  const std::uint32_t owner = *static_cast<std::uint32_t*>(xcb_get_property_value(marked.get()));
+  // The window goes with its program; another one may have got its number since.
+  const auto alive = own(xcb_get_property_reply(
+      xcb, xcb_get_property(xcb, 0, owner, mark_, XCB_ATOM_WINDOW, 0, 1), nullptr));
+  if (alive && alive->type == XCB_ATOM_WINDOW) return;
+  releaseEverything(keyboard_);
+  releaseEverything(pointer_);
+  setServerRepeat(true);
+  xcb_delete_property(xcb, connection_.root(), mark_);
+}
+
+void TestDevices::releaseEverything(std::uint8_t device) {
+  auto* xcb = connection_.xcb();
+  const auto state = own(
+      xcb_input_query_device_state_reply(xcb, xcb_input_query_device_state(xcb, device), nullptr));
+  if (!state) return;
+  for (auto i = xcb_input_query_device_state_classes_iterator(state.get()); i.rem > 0;
+       xcb_input_input_state_next(&i)) {
+    if (i.data->class_id != keyClass && i.data->class_id != buttonClass) continue;
+    // Either class: a header of four bytes, then a bit for each key or button.
+    const auto* bits = reinterpret_cast<const std::uint8_t*>(i.data) + sizeof(std::uint32_t);
+    const std::size_t length = (i.data->len - sizeof(std::uint32_t)) * 8;
+    for (std::size_t code = 0; code < std::min<std::size_t>(length, 256); ++code) {
+      if ((bits[code / 8] >> (code % 8) & 1U) == 0) continue;
+      fake(i.data->class_id == keyClass ? XCB_KEY_RELEASE : XCB_BUTTON_RELEASE,
+           static_cast<std::uint8_t>(code));
+    }
+  }
+}
+
+void TestDevices::hold() {
+  auto* xcb = connection_.xcb();
+  if (owner_ == 0) return;
+  xcb_change_property(xcb, XCB_PROP_MODE_REPLACE, connection_.root(), mark_, XCB_ATOM_WINDOW, 32, 1,
+                      &owner_);
+  setServerRepeat(false);
+}
+
+void TestDevices::release() {
+  while (!held_.empty()) {
+    const Held last = held_.back();
+    last.isKey ? releaseKey(last.code) : releaseButton(last.code);
+  }
+  if (owner_ == 0) return;
+  setServerRepeat(true);
+  xcb_delete_property(connection_.xcb(), connection_.root(), mark_);
+}
+
+void TestDevices::moveTo(std::int16_t x, std::int16_t y) {
+  fake(XCB_MOTION_NOTIFY, 0, x, y);
+}
+
+void TestDevices::pressKey(std::uint8_t keycode) {
+  keysDown_.set(keycode);
+  held_.push_back({true, keycode});
+  fake(XCB_KEY_PRESS, keycode);
+}
+
+void TestDevices::releaseKey(std::uint8_t keycode) {
+  keysDown_.reset(keycode);
+  std::erase(held_, Held{true, keycode});
+  fake(XCB_KEY_RELEASE, keycode);
+}
+
+void TestDevices::pressButton(std::uint8_t button) {
+  held_.push_back({false, button});
+  fake(XCB_BUTTON_PRESS, button);
+}
+
+void TestDevices::releaseButton(std::uint8_t button) {
+  std::erase(held_, Held{false, button});
+  fake(XCB_BUTTON_RELEASE, button);
+}
+
+void TestDevices::setServerRepeat(bool on) {
+  if (keyboard_ == 0) return;
+  constexpr std::array<std::uint8_t, 32> perKey{};  // not among what is changed
+  xcb_xkb_set_controls(connection_.xcb(), keyboard_, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+                       XCB_XKB_BOOL_CTRL_REPEAT_KEYS, on ? XCB_XKB_BOOL_CTRL_REPEAT_KEYS : 0,
+                       xkbControlsEnabled, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, perKey.data());
+}
+
+void TestDevices::fake(std::uint8_t type, std::uint8_t detail, std::int16_t x, std::int16_t y) {
+  xcb_test_fake_input(connection_.xcb(), type, detail, XCB_CURRENT_TIME, connection_.root(), x, y,
+                      0);
+}
+
+}  // namespace tapeloop::x11

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <bitset>
+#include <cstdint>
+#include <vector>
+
+#include "platform/x11/connection.h"
+
+namespace tapeloop::x11 {
+
+/// The server's XTEST keyboard and pointer: what this program holds down on them, and the record of
+/// it that outlives the program. A key that is held through XTEST stays down when the program that
+/// pressed it is gone, so a property of the root window tells the next start to clean up. Main
+/// thread only.
+class TestDevices {
+ public:
+  /// Cleans up after a run that was killed while it posted.
+  explicit TestDevices(Connection& connection);
+  TestDevices(const TestDevices&) = delete;
+  TestDevices& operator=(const TestDevices&) = delete;
+
+  /// From here to `release` the server repeats no key that is held through XTEST: repeats are
+  /// posted as they were recorded.
+  void hold();
+  /// Lets go of every key and button that was pressed here and not released, last pressed first.
+  void release();
+
+  void moveTo(std::int16_t x, std::int16_t y);
+  void pressKey(std::uint8_t keycode);
+  void releaseKey(std::uint8_t keycode);
+  [[nodiscard]] bool isKeyDown(std::uint8_t keycode) const { return keysDown_[keycode]; }
+  void pressButton(std::uint8_t button);
+  void releaseButton(std::uint8_t button);
+
+ private:
+  struct Held {
+    bool isKey;
+    std::uint8_t code;
+    friend bool operator==(const Held&, const Held&) = default;
+  };
+
+  void findDevices();
+  void cleanUpAfterKilledRun();
+  void releaseEverything(std::uint8_t device);
+  void setServerRepeat(bool on);
+  void fake(std::uint8_t type, std::uint8_t detail, std::int16_t x = 0, std::int16_t y = 0);
+
+  Connection& connection_;
+  std::uint8_t keyboard_ = 0;  // device number; 0: the server has none
+  std::uint8_t pointer_ = 0;
+  std::uint32_t mark_ = 0;   // the root window's property, an atom
+  std::uint32_t owner_ = 0;  // a window that shows that this program is alive
+  std::bitset<256> keysDown_;
+  std::vector<Held> held_;  // in order of the presses
+};
+
+}  // namespace tapeloop::x11
