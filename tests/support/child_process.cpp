@@ -1,0 +1,171 @@
+#include "support/child_process.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <stdexcept>
+#include <system_error>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace tapeloop::support {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+namespace {
+
+std::vector<std::string> mergedEnvironment(const std::vector<std::string>& additions) {
+  std::vector<std::string> merged;
+  for (char** entry = environ; *entry != nullptr; ++entry) {
+    const std::string_view existing(*entry);
+    const auto name = existing.substr(0, existing.find('=') + 1);
+    const bool replaced = std::any_of(additions.begin(), additions.end(),
+                                      [&](const auto& added) { return added.starts_with(name); });
+    if (!replaced) merged.emplace_back(existing);
+  }
+  merged.insert(merged.end(), additions.begin(), additions.end());
+  return merged;
+}
+
+std::vector<char*> pointers(const std::vector<std::string>& texts) {
+  std::vector<char*> result;
+  result.reserve(texts.size() + 1);
+  for (const auto& text : texts) result.push_back(const_cast<char*>(text.c_str()));
+  result.push_back(nullptr);
+  return result;
+}
+
+}  // namespace
+
+ChildProcess::ChildProcess(const std::vector<std::string>& arguments,
+                           const std::vector<std::string>& environment) {
+  // Everything that allocates happens before the fork: another thread may hold the heap's lock.
+  const auto merged = mergedEnvironment(environment);
+  const auto argv = pointers(arguments);
+  const auto envp = pointers(merged);
+  std::array<int, 2> pipe{};
+  if (::pipe2(pipe.data(), O_CLOEXEC) != 0) {
+    throw std::system_error(errno, std::generic_category(), "pipe");
+  }
+  const pid_t parent = ::getpid();
+  pid_ = ::fork();
+  if (pid_ == 0) {
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (::getppid() != parent) ::_exit(127);
+    ::dup2(pipe[1], STDOUT_FILENO);
+    ::execvpe(argv[0], argv.data(), envp.data());
+    ::_exit(127);
+  }
+  ::close(pipe[1]);
+  output_ = pipe[0];
+  if (pid_ < 0) {
+    ::close(output_);
+    throw std::system_error(errno, std::generic_category(), "fork");
+  }
+  ::fcntl(output_, F_SETFL, O_NONBLOCK);
+  process_ = static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0));
+}
+
+ChildProcess::~ChildProcess() {
+  if (isRunning()) {
+    kill(SIGTERM);
+    if (!wait(milliseconds(5000))) {
+      kill(SIGKILL);
+      reap(true);
+    }
+  }
+  if (output_ >= 0) ::close(output_);
+  if (process_ >= 0) ::close(process_);
+}
+
+bool ChildProcess::isRunning() {
+  reap(false);
+  return !status_.has_value();
+}
+
+const std::vector<std::string>& ChildProcess::lines() {
+  readOutput();
+  return lines_;
+}
+
+std::optional<std::string> ChildProcess::waitForLine(std::size_t index, milliseconds limit) {
+  const auto deadline = steady_clock::now() + limit;
+  while (lines().size() <= index) {
+    if (output_ < 0 || !waitForNews(deadline)) return std::nullopt;
+  }
+  return lines_[index];
+}
+
+bool ChildProcess::waitForLine(std::string_view line, milliseconds limit) {
+  const auto deadline = steady_clock::now() + limit;
+  for (;;) {
+    readOutput();
+    if (std::find(lines_.begin(), lines_.end(), line) != lines_.end()) return true;
+    if (output_ < 0 || !waitForNews(deadline)) return false;
+  }
+}
+
+void ChildProcess::kill(int signal) {
+  if (isRunning()) ::kill(pid_, signal);
+}
+
+std::optional<int> ChildProcess::wait(milliseconds limit) {
+  const auto deadline = steady_clock::now() + limit;
+  // The output is read meanwhile, so that a child that writes much does not wait for its reader.
+  while (isRunning()) {
+    if (!waitForNews(deadline)) return std::nullopt;
+    readOutput();
+  }
+  readOutput();
+  return status_;
+}
+
+void ChildProcess::readOutput() {
+  std::array<char, 4096> buffer{};
+  while (output_ >= 0) {
+    const auto count = ::read(output_, buffer.data(), buffer.size());
+    if (count < 0) {
+      if (errno == EINTR) continue;
+      return;
+    }
+    if (count == 0) {
+      ::close(output_);
+      output_ = -1;
+      return;
+    }
+    partialLine_.append(buffer.data(), static_cast<std::size_t>(count));
+    std::size_t start = 0;
+    for (auto end = partialLine_.find('\n'); end != std::string::npos;
+         end = partialLine_.find('\n', start)) {
+      lines_.push_back(partialLine_.substr(start, end - start));
+      start = end + 1;
+    }
+    partialLine_.erase(0, start);
+  }
+}
+
+bool ChildProcess::waitForNews(steady_clock::time_point deadline) {
+  const auto left =
+      std::chrono::duration_cast<milliseconds>(deadline - steady_clock::now()).count();
+  if (left <= 0) return false;
+  std::array<pollfd, 2> sources{{{output_, POLLIN, 0}, {status_ ? -1 : process_, POLLIN, 0}}};
+  const int ready = ::poll(sources.data(), sources.size(), static_cast<int>(left));
+  reap(false);
+  return ready != 0;
+}
+
+void ChildProcess::reap(bool blocking) {
+  if (status_) return;
+  int status = 0;
+  if (::waitpid(pid_, &status, blocking ? 0 : WNOHANG) != pid_) return;
+  status_ = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+}  // namespace tapeloop::support

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace tapeloop::support {
+
+/// One child process and the lines that it writes to standard output. It ends with this object, and
+/// also when the thread that started it dies. Not shared between threads.
+class ChildProcess {
+ public:
+  /// `arguments[0]` is looked up in PATH. `environment` holds "NAME=value" entries that are added
+  /// to those of this process or replace them.
+  explicit ChildProcess(const std::vector<std::string>& arguments,
+                        const std::vector<std::string>& environment = {});
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+  ~ChildProcess();
+
+  [[nodiscard]] pid_t pid() const { return pid_; }
+  [[nodiscard]] bool isRunning();
+
+  /// The complete lines written so far. Does not block.
+  [[nodiscard]] const std::vector<std::string>& lines();
+  /// Waits until the line number `index` is complete. Nothing when the child ends without it, or at
+  /// the limit.
+  [[nodiscard]] std::optional<std::string> waitForLine(std::size_t index,
+                                                       std::chrono::milliseconds limit);
+  /// Waits for a line that equals `line`.
+  [[nodiscard]] bool waitForLine(std::string_view line, std::chrono::milliseconds limit);
+
+  /// Does nothing once the child is gone.
+  void kill(int signal);
+  /// The exit code, or the negative number of the signal that ended the child. Nothing at the
+  /// limit.
+  std::optional<int> wait(std::chrono::milliseconds limit);
+
+ private:
+  void readOutput();
+  /// Returns when there is output, when the child is gone, or at the deadline; false for the last.
+  bool waitForNews(std::chrono::steady_clock::time_point deadline);
+  void reap(bool blocking);
+
+  pid_t pid_ = -1;
+  int output_ = -1;   // -1 once the other end is closed
+  int process_ = -1;  // readable when the child is gone
+  std::optional<int> status_;
+  std::string partialLine_;
+  std::vector<std::string> lines_;
+};
+
+}  // namespace tapeloop::support

@@ -1,0 +1,77 @@
+#include "support/x_state.h"
+
+#include <array>
+#include <stdexcept>
+
+// A field of this header bears a C++ keyword as its name.
+#define explicit explicit_
+#include <xcb/xkb.h>
+#undef explicit
+
+#include "support/x_connection.h"
+
+namespace tapeloop::support {
+
+namespace {
+
+void useXkb(const XConnection& connection) {
+  const XOwned<xcb_xkb_use_extension_reply_t> reply(
+      xcb_xkb_use_extension_reply(connection, xcb_xkb_use_extension(connection, 1, 0), nullptr));
+  if (!reply || reply->supported == 0) throw std::runtime_error("the X server has no XKB");
+}
+
+}  // namespace
+
+std::vector<std::uint8_t> keysDown(const std::string& display) {
+  const XConnection connection(display);
+  const XOwned<xcb_query_keymap_reply_t> reply(
+      xcb_query_keymap_reply(connection, xcb_query_keymap(connection), nullptr));
+  if (!reply) throw std::runtime_error("no state of the keys");
+  std::vector<std::uint8_t> down;
+  for (int keycode = 0; keycode < 256; ++keycode) {
+    if ((reply->keys[keycode / 8] >> (keycode % 8) & 1) != 0) {
+      down.push_back(static_cast<std::uint8_t>(keycode));
+    }
+  }
+  return down;
+}
+
+XPointer pointerState(const std::string& display) {
+  const XConnection connection(display);
+  const XOwned<xcb_query_pointer_reply_t> reply(xcb_query_pointer_reply(
+      connection, xcb_query_pointer(connection, connection.root()), nullptr));
+  if (!reply) throw std::runtime_error("no state of the pointer");
+  XPointer pointer{
+      reply->root_x, reply->root_y, {}, static_cast<std::uint16_t>(reply->mask & 0xFF)};
+  for (int button = 1; button <= 5; ++button) {
+    if ((reply->mask >> (7 + button) & 1) != 0) {
+      pointer.buttonsDown.push_back(static_cast<std::uint8_t>(button));
+    }
+  }
+  return pointer;
+}
+
+bool repeatsKeys(const std::string& display, const std::string& device) {
+  const XConnection connection(display);
+  useXkb(connection);
+  const auto id = inputDevice(connection, device);
+  const XOwned<xcb_xkb_get_controls_reply_t> reply(
+      xcb_xkb_get_controls_reply(connection, xcb_xkb_get_controls(connection, id), nullptr));
+  if (!reply) throw std::runtime_error("no controls of " + device);
+  return (reply->enabledControls & XCB_XKB_BOOL_CTRL_REPEAT_KEYS) != 0;
+}
+
+void setRepeatsKeys(const std::string& display, const std::string& device, bool repeats) {
+  const XConnection connection(display);
+  useXkb(connection);
+  const auto id = inputDevice(connection, device);
+  const std::array<std::uint8_t, 32> perKey{};
+  const std::uint32_t bit = XCB_XKB_BOOL_CTRL_REPEAT_KEYS;
+  connection.check(
+      xcb_xkb_set_controls_checked(connection, id, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, bit,
+                                   repeats ? bit : 0, XCB_XKB_CONTROL_CONTROLS_ENABLED, 0, 0, 0, 0,
+                                   0, 0, 0, 0, 0, 0, 0, 0, 0, 0, perKey.data()),
+      "setting key repeat");
+}
+
+}  // namespace tapeloop::support

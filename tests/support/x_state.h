@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tapeloop::support {
+
+// What the server holds at this moment, asked for through a connection of its own.
+
+/// X keycodes of the keys that are down.
+[[nodiscard]] std::vector<std::uint8_t> keysDown(const std::string& display);
+
+struct XPointer {
+  int x = 0;
+  int y = 0;
+  std::vector<std::uint8_t> buttonsDown;  ///< Of the buttons 1 to 5.
+  std::uint16_t modifiers = 0;            ///< The low eight bits of the mask.
+};
+[[nodiscard]] XPointer pointerState(const std::string& display);
+
+/// Whether the server repeats a held key of this keyboard.
+[[nodiscard]] bool repeatsKeys(const std::string& display, const std::string& device);
+inline constexpr const char* testKeyboard = "Virtual core XTEST keyboard";
+inline constexpr const char* coreKeyboard = "Virtual core keyboard";
+
+/// Switches it.
+void setRepeatsKeys(const std::string& display, const std::string& device, bool repeats);
+
+}  // namespace tapeloop::support
