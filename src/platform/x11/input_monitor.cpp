@@ -7,6 +7,7 @@
 #include <xcb/xcbext.h>
 #include <xcb/xinput.h>
 
+#include "platform/x11/monotonic_clock.h"
 #include "platform/x11/xcb_reply.h"
 
 namespace tapeloop::x11 {
@@ -111,7 +112,10 @@ void X11InputMonitor::handle(const xcb_generic_event_t& event) {
   const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
   if (generic.extension != connection_.extensions().xinputOpcode) return;
   if (generic.event_type >= XCB_INPUT_RAW_KEY_PRESS && generic.event_type <= XCB_INPUT_RAW_MOTION) {
-    heldBack_ = stream_ != nullptr;
+    if (!stream_) return;
+    heldBack_ = true;
+    const auto& raw = reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event);
+    serverTime_.announce(raw.time, monotonicNow());
   }
 }
 

@@ -1,7 +1,6 @@
 #include "platform/x11/record_stream.h"
 
 #include <cstring>
-#include <ctime>
 #include <utility>
 
 #include <poll.h>
@@ -9,6 +8,7 @@
 #include <xcb/xcb.h>
 #include <xcb/xcbext.h>
 
+#include "platform/x11/monotonic_clock.h"
 #include "platform/x11/xcb_reply.h"
 
 namespace tapeloop::x11 {
@@ -21,12 +21,6 @@ constexpr std::uint8_t endOfData = 5;
 
 // How long the server may take to start or end a stream before it counts as stuck.
 constexpr int serverPatience = 2000;  // milliseconds
-
-std::int64_t monotonicNow() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
-}
 
 }  // namespace
 
