@@ -1,0 +1,103 @@
+#include "capture/capture.h"
+
+#include <memory>
+
+#include "capture/event_description.h"
+#include "capture/indicator_window.h"
+#include "capture/recording_view.h"
+
+namespace tapeloop {
+namespace {
+
+constexpr EventMask bit(EventType type) {
+  return EventMask{1} << static_cast<std::uint32_t>(type);
+}
+
+constexpr EventMask capturedEvents =
+    bit(EventType::leftMouseDown) | bit(EventType::leftMouseUp) | bit(EventType::rightMouseDown) |
+    bit(EventType::rightMouseUp) | bit(EventType::mouseMoved) | bit(EventType::leftMouseDragged) |
+    bit(EventType::keyDown) | bit(EventType::keyUp) | bit(EventType::scrollWheel);
+static_assert(capturedEvents == 0x400C7E);
+
+constexpr double disabledOpacity = 0.3;
+constexpr const char* idleCaption = "Record";
+constexpr const char* armedCaption = "Click outside the window to start recording.";
+constexpr const char* capturingCaption = "Stop Recording";
+
+}  // namespace
+
+Capture::Capture(CaptureState& state, const CaptureSettings& settings, Permission& permission,
+                 InputMonitor& inputMonitor, WindowSystem& windows, RunLoop& runLoop, Trace& trace)
+    : state_(state),
+      settings_(settings),
+      permission_(permission),
+      inputMonitor_(inputMonitor),
+      windows_(windows),
+      runLoop_(runLoop),
+      trace_(trace) {}
+
+// The state outlives the capture, and its monitor would go on calling the handler.
+Capture::~Capture() {
+  if (state_.eventHandler) state_.eventHandler->stop();
+}
+
+void Capture::recordShortcutAction() {
+  trace_.writeLine("record shortcut pressed");
+  recordAction();
+}
+
+void Capture::recordAction() {
+  if (!permission_.AXIsProcessTrusted()) {
+    state_.showingAuthAlert.set(true);
+    return;
+  }
+  if (state_.isRecording.get() || state_.isPlaying.get()) {
+    stopRecording();
+    const EventLog& log = state_.eventLog;
+    if (!log.empty()) state_.recordingTime = log.back().timestamp - log.front().timestamp;
+  } else {
+    startRecording();
+  }
+  trace_.writeLine(state_.isRecording.get() ? "Recording: true" : "Recording: false");
+}
+
+void Capture::startRecording() {
+  state_.isRecording.set(true);
+  state_.buttonDisabled.set(true);
+  state_.buttonProperties->startStopOpacity.set(disabledOpacity);
+  settings_.key.set(false);
+  settings_.startStopButtonText.set(armedCaption);
+  state_.startStopButtonSize.set(FontStyle::callout);
+  state_.RECwindow = openIndicatorWindow(windows_, std::make_shared<RecordingView>(runLoop_),
+                                         {0, state_.heightScreen});
+  state_.eventLog.clear();
+  state_.eventHandler = std::make_shared<GlobalEventMonitor>(
+      inputMonitor_, capturedEvents, [this](const InputEvent* event) { handle(*event); });
+  state_.eventHandler->start();
+}
+
+void Capture::stopRecording() {
+  if (settings_.hideDuringRecording.get()) settings_.isMiniturized.set(true);
+  state_.isRecording.set(false);
+  state_.buttonDisabled.set(false);
+  state_.recordingType.set(recording_type::unsaved);
+  state_.buttonProperties->startStopOpacity.set(1.0);
+  settings_.startStopButtonText.set(idleCaption);
+  state_.startStopButtonSize.set(FontStyle::title);
+  if (state_.RECwindow) state_.RECwindow->close();
+  if (state_.eventHandler) state_.eventHandler->stop();
+}
+
+void Capture::handle(const InputEvent& event) {
+  // Events from before the stop still arrive while the monitor is being removed, when the caption
+  // is "Record" again. And a caption that is there already is not set once more: a store that
+  // refuses writes would be asked again for every move of the pointer.
+  if (!state_.eventLog.empty() && state_.isRecording.get() &&
+      settings_.startStopButtonText.get() != capturingCaption) {
+    settings_.startStopButtonText.set(capturingCaption);
+  }
+  state_.eventLog.append(event);
+  trace_.writeLine(EventDescription(event).text());
+}
+
+}  // namespace tapeloop
