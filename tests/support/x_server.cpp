@@ -1,12 +1,14 @@
 #include "support/x_server.h"
 
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstddef>
-#include <cstring>
 #include <stdexcept>
 
+#include <sys/uio.h>
 #include <xcb/randr.h>
+#include <xcb/xcbext.h>
 
 #include "support/x_connection.h"
 
@@ -33,6 +35,34 @@ std::vector<std::string> commandLine(const XServerOptions& options) {
   return arguments;
 }
 
+/// The library's own function for this request aborts the process (libxcb 1.15 counts its parts
+/// wrongly), so that the request is put together here.
+void setMonitor(const XConnection& connection, const std::string& name, const XMonitor& monitor,
+                xcb_randr_output_t output) {
+  struct {
+    xcb_randr_set_monitor_request_t header{};
+    xcb_randr_monitor_info_t info{};
+    xcb_randr_output_t output{};
+  } request;
+  request.header.window = connection.root();
+  request.info.name = connection.atom(name);
+  request.info.primary = monitor.primary ? 1 : 0;
+  request.info.nOutput = output == XCB_NONE ? 0 : 1;
+  request.info.x = monitor.x;
+  request.info.y = monitor.y;
+  request.info.width = monitor.width;
+  request.info.height = monitor.height;
+  request.info.width_in_millimeters = monitor.width / 4U;
+  request.info.height_in_millimeters = monitor.height / 4U;
+  request.output = output;
+
+  const xcb_protocol_request_t protocol{1, &xcb_randr_id, XCB_RANDR_SET_MONITOR, 1};
+  // XCB writes to the two entries before the first one.
+  std::array<iovec, 3> parts{};
+  parts[2] = {&request, sizeof request - (output == XCB_NONE ? sizeof output : 0)};
+  xcb_send_request(connection, 0, &parts[2], &protocol);
+}
+
 }  // namespace
 
 XServer::XServer(const XServerOptions& options) : process_(commandLine(options)) {
@@ -55,29 +85,11 @@ void XServer::setMonitors(const std::vector<XMonitor>& monitors) const {
   std::size_t index = 0;
   for (const auto& monitor : monitors) {
     // An output that belongs to no monitor makes one of its own: the first one gets it.
-    const std::uint16_t outputs = index == 0 ? 1 : 0;
-    std::vector<std::byte> request(sizeof(xcb_randr_monitor_info_t) +
-                                   outputs * sizeof(xcb_randr_output_t));
-    xcb_randr_monitor_info_t info{};
-    info.name = connection.atom("monitor-" + std::to_string(index));
-    info.primary = monitor.primary ? 1 : 0;
-    info.nOutput = outputs;
-    info.x = monitor.x;
-    info.y = monitor.y;
-    info.width = monitor.width;
-    info.height = monitor.height;
-    info.width_in_millimeters = monitor.width / 4U;
-    info.height_in_millimeters = monitor.height / 4U;
-    std::memcpy(request.data(), &info, sizeof info);
-    if (outputs > 0) std::memcpy(request.data() + sizeof info, &output, sizeof output);
-    connection.check(
-        xcb_randr_set_monitor_checked(
-            connection, connection.root(),
-            // NOLINTNEXTLINE: XCB takes a structure with its list behind it, const or not.
-            reinterpret_cast<xcb_randr_monitor_info_t*>(request.data())),
-        "setting a monitor");
+    setMonitor(connection, "monitor-" + std::to_string(index), monitor,
+               index == 0 ? output : xcb_randr_output_t{XCB_NONE});
     ++index;
   }
+  connection.sync();
 }
 
 void XServer::setKeyboardLayout(const std::string& layout) const {
