@@ -24,12 +24,14 @@ class Setting final : public Observable<T> {
   }
 
  private:
-  void read() const;
+  void load() const;
+  void storeChanged();
 
   DefaultsStore& store_;
   const std::string key_;
   const T defaultValue_;
-  mutable std::optional<T> value_;  // what the store holds under the key; empty: not read yet
+  mutable std::optional<T> value_;  // empty: not read yet
+  mutable bool stored_ = false;     // the store holds `value_`
   Signal<> changed_;
   Subscription observation_;
 };

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "platform/geometry.h"
 
@@ -38,6 +39,8 @@ inline constexpr std::uint64_t all = capsLock | shift | control | option | comma
 /// The names of the flags in `modifiers`, joined without a separator, in the order in which
 /// recordings write them: ".shift.command".
 std::string modifierNames(std::uint64_t modifiers);
+/// The flags whose names occur anywhere in `names`.
+std::uint64_t modifiersNamed(std::string_view names);
 
 /// One input event as an `InputMonitor` delivers it.
 struct InputEvent {

@@ -21,7 +21,7 @@ struct PlaybackState {
   TimerRef repeatTimer;                                         ///< Cycle timer, or null.
   double waitTime = 0;                                          ///< Seconds between runs.
   double widthScreen = 5.0;                                     ///< Points.
-  std::shared_ptr<Window> ESCwindow;                            ///< Of the latest playback, or null.
+  std::shared_ptr<Window> ESCwindow;  ///< Of the latest playback, or null.
 };
 
 /// The settings that playback reads and writes.

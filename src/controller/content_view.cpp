@@ -1,0 +1,71 @@
+#include "controller/content_view.h"
+
+namespace tapeloop {
+namespace {
+
+CaptureSettings captureSettings(Settings& settings) {
+  return {settings.startStopButtonText, settings.key, settings.hideDuringRecording,
+          settings.isMiniturized};
+}
+
+PlaybackSettings playbackSettings(Settings& settings) {
+  return {settings.playbackSpeed, settings.repeatPlayback,      settings.timesToRepeat,
+          settings.playCount,     settings.waitBeforeRepeating, settings.waittimenumber,
+          settings.waittimeunit};
+}
+
+PlaybackServices playbackServices(const Desktop& desktop) {
+  return {desktop.runLoop,        desktop.clock,   desktop.trace,
+          desktop.eventSynthesis, desktop.screens, desktop.windows};
+}
+
+}  // namespace
+
+ContentView::ContentView(const Desktop& desktop, Settings& settings)
+    : desktop_(desktop),
+      settings_(settings),
+      capture_(captureState_, captureSettings(settings), desktop.permission, desktop.inputMonitor,
+               desktop.windows, desktop.runLoop, desktop.trace),
+      playback_(captureState_, playbackState_, playbackSettings(settings),
+                playbackServices(desktop)) {
+  playbackState_.loadedRecording.uniqueID = Uuid::random();
+}
+
+ContentView::~ContentView() = default;
+
+void ContentView::onAppear() {
+  if (const auto screen = desktop_.screens.mainScreen()) {
+    playbackState_.widthScreen = screen->frame.size.width;
+    captureState_.heightScreen = screen->frame.size.height;
+  }
+  captureState_.eventLog.clear();
+  if (desktop_.permission.AXIsProcessTrusted()) desktop_.review.requestReview();
+}
+
+void ContentView::recordButtonPressed() {
+  capture_.recordAction();
+}
+void ContentView::recordShortcutPressed() {
+  capture_.recordShortcutAction();
+}
+void ContentView::playButtonPressed() {
+  playback_.startPlayback(PlayVariant::button);
+}
+void ContentView::playShortcutPressed() {
+  playback_.startPlayback(PlayVariant::shortcut);
+}
+void ContentView::escapeKeyPressed() {
+  playback_.stopPlayback();
+}
+
+void ContentView::dismissAuthAlert() {
+  desktop_.trace.writeLine("Dismiss button pressed.");
+  captureState_.showingAuthAlert.set(false);
+}
+
+void ContentView::dismissPlayAlert() {
+  desktop_.trace.writeLine("Dismiss button pressed.");
+  playbackState_.showingPlayAlert.set(false);
+}
+
+}  // namespace tapeloop

@@ -1,0 +1,135 @@
+#include "playback/repeat_controller.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <string>
+#include <string_view>
+
+#include "playback/playback_speed.h"
+
+namespace tapeloop {
+namespace {
+
+// For a repeating recording without any duration: often enough to go unnoticed, seldom enough to
+// leave the desktop usable.
+constexpr double shortestCycle = 0.01;
+
+bool equalsIntegerPart(std::int64_t count, double number) {
+  constexpr double limit = 9'223'372'036'854'775'808.0;  // 2 to the power of 63
+  if (!(std::abs(number) < limit)) return false;         // not finite either
+  return count == static_cast<std::int64_t>(number);
+}
+
+std::string decimal(double number) {
+  std::array<char, 32> digits{};
+  const auto end = std::to_chars(digits.begin(), digits.end(), number).ptr;
+  std::string text(digits.begin(), end);
+  if (text.find_first_not_of("-0123456789") == std::string::npos) text += ".0";
+  return text;
+}
+
+}  // namespace
+
+RepeatController::RepeatController(CaptureState& capture, PlaybackState& state,
+                                   const PlaybackSettings& settings,
+                                   const PlaybackServices& services, PlaybackScheduler& scheduler)
+    : capture_(capture),
+      state_(state),
+      settings_(settings),
+      services_(services),
+      scheduler_(scheduler) {}
+
+RepeatController::~RepeatController() {
+  if (state_.repeatTimer) state_.repeatTimer->invalidate();
+}
+
+void RepeatController::startPlayback(PlayVariant variant) {
+  Trace& trace = services_.trace;
+  settings_.playCount.set(0);
+  if (!hasSomethingToPlay()) {
+    state_.showingPlayAlert.set(true);
+    return;
+  }
+  if (variant == PlayVariant::button) {
+    trace.writeLine("play button pressed");
+    trace.writeLine("Wait " + std::to_string(settings_.waittimenumber.get()) + " " +
+                    settings_.waittimeunit.get());
+  } else {
+    trace.writeLine("play shortcut pressed");
+  }
+  updateWaitTime();
+  if (capture_.isPlaying.get()) return;
+  capture_.isPlaying.set(true);
+
+  trace.writeLine(state_.repeatTimer ? state_.repeatTimer->description() : "repeatTimer");
+  if (variant == PlayVariant::shortcut) trace.writeLine(decimal(settings_.playbackSpeed.get()));
+
+  const bool repeats = settings_.repeatPlayback.get();
+  double period = runDuration() + state_.waitTime;
+  if (repeats && !(period > 0)) period = shortestCycle;
+  state_.repeatTimer = services_.runLoop.scheduledTimerWithTimeInterval(
+      period, repeats ? TimerRepeats::yes : TimerRepeats::no,
+      [this, variant](const TimerRef& cycleTimer) { beginCycle(cycleTimer, variant); });
+  state_.repeatTimer->fire();
+}
+
+bool RepeatController::hasSomethingToPlay() const {
+  const std::string& type = capture_.recordingType.get();
+  if (type == recording_type::unsaved) return !capture_.eventLog.empty();
+  if (type == recording_type::saved) return !state_.loadedRecording.modifierArray.empty();
+  return false;
+}
+
+void RepeatController::updateWaitTime() {
+  if (!settings_.waitBeforeRepeating.get()) {
+    state_.waitTime = 0;
+    return;
+  }
+  const auto number = static_cast<double>(settings_.waittimenumber.get());
+  const std::string& unit = settings_.waittimeunit.get();
+  if (unit == "seconds") {
+    state_.waitTime = number;
+  } else if (unit == "minutes") {
+    state_.waitTime = number * 60;
+  } else if (unit == "hours") {
+    state_.waitTime = number * 60 * 60;
+  }
+}
+
+double RepeatController::runDuration() const {
+  return capture_.recordingTime / playbackDivisor(settings_.playbackSpeed.get());
+}
+
+void RepeatController::beginCycle(const TimerRef& cycleTimer, PlayVariant variant) {
+  Trace& trace = services_.trace;
+  trace.writeLine("repeating now");
+  trace.writeLine("Play button pressed");
+  if (variant == PlayVariant::button) trace.writeNumber(settings_.playCount.get());
+  trace.writeLine("playingTimer");
+  services_.runLoop.scheduledTimerWithTimeInterval(
+      runDuration(), TimerRepeats::no,
+      [this, alive = std::weak_ptr(alive_), cycleTimer](const TimerRef&) {
+        if (!alive.expired()) finishRun(cycleTimer);
+      });
+  if (!capture_.isRecording.get()) scheduler_.playRecording();
+}
+
+void RepeatController::finishRun(const TimerRef& cycleTimer) {
+  Trace& trace = services_.trace;
+  trace.writeLine("stopped playing");
+  settings_.playCount.set(settings_.playCount.get() + 1);
+  const std::int64_t count = settings_.playCount.get();
+  trace.writeNumber(count);
+  if (equalsIntegerPart(count, settings_.timesToRepeat.get())) {
+    trace.writeLine("STOP!!!");
+    if (capture_.isPlaying.get()) scheduler_.endPlayback(cycleTimer);
+  }
+  if (!settings_.repeatPlayback.get()) capture_.isPlaying.set(false);
+  // A run that Escape ended, or repeating that was turned off half-way, may end a playback whose
+  // cycle timer is another one, or still ticks. Left alone it would start runs that Escape, which
+  // acts during playback only, could never stop.
+  if (!capture_.isPlaying.get() && state_.repeatTimer) state_.repeatTimer->invalidate();
+}
+
+}  // namespace tapeloop
