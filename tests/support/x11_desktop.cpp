@@ -1,0 +1,133 @@
+#include "support/x11_desktop.h"
+
+#include <stdexcept>
+
+#include "controller/settings.h"
+#include "platform/desktop.h"
+#include "platform/linux/clock.h"
+#include "platform/memory_defaults_store.h"
+#include "platform/x11/connection.h"
+#include "platform/x11/input_monitor.h"
+#include "platform/x11/keyboard_map.h"
+#include "platform/x11/own_windows.h"
+#include "platform/x11/permission.h"
+#include "platform/x11/screens.h"
+
+namespace tapeloop::support {
+
+namespace {
+
+class NoTrace final : public Trace {
+ public:
+  void writeLine(std::string_view) override {}
+};
+
+class NoWindows final : public WindowSystem {
+ public:
+  std::shared_ptr<Window> createWindow(Rect, StyleMask, BackingType, DeferCreation) override {
+    return nullptr;
+  }
+};
+
+class NoReview final : public AppReview {
+ public:
+  void requestReview() override {}
+};
+
+std::unique_ptr<x11::Connection> connect(linux::EpollRunLoop& loop, const std::string& display) {
+  std::string error;
+  auto connection = x11::Connection::open(loop, display, error);
+  if (!connection) throw std::runtime_error(error);
+  return connection;
+}
+
+}  // namespace
+
+struct X11Desktop::Services {
+  Services(const std::string& display, const MakeTrace& makeTrace)
+      : trace(makeTrace ? makeTrace(loop) : std::make_unique<NoTrace>()),
+        connection(connect(loop, display)) {}
+
+  linux::EpollRunLoop loop;
+  std::unique_ptr<Trace> trace;
+  std::unique_ptr<x11::Connection> connection;
+  x11::KeyboardMap keyboard{*connection};
+  x11::X11Screens screens{*connection};
+  x11::OwnWindows ownWindows{*connection};
+  x11::X11Permission permission{*connection};
+  x11::X11InputMonitor monitor{*connection, keyboard, screens, ownWindows, x11::DoubleClick{}};
+  x11::X11EventSynthesis synthesis{*connection, keyboard, screens};
+  linux::SystemClock clock;
+  MemoryDefaultsStore defaults;
+  NoWindows windows;
+  NoReview review;
+  Settings settings{defaults};
+  ContentView contentView{Desktop{loop, clock, *trace, defaults, permission, monitor, synthesis,
+                                  screens, windows, review},
+                          settings};
+};
+
+X11Desktop::X11Desktop(const std::string& display, const MakeTrace& makeTrace)
+    : services_(std::make_unique<Services>(display, makeTrace)) {
+  services_->contentView.onAppear();
+}
+
+X11Desktop::~X11Desktop() = default;
+
+bool X11Desktop::runUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
+  enum Outcome : int { reached, late };
+  auto& loop = services_->loop;
+  const auto check = loop.addBeforeWait([&] {
+    if (condition()) loop.quit(reached);
+    return false;
+  });
+  const auto timer = loop.scheduledTimerWithTimeInterval(
+      std::chrono::duration<double>(limit).count(), TimerRepeats::no,
+      [&loop](const TimerRef&) { loop.quit(late); });
+  const bool inTime = condition() || loop.run() == reached;
+  timer->invalidate();
+  return inTime;
+}
+
+ContentView& X11Desktop::contentView() {
+  return services_->contentView;
+}
+x11::X11EventSynthesis& X11Desktop::synthesis() {
+  return services_->synthesis;
+}
+bool X11Desktop::isConnectionLost() const {
+  return services_->connection->isLost();
+}
+
+void X11Desktop::startCapture() {
+  services_->contentView.recordButtonPressed();
+}
+
+const EventLog& X11Desktop::stopCapture() {
+  services_->contentView.recordButtonPressed();
+  return services_->contentView.captureState().eventLog;
+}
+
+bool X11Desktop::playLog(double speed, std::chrono::milliseconds limit) {
+  services_->settings.playbackSpeed.set(speed);
+  services_->contentView.playButtonPressed();
+  // The end of the run comes before its last event when both are due at the same moment.
+  bool drained = false;
+  return runUntil([this] { return !isPlaying(); }, limit) &&
+         (services_->loop.dispatchAfter(0, [&drained] { drained = true; }),
+          runUntil([&drained] { return drained; }, limit));
+}
+
+void X11Desktop::setLog(const std::vector<InputEvent>& events) {
+  auto& state = services_->contentView.captureState();
+  state.eventLog.clear();
+  for (const auto& event : events) state.eventLog.append(event);
+  state.recordingType.set(recording_type::unsaved);
+  state.recordingTime = events.empty() ? 0 : events.back().timestamp - events.front().timestamp;
+}
+
+bool X11Desktop::isPlaying() {
+  return services_->contentView.captureState().isPlaying.get();
+}
+
+}  // namespace tapeloop::support
