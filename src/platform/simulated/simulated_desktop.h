@@ -1,0 +1,63 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "platform/desktop.h"
+#include "platform/simulated/defaults_store.h"
+#include "platform/simulated/event_synthesis.h"
+#include "platform/simulated/input_monitor.h"
+#include "platform/simulated/run_loop.h"
+#include "platform/simulated/trace.h"
+#include "platform/simulated/window_system.h"
+
+namespace tapeloop::simulated {
+
+class GrantedPermission final : public Permission {
+ public:
+  [[nodiscard]] bool AXIsProcessTrusted() const override { return granted; }
+  bool granted = true;
+};
+
+/// The first screen is the primary one and the main one. None at all is possible.
+class FixedScreens final : public Screens {
+ public:
+  [[nodiscard]] std::vector<Screen> screens() const override { return list; }
+  [[nodiscard]] std::optional<Screen> mainScreen() const override {
+    if (list.empty()) return std::nullopt;
+    return list.front();
+  }
+  std::vector<Screen> list{{{{0, 0}, {1440, 900}}}};
+};
+
+class CountedAppReview final : public AppReview {
+ public:
+  void requestReview() override { ++requests; }
+  int requests = 0;
+};
+
+/// A whole desktop in memory. It records every effect, and nothing happens on it but what it is
+/// told to: tests and simulations turn its clock and press its keys.
+struct SimulatedDesktop {
+  VirtualRunLoop runLoop;
+  TraceLines trace;
+  FaultyDefaultsStore defaults;
+  GrantedPermission permission;
+  ScriptedInputMonitor inputMonitor;
+  RecordedEventSynthesis eventSynthesis{runLoop};
+  FixedScreens screens;
+  RecordedWindowSystem windows;
+  CountedAppReview review;
+
+  SimulatedDesktop() = default;
+  SimulatedDesktop(const SimulatedDesktop&) = delete;
+  SimulatedDesktop& operator=(const SimulatedDesktop&) = delete;
+
+  /// Its services live as long as this.
+  [[nodiscard]] Desktop services() {
+    return {runLoop,      runLoop,        trace,   defaults, permission,
+            inputMonitor, eventSynthesis, screens, windows,  review};
+  }
+};
+
+}  // namespace tapeloop::simulated

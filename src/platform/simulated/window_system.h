@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/window_system.h"
+
+namespace tapeloop::simulated {
+
+/// What became of one window; known also when the window is gone.
+struct WindowRecord {
+  /// By name with their arguments, in order, the creation first: "setLevel 3".
+  std::vector<std::string> operations;
+  std::weak_ptr<View> view;
+  StyleMask styleMask = 0;
+  Point topLeft;
+  bool visible = false;
+};
+
+/// Windows that nobody sees. A view appears when it is the content of a window that is on screen.
+class RecordedWindowSystem final : public WindowSystem {
+ public:
+  std::shared_ptr<Window> createWindow(Rect contentRect, StyleMask mask, BackingType backing,
+                                       DeferCreation defer) override;
+
+  /// From now on no window can be made.
+  void refuseWindows() { refuses_ = true; }
+
+  /// Every window that was made, the oldest first.
+  [[nodiscard]] const std::vector<std::shared_ptr<const WindowRecord>>& windows() const {
+    return records_;
+  }
+  [[nodiscard]] std::size_t visibleWindows() const;
+
+ private:
+  std::vector<std::shared_ptr<const WindowRecord>> records_;
+  bool refuses_ = false;
+};
+
+}  // namespace tapeloop::simulated
