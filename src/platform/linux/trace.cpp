@@ -1,0 +1,167 @@
+#include "platform/linux/trace.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <string>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+namespace tapeloop::linux {
+namespace {
+
+// Enough for writes to cost little beside the copying, small enough to stay in the cache.
+constexpr std::size_t writeSize = 128 << 10;
+
+void surviveBrokenPipes() {
+  struct sigaction action {};
+  if (sigaction(SIGPIPE, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) return;
+  // A handler and not SIG_IGN, which the programs that this one starts would inherit.
+  action.sa_handler = [](int) {};
+  action.sa_flags = SA_RESTART;
+  sigaction(SIGPIPE, &action, nullptr);
+}
+
+}  // namespace
+
+void openStandardDescriptors() {
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    // The lowest free number is the one that is closed.
+    if (fcntl(descriptor, F_GETFD) < 0) [[maybe_unused]]
+      const int opened = ::open("/dev/null", O_RDWR);
+  }
+}
+
+StandardOutputTrace::StandardOutputTrace(EpollRunLoop& loop, int descriptor) : loop_(loop) {
+  surviveBrokenPipes();
+  open(descriptor);
+  beforeWait_ = loop_.addBeforeWait([this] {
+    flush();
+    return false;
+  });
+}
+
+StandardOutputTrace::~StandardOutputTrace() {
+  waiting_ = false;
+  flush();
+}
+
+void StandardOutputTrace::open(int descriptor) {
+  struct stat status {};
+  if (fstat(descriptor, &status) != 0) return;
+  descriptor_ = descriptor;
+  if (S_ISSOCK(status.st_mode)) {
+    sink_ = Sink::socket;
+    return;
+  }
+  if (S_ISREG(status.st_mode)) {
+    // Not opened anew: the position in the file is shared with whoever else writes to it.
+    sink_ = Sink::direct;
+    return;
+  }
+  const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
+  reopened_ =
+      FileDescriptor(::open(path.c_str(), O_WRONLY | O_APPEND | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  if (reopened_) {
+    descriptor_ = reopened_.get();
+    sink_ = Sink::direct;
+    return;
+  }
+  sink_ = Sink::polled;
+  // A pipe that is ready takes this much; of a terminal it is only known that it takes something.
+  portion_ = S_ISFIFO(status.st_mode) ? PIPE_BUF : 1;
+}
+
+void StandardOutputTrace::writeLine(std::string_view line) {
+  if (sink_ == Sink::gone) return;
+  const std::size_t size = line.size() + 1;
+  if (pending() + size > writeSize && !waiting_ && lost_ == 0) flush();
+  // Once a line was dropped all are, until what is kept has been written and the loss with it.
+  if (lost_ > 0 || (pending() > 0 && pending() + size > bound)) {
+    ++lost_;
+    return;
+  }
+  buffer_.append(line) += '\n';
+}
+
+void StandardOutputTrace::flush() {
+  while (!waiting_ && sink_ != Sink::gone && (pending() > 0 || lost_ > 0)) {
+    const bool reportsLoss = pending() == 0;
+    const std::string notice = reportsLoss ? lossNotice() : std::string();
+    const ssize_t count = writeSome(reportsLoss ? std::string_view(notice)
+                                                : std::string_view(buffer_).substr(written_));
+    if (count > 0 && reportsLoss) {
+      buffer_ = notice;
+      written_ = static_cast<std::size_t>(count);
+      lost_ = 0;
+      lineOpen_ = false;
+    } else if (count > 0) {
+      written_ += static_cast<std::size_t>(count);
+    } else if (count < 0 && errno == EAGAIN) {
+      waitForReader();
+    } else if (count < 0 && (errno == ENOSPC || errno == EDQUOT || errno == EFBIG)) {
+      // There may be room again later, but nothing tells when.
+      dropPending();
+      return;
+    } else if (count == 0 || errno != EINTR) {
+      sink_ = Sink::gone;
+    }
+  }
+  if (pending() > 0 && sink_ != Sink::gone) return;
+  buffer_.clear();
+  written_ = 0;
+}
+
+std::string StandardOutputTrace::lossNotice() const {
+  return (lineOpen_ ? "\n... " : "... ") + std::to_string(lost_) + " lines lost\n";
+}
+
+ssize_t StandardOutputTrace::writeSome(std::string_view text) const {
+  switch (sink_) {
+    case Sink::socket:
+      return ::send(descriptor_, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    case Sink::polled: {
+      pollfd request{descriptor_, POLLOUT, 0};
+      if (::poll(&request, 1, 0) == 0) {
+        errno = EAGAIN;
+        return -1;
+      }
+      return ::write(descriptor_, text.data(), std::min(text.size(), portion_));
+    }
+    case Sink::direct:
+    case Sink::gone:
+      break;
+  }
+  return ::write(descriptor_, text.data(), text.size());
+}
+
+void StandardOutputTrace::waitForReader() {
+  // The part that has been written goes as soon as it outweighs what moving the rest costs.
+  if (written_ >= pending()) {
+    buffer_.erase(0, written_);
+    written_ = 0;
+  }
+  waiting_ = true;
+  writable_ = loop_.watch(
+      descriptor_,
+      [this] {
+        waiting_ = false;
+        writable_.reset();
+        flush();
+      },
+      Readiness::writable);
+}
+
+void StandardOutputTrace::dropPending() {
+  if (written_ > 0) lineOpen_ = buffer_[written_ - 1] != '\n';
+  lost_ += static_cast<std::size_t>(
+      std::count(buffer_.begin() + static_cast<std::ptrdiff_t>(written_), buffer_.end(), '\n'));
+  buffer_.clear();
+  written_ = 0;
+}
+
+}  // namespace tapeloop::linux
