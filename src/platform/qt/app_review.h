@@ -1,0 +1,13 @@
+#pragma once
+
+#include "platform/app_review.h"
+
+namespace tapeloop::qt {
+
+/// No desktop that this program runs on takes reviews.
+class AppReview final : public tapeloop::AppReview {
+ public:
+  void requestReview() override {}
+};
+
+}  // namespace tapeloop::qt

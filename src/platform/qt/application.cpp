@@ -1,0 +1,74 @@
+#include "platform/qt/application.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QMetaObject>
+#include <QtGui/QStyleHints>
+#include <QtGui/qguiapplication_platform.h>
+#include <QtQuick/QQuickWindow>
+#include <QtQuick/QSGRendererInterface>
+#include <xcb/xcb.h>
+
+namespace tapeloop::qt {
+namespace {
+
+/// An environment variable that holds while Qt starts and is not handed on to other programs.
+class TemporaryVariable {
+ public:
+  TemporaryVariable(const char* name, const char* value)
+      : name_(name), previous_(qgetenv(name)), wasSet_(qEnvironmentVariableIsSet(name)) {
+    qputenv(name, value);
+  }
+  TemporaryVariable(const TemporaryVariable&) = delete;
+  TemporaryVariable& operator=(const TemporaryVariable&) = delete;
+  ~TemporaryVariable() {
+    if (wasSet_)
+      qputenv(name_, previous_);
+    else
+      qunsetenv(name_);
+  }
+
+ private:
+  const char* const name_;
+  const QByteArray previous_;
+  const bool wasSet_;
+};
+
+}  // namespace
+
+Application::Application(char* program) : arguments_{program, nullptr} {
+  QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+  QCoreApplication::setApplicationName("tapeloop");
+  QGuiApplication::setApplicationDisplayName("Tapeloop");
+  QGuiApplication::setDesktopFileName("tapeloop");
+  // The plain dispatcher serves descriptors in order of arrival; GLib's puts them after its own.
+  const TemporaryVariable plainDispatcher("QT_NO_GLIB", "1");
+  // Recording and playing need X11, whatever else Qt would choose.
+  const TemporaryVariable platform("QT_QPA_PLATFORM", "xcb");
+  application_ = std::make_unique<QGuiApplication>(argumentCount_, arguments_);
+}
+
+Application::~Application() = default;
+
+DoubleClickHints Application::doubleClick() const {
+  const auto* hints = QGuiApplication::styleHints();
+  return {hints->mouseDoubleClickInterval() / 1000.0,
+          static_cast<double>(hints->mouseDoubleClickDistance())};
+}
+
+ClientIds Application::clientIds() const {
+  const auto* x11 = application_->nativeInterface<QNativeInterface::QX11Application>();
+  if (!x11) return {};
+  const auto* setup = xcb_get_setup(x11->connection());
+  return {setup->resource_id_base, setup->resource_id_mask};
+}
+
+int Application::run() {
+  return QGuiApplication::exec();
+}
+
+void Application::quit(int exitCode) {
+  QMetaObject::invokeMethod(
+      application_.get(), [exitCode] { QCoreApplication::exit(exitCode); }, Qt::QueuedConnection);
+}
+
+}  // namespace tapeloop::qt

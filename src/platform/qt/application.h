@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include <QtGui/QGuiApplication>
+
+namespace tapeloop::qt {
+
+/// What the desktop says about double clicks.
+struct DoubleClickHints {
+  double seconds = 0;
+  double pixels = 0;
+};
+
+/// The identifiers that the X server gives to what Qt makes: `base`, apart from the bits of `mask`.
+struct ClientIds {
+  std::uint32_t base = 0;
+  std::uint32_t mask = 0;
+};
+
+/// Qt, set up for this program: windows on the software scene graph, no arguments, the plain event
+/// dispatcher. Main thread only; outlives everything else that is made with Qt.
+class Application {
+ public:
+  /// There is an X server; Qt ends the program when there is none. `program` outlives this object.
+  explicit Application(char* program);
+  Application(const Application&) = delete;
+  Application& operator=(const Application&) = delete;
+  ~Application();
+
+  [[nodiscard]] DoubleClickHints doubleClick() const;
+  [[nodiscard]] ClientIds clientIds() const;
+
+  /// Runs Qt's event loop until `quit`, or until the last ordinary window has been closed.
+  int run();
+  /// Works before `run`, too.
+  void quit(int exitCode);
+
+ private:
+  int argumentCount_ = 1;
+  char* arguments_[2];
+  std::unique_ptr<QGuiApplication> application_;
+};
+
+}  // namespace tapeloop::qt

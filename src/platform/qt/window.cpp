@@ -1,0 +1,184 @@
+#include "platform/qt/window.h"
+
+#include <cmath>
+#include <utility>
+
+#include <QtCore/QMetaObject>
+#include <QtGui/QBitmap>
+#include <QtGui/QGuiApplication>
+#include <QtGui/QMouseEvent>
+#include <QtGui/QPainter>
+#include <QtGui/QScreen>
+#include <QtGui/QSurfaceFormat>
+
+namespace tapeloop::qt {
+namespace {
+
+QColor toQt(Color color) {
+  return QColor::fromRgbF(static_cast<float>(color.red), static_cast<float>(color.green),
+                          static_cast<float>(color.blue), static_cast<float>(color.alpha));
+}
+
+/// Rows of a rounded rectangle, so that its corners show what lies below even where no compositor
+/// mixes windows.
+QRegion roundedRectangle(QSize size, double radius) {
+  QBitmap shape(size);
+  shape.clear();
+  QPainter painter(&shape);
+  painter.setBrush(Qt::color1);
+  painter.setPen(Qt::NoPen);
+  painter.drawRoundedRect(QRect({0, 0}, size), radius, radius);
+  painter.end();
+  return QRegion(shape);
+}
+
+}  // namespace
+
+/// The native side: tells the view when it comes on screen and leaves, and moves with the pointer.
+class Window::Frame final : public QQuickWindow {
+ public:
+  std::shared_ptr<View> view;
+  bool movable = false;
+
+ protected:
+  bool event(QEvent* event) override {
+    const bool handled = QQuickWindow::event(event);
+    if (event->type() == QEvent::Show && view) view->onAppear();
+    if (event->type() == QEvent::Hide && view) view->onDisappear();
+    return handled;
+  }
+  void mousePressEvent(QMouseEvent* event) override {
+    QQuickWindow::mousePressEvent(event);
+    if (movable && !mouseGrabberItem()) startSystemMove();
+  }
+};
+
+Window::Window(const ViewRegistry& views, Rect contentRect, StyleMask mask)
+    : views_(views), frame_(new Frame), mask_(mask) {
+  frame_->resize(static_cast<int>(std::lround(contentRect.size.width)),
+                 static_cast<int>(std::lround(contentRect.size.height)));
+}
+
+Window::~Window() {
+  close();
+  frame_->view.reset();
+  frame_->deleteLater();
+}
+
+void Window::makeKeyAndOrderFront() {
+  wanted_ = true;
+  changed();
+}
+
+void Window::setMovableByWindowBackground(bool movable) {
+  movable_ = movable;
+  changed();
+}
+
+void Window::setLevel(WindowLevel level) {
+  level_ = level;
+  changed();
+}
+
+void Window::setBackgroundColor(Color color) {
+  frame_->setColor(toQt(color));
+  if (color.alpha < 1) {
+    // An alpha channel is chosen when the native window is made.
+    auto format = frame_->format();
+    format.setAlphaBufferSize(8);
+    frame_->setFormat(format);
+  }
+}
+
+void Window::setStyleMask(StyleMask mask) {
+  mask_ = mask;
+  changed();
+}
+
+void Window::setIgnoresMouseEvents(bool ignores) {
+  ignoresMouseEvents_ = ignores;
+  changed();
+}
+
+void Window::setContentView(HostingView content) {
+  if (content_.view && frame_->isVisible()) content_.view->onDisappear();
+  content_ = std::move(content);
+  frame_->view = content_.view;
+  item_ = views_.makeItem(content_.view);
+  if (item_) {
+    item_->setParentItem(frame_->contentItem());
+    fitContent();
+  }
+  if (content_.view && frame_->isVisible()) content_.view->onAppear();
+  changed();
+}
+
+void Window::setFrameTopLeftPoint(Point point) {
+  topLeft_ = point;
+  changed();
+}
+
+void Window::close() {
+  wanted_ = false;
+  frame_->hide();
+}
+
+void Window::changed() {
+  if (!wanted_ || queued_) return;
+  queued_ = true;
+  // The frame is the receiver: a window that was let go of meanwhile takes the call with it.
+  QMetaObject::invokeMethod(
+      frame_, [this] { realize(); }, Qt::QueuedConnection);
+}
+
+void Window::realize() {
+  queued_ = false;
+  if (!wanted_) return;
+  frame_->movable = movable_ && !ignoresMouseEvents_;
+  if (frame_->flags() != flags()) frame_->setFlags(flags());
+  fitContent();
+  place();
+  frame_->show();
+  frame_->raise();
+  if (!(flags() & Qt::WindowDoesNotAcceptFocus)) frame_->requestActivate();
+}
+
+void Window::fitContent() {
+  if (!item_) return;
+  const QSize size(static_cast<int>(std::ceil(item_->implicitWidth())),
+                   static_cast<int>(std::ceil(item_->implicitHeight())));
+  if (size.isEmpty()) return;
+  item_->setSize(size);
+  frame_->resize(size);
+  if (content_.cornerRadius > 0) frame_->setMask(roundedRectangle(size, content_.cornerRadius));
+}
+
+void Window::place() {
+  const auto* primary = QGuiApplication::primaryScreen();
+  if (!topLeft_ || !primary) return;
+  // Points are pixels of the server; Qt scales a screen about its top-left corner.
+  const auto geometry = primary->geometry();
+  const double ratio = primary->devicePixelRatio();
+  frame_->setPosition(
+      geometry.x() + static_cast<int>(std::lround(topLeft_->x / ratio)),
+      geometry.y() + geometry.height() - static_cast<int>(std::lround(topLeft_->y / ratio)));
+}
+
+Qt::WindowFlags Window::flags() const {
+  const bool floating = level_ == WindowLevel::floating;
+  if (mask_ & style_mask::titled) {
+    Qt::WindowFlags flags = Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint;
+    if (mask_ & style_mask::closable) flags |= Qt::WindowCloseButtonHint;
+    if (mask_ & style_mask::miniaturizable) flags |= Qt::WindowMinimizeButtonHint;
+    if (floating) flags |= Qt::WindowStaysOnTopHint;
+    if (ignoresMouseEvents_) flags |= Qt::WindowTransparentForInput;
+    return flags;
+  }
+  // A tool tip is none of the windows whose last one ends the program.
+  Qt::WindowFlags flags = Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus;
+  if (floating) flags |= Qt::WindowStaysOnTopHint | Qt::BypassWindowManagerHint;
+  if (ignoresMouseEvents_) flags |= Qt::WindowTransparentForInput;
+  return flags;
+}
+
+}  // namespace tapeloop::qt
