@@ -1,0 +1,223 @@
+#include <memory>
+#include <string>
+
+#include "capture/capture.h"
+#include "capture/recording_view.h"
+#include "support/simulated_fixture.h"
+
+namespace tapeloop {
+namespace {
+
+using namespace testing;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+class CaptureTest : public SimulatedTest {
+ protected:
+  CaptureTest() { state.heightScreen = 900; }
+
+  State<std::string> caption{"Record"};
+  State<bool> keySetting{true};
+  State<bool> hideDuringRecording{false};
+  State<bool> isMiniturized{false};
+  CaptureState state;
+  std::unique_ptr<Capture> capture = std::make_unique<Capture>(
+      state, CaptureSettings{caption, keySetting, hideDuringRecording, isMiniturized},
+      desktop.permission, desktop.inputMonitor, desktop.windows, desktop.runLoop, desktop.trace);
+};
+
+TEST_F(CaptureTest, ArmsCapturesAndStops) {
+  Lines captions;
+  const auto subscription = caption.subscribe([&] { captions.push_back(caption.get()); });
+
+  capture->recordAction();
+  EXPECT_TRUE(state.isRecording.get());
+  EXPECT_TRUE(state.buttonDisabled.get());
+  EXPECT_EQ(state.buttonProperties->startStopOpacity.get(), 0.3);
+  EXPECT_EQ(state.startStopButtonSize.get(), FontStyle::callout);
+  EXPECT_FALSE(keySetting.get());
+  EXPECT_EQ(desktop.windows.visibleWindows(), 1u);
+
+  deliver(move(100.5, {1, 2}));
+  deliver(leftDown(101, {3, 4}));
+  deliver(leftUp(103.25, {3, 4}));
+  capture->recordAction();
+
+  EXPECT_FALSE(state.isRecording.get());
+  EXPECT_FALSE(state.buttonDisabled.get());
+  EXPECT_EQ(state.buttonProperties->startStopOpacity.get(), 1.0);
+  EXPECT_EQ(state.startStopButtonSize.get(), FontStyle::title);
+  EXPECT_EQ(state.recordingType.get(), "unsaved");
+  EXPECT_EQ(state.recordingTime, 2.75);
+  EXPECT_EQ(state.eventLog.size(), 3u);
+  EXPECT_EQ(state.eventLog.back(), leftUp(103.25, {3, 4}));
+  EXPECT_EQ(desktop.windows.visibleWindows(), 0u);
+  EXPECT_EQ(desktop.inputMonitor.installed(), 0u);
+  EXPECT_THAT(captions, ElementsAre("Click outside the window to start recording.",
+                                    "Stop Recording", "Record"));
+  EXPECT_THAT(lines(),
+              ElementsAre("Recording: true", StartsWith("Optional("), StartsWith("Optional("),
+                          StartsWith("Optional("), "Recording: false"));
+}
+
+TEST_F(CaptureTest, OpensAFloatingWindowThatLetsClicksThrough) {
+  capture->startRecording();
+  const auto& window = *desktop.windows.windows().at(0);
+  EXPECT_THAT(
+      window.operations,
+      ElementsAre("createWindow 0 0 500 500 32783 2 false", "makeKeyAndOrderFront",
+                  "setMovableByWindowBackground true", "setLevel 3", "setBackgroundColor 0 0 0 0",
+                  "setStyleMask 32783", "setStyleMask 32783", "setBackingType 2", "setStyleMask 0",
+                  "setStyleMask 8", "setStyleMask 32776", "setReleasedWhenClosed false",
+                  "setIgnoresMouseEvents true", "setContentView 10", "setFrameTopLeftPoint 0 900"));
+  EXPECT_NE(dynamic_cast<RecordingView*>(window.view.lock().get()), nullptr);
+}
+
+TEST_F(CaptureTest, StoppingAtOnceKeepsTheOldDuration) {
+  state.recordingTime = 7;
+  state.recordingType.set("saved");
+  capture->recordAction();
+  capture->recordAction();
+  EXPECT_TRUE(state.eventLog.empty());
+  EXPECT_EQ(state.recordingTime, 7);
+  EXPECT_EQ(state.recordingType.get(), "unsaved");
+}
+
+TEST_F(CaptureTest, OneEventMakesARecordingWithoutDurationAndLeavesTheCaption) {
+  state.recordingTime = 7;
+  capture->recordAction();
+  deliver(move(100));
+  EXPECT_EQ(caption.get(), "Click outside the window to start recording.");
+  capture->recordAction();
+  EXPECT_EQ(state.recordingTime, 0);
+}
+
+TEST_F(CaptureTest, EventsThatArriveWhileTheMonitorIsRemovedBelongToTheRecording) {
+  capture->recordAction();
+  deliver(move(100));
+  deliver(keyDown(101, 7));
+  desktop.inputMonitor.holdBack(keyUp(102, 7));
+  capture->recordAction();
+  EXPECT_EQ(state.eventLog.size(), 3u);
+  EXPECT_EQ(state.recordingTime, 2);
+  EXPECT_EQ(caption.get(), "Record");
+  EXPECT_EQ(lines().back(), "Recording: false");
+}
+
+TEST_F(CaptureTest, OnlyTheNineKindsAreCaptured) {
+  capture->recordAction();
+  for (std::uint32_t type = 0; type < 64; ++type) {
+    deliver(mouse(static_cast<EventType>(type), 100 + type));
+  }
+  std::vector<int> types;
+  for (const InputEvent& event : state.eventLog) types.push_back(static_cast<int>(event.type));
+  EXPECT_THAT(types, ElementsAre(1, 2, 3, 4, 5, 6, 10, 11, 22));
+}
+
+TEST_F(CaptureTest, ArmingAgainStartsWithAnEmptyLogAndANewWindow) {
+  capture->recordAction();
+  deliver(move(100));
+  capture->recordAction();
+  const auto firstWindow = state.RECwindow;
+  const auto firstMonitor = state.eventHandler;
+  ASSERT_NE(firstWindow, nullptr) << "a closed window is kept";
+
+  capture->recordAction();
+  EXPECT_TRUE(state.eventLog.empty());
+  EXPECT_NE(state.RECwindow, firstWindow);
+  EXPECT_NE(state.eventHandler, firstMonitor);
+  EXPECT_EQ(desktop.inputMonitor.installed(), 1u);
+}
+
+TEST_F(CaptureTest, WithoutPermissionOnlyTheAlertIsRaised) {
+  desktop.permission.granted = false;
+  capture->recordAction();
+  EXPECT_THAT(lines(), IsEmpty());
+  capture->recordShortcutAction();
+  EXPECT_THAT(lines(), ElementsAre("record shortcut pressed"));
+  EXPECT_TRUE(state.showingAuthAlert.get());
+  EXPECT_FALSE(state.isRecording.get());
+  EXPECT_THAT(desktop.windows.windows(), IsEmpty());
+}
+
+TEST_F(CaptureTest, PermissionLostDuringCaptureLeavesItArmed) {
+  capture->recordAction();
+  desktop.permission.granted = false;
+  capture->recordAction();
+  EXPECT_TRUE(state.isRecording.get());
+  desktop.permission.granted = true;
+  capture->recordAction();
+  EXPECT_FALSE(state.isRecording.get());
+}
+
+TEST_F(CaptureTest, TheRecordActionDuringPlaybackTakesTheLastLogAndLetsPlaybackGoOn) {
+  state.eventLog.append(move(10));
+  state.eventLog.append(move(14));
+  state.recordingType.set("saved");
+  state.isPlaying.set(true);
+  capture->recordShortcutAction();
+  EXPECT_THAT(lines(), ElementsAre("record shortcut pressed", "Recording: false"));
+  EXPECT_EQ(state.recordingType.get(), "unsaved");
+  EXPECT_EQ(state.recordingTime, 4);
+  EXPECT_TRUE(state.isPlaying.get());
+}
+
+TEST_F(CaptureTest, AMonitorThatCannotBeInstalledLooksArmedAndLogsNothing) {
+  desktop.inputMonitor.refuseMonitors();
+  capture->recordAction();
+  EXPECT_TRUE(state.isRecording.get());
+  EXPECT_FALSE(state.eventHandler->isInstalled());
+  deliver(move(100));
+  capture->recordAction();
+  EXPECT_TRUE(state.eventLog.empty());
+  EXPECT_EQ(caption.get(), "Record");
+}
+
+TEST_F(CaptureTest, AWindowThatCannotBeMadeDoesNotKeepCaptureFromWorking) {
+  desktop.windows.refuseWindows();
+  capture->recordAction();
+  deliver(move(100));
+  capture->recordAction();
+  EXPECT_EQ(state.eventLog.size(), 1u);
+}
+
+TEST_F(CaptureTest, HidingIsRememberedOnlyWhenItIsAskedFor) {
+  capture->recordAction();
+  capture->recordAction();
+  EXPECT_FALSE(isMiniturized.get());
+  hideDuringRecording.set(true);
+  capture->recordAction();
+  EXPECT_FALSE(isMiniturized.get());
+  capture->recordAction();
+  EXPECT_TRUE(isMiniturized.get());
+}
+
+TEST_F(CaptureTest, QuittingInTheMiddleOfACaptureLeavesNoMonitorBehind) {
+  capture->recordAction();
+  desktop.inputMonitor.holdBack(move(100));
+  capture.reset();
+  EXPECT_EQ(desktop.inputMonitor.installed(), 0u);
+  deliver(move(101));
+  EXPECT_EQ(state.eventLog.size(), 1u);
+}
+
+TEST_F(CaptureTest, AMonitorIsRemovedWithItsLastReference) {
+  int events = 0;
+  auto monitor = std::make_shared<GlobalEventMonitor>(desktop.inputMonitor, 1u << 5,
+                                                      [&](const InputEvent*) { ++events; });
+  EXPECT_EQ(desktop.inputMonitor.installed(), 0u);
+  monitor->start();
+  deliver(move(1));
+  monitor->stop();
+  monitor->stop();
+  deliver(move(2));
+  monitor->start();
+  deliver(move(3));
+  monitor.reset();
+  EXPECT_EQ(desktop.inputMonitor.installed(), 0u);
+  EXPECT_EQ(events, 2);
+}
+
+}  // namespace
+}  // namespace tapeloop

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "playback/playback.h"
+#include "support/simulated_fixture.h"
+
+namespace tapeloop::testing {
+
+/// Playback of a log or of a loaded recording, with settings in memory at their defaults.
+class PlaybackTest : public SimulatedTest {
+ protected:
+  PlaybackTest() {
+    capture.heightScreen = 900;
+    state.widthScreen = 1440;
+  }
+
+  void log(const std::vector<InputEvent>& events) {
+    for (const InputEvent& event : events) capture.eventLog.append(event);
+    capture.recordingTime = events.empty() ? 0 : events.back().timestamp - events.front().timestamp;
+    capture.recordingType.set("unsaved");
+  }
+  void load(const std::vector<InputEvent>& events) {
+    state.loadedRecording = makeRecording(events);
+    capture.recordingTime = events.empty() ? 0 : events.back().timestamp - events.front().timestamp;
+    capture.recordingType.set("saved");
+  }
+  void play() { playback->startPlayback(PlayVariant::button); }
+  void playByShortcut() { playback->startPlayback(PlayVariant::shortcut); }
+  void escape() { playback->stopPlayback(); }
+  [[nodiscard]] bool playing() const { return capture.isPlaying.get(); }
+  /// Whether anything keeps keys and buttons down.
+  [[nodiscard]] bool holding() const { return desktop.eventSynthesis.hasSession(); }
+
+  State<double> playbackSpeed{1.0};
+  State<bool> repeatPlayback{false};
+  State<double> timesToRepeat{5.0};
+  State<std::int64_t> playCount{0};
+  State<bool> waitBeforeRepeating{false};
+  State<std::int64_t> waittimenumber{5};
+  State<std::string> waittimeunit{"seconds"};
+
+  CaptureState capture;
+  PlaybackState state;
+  std::unique_ptr<Playback> playback = std::make_unique<Playback>(
+      capture, state,
+      PlaybackSettings{playbackSpeed, repeatPlayback, timesToRepeat, playCount, waitBeforeRepeating,
+                       waittimenumber, waittimeunit},
+      PlaybackServices{desktop.runLoop, desktop.runLoop, desktop.trace, desktop.eventSynthesis,
+                       desktop.screens, desktop.windows});
+};
+
+}  // namespace tapeloop::testing

@@ -1,0 +1,224 @@
+#include <limits>
+
+#include "playback/playback_fixture.h"
+#include "playback/playback_scheduler.h"
+
+namespace tapeloop {
+namespace {
+
+using namespace testing;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+/// Single runs, without the controller that repeats them.
+class PlaybackSchedulerTest : public PlaybackTest {
+ protected:
+  std::unique_ptr<PlaybackScheduler> scheduler = std::make_unique<PlaybackScheduler>(
+      capture, state,
+      PlaybackSettings{playbackSpeed, repeatPlayback, timesToRepeat, playCount, waitBeforeRepeating,
+                       waittimenumber, waittimeunit},
+      PlaybackServices{desktop.runLoop, desktop.runLoop, desktop.trace, desktop.eventSynthesis,
+                       desktop.screens, desktop.windows});
+  void SetUp() override { playback.reset(); }
+};
+
+TEST_F(PlaybackSchedulerTest, ALoadedRecordingKeepsItsDistancesDividedByTheSpeed) {
+  load({move(10), move(10.5), move(12)});
+  capture.recordingTime = 99;
+  scheduler->playRecording();
+  EXPECT_THAT(lines(), ElementsAre("0", "1", "2"));
+  EXPECT_EQ(capture.recordingTime, 2.0);
+  EXPECT_EQ(state.timerArray.size(), 3u);
+  advance(10);
+  EXPECT_THAT(postingTimes(), ElementsAre(0.0, 0.5, 2.0));
+
+  playbackSpeed.set(2);
+  scheduler->playRecording();
+  EXPECT_EQ(capture.recordingTime, 2.0);
+  advance(10);
+  EXPECT_THAT(postingTimes(), ElementsAre(0.0, 0.5, 2.0, 10.0, 10.25, 11.0));
+}
+
+TEST_F(PlaybackSchedulerTest, AnEventLogIsPlayedTheSameWayAfterItsDateInterval) {
+  desktop.runLoop.setStartDate(1'000'000'000);
+  log({move(10), move(10.5), keyDown(12, 1)});
+  scheduler->playRecording();
+  EXPECT_THAT(lines(),
+              ElementsAre("Date Interval: 2001-09-09T01:46:50.000Z to 2001-09-09T01:46:52.000Z",
+                          "0", "1", "2"));
+  advance(10);
+  EXPECT_THAT(postingTimes(), ElementsAre(0.0, 0.5, 2.0));
+}
+
+TEST_F(PlaybackSchedulerTest, ASpeedThatCannotBeDividedByPlaysAtOne) {
+  load({move(0), move(3)});
+  for (const double speed : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN(),
+                             std::numeric_limits<double>::infinity()}) {
+    playbackSpeed.set(speed);
+    const double start = desktop.runLoop.now();
+    scheduler->playRecording();
+    advance(100);
+    EXPECT_EQ(postingTimes().back() - start, 3) << speed;
+  }
+}
+
+TEST_F(PlaybackSchedulerTest, EventsOlderThanTheFirstAreDueAtOnceInTheirOrder) {
+  log({move(10, {1, 0}), move(8, {2, 0}), move(9, {3, 0}), move(11, {4, 0})});
+  scheduler->playRecording();
+  advance(5);
+  std::vector<std::pair<double, double>> seen;
+  for (const auto& [time, event] : desktop.eventSynthesis.posted()) {
+    seen.emplace_back(time, event.position.x);
+  }
+  EXPECT_THAT(seen, ElementsAre(std::pair(0.0, 1.0), std::pair(0.0, 2.0), std::pair(0.0, 3.0),
+                                std::pair(1.0, 4.0)));
+}
+
+TEST_F(PlaybackSchedulerTest, TooFewEventsRunNothingAndOnlyAnEmptyRecordingAlerts) {
+  log({});
+  scheduler->playRecording();
+  EXPECT_TRUE(state.showingPlayAlert.get());
+  state.showingPlayAlert.set(false);
+  load({});
+  scheduler->playRecording();
+  EXPECT_TRUE(state.showingPlayAlert.get());
+
+  state.showingPlayAlert.set(false);
+  log({move(1)});
+  scheduler->playRecording();
+  load({move(1)});
+  scheduler->playRecording();
+  log({move(2)});
+  capture.recordingType.set("");
+  scheduler->playRecording();
+  capture.recordingType.set("other");
+  scheduler->playRecording();
+
+  EXPECT_FALSE(state.showingPlayAlert.get());
+  EXPECT_THAT(lines(), IsEmpty());
+  EXPECT_EQ(desktop.runLoop.timers().size(), 0u);
+  EXPECT_EQ(state.timerArray.size(), 1u) << "the timer from the start was never replaced";
+}
+
+TEST_F(PlaybackSchedulerTest, ColumnsOfUnequalLengthAreNotReadPastTheirEnd) {
+  load({leftDown(1), move(2), move(3), leftUp(4)});
+  state.loadedRecording.locXArray.resize(2);
+  scheduler->playRecording();
+  EXPECT_EQ(state.timerArray.size(), 4u);
+  advance(10);
+  EXPECT_THAT(postingTimes(), ElementsAre(0.0, 1.0));
+
+  state.loadedRecording.timestampArray.resize(1);
+  scheduler->playRecording();
+  EXPECT_EQ(state.timerArray.size(), 1u);
+  EXPECT_EQ(capture.recordingTime, 0);
+
+  capture.recordingTime = 3;
+  state.loadedRecording.timestampArray.clear();
+  lines();
+  scheduler->playRecording();
+  EXPECT_THAT(lines(), IsEmpty());
+  EXPECT_EQ(capture.recordingTime, 3);
+}
+
+TEST_F(PlaybackSchedulerTest, ALoggedEventIsPostedAsItWasEvenWhenTheLogIsEmptiedMeanwhile) {
+  log({keyDown(0, 1), keyUp(1, 1)});
+  scheduler->playRecording();
+  advance(0.5);
+  capture.eventLog.clear();
+  capture.eventLog.append(move(5));
+  advance(1);
+  EXPECT_THAT(posted(), ElementsAre(TypeAndTime{EventType::keyDown, 0.0},
+                                    TypeAndTime{EventType::keyUp, 1.0}));
+}
+
+TEST_F(PlaybackSchedulerTest, ALoadedRecordingIsReadWhenItsTimersFire) {
+  load({keyDown(0, 1), keyUp(1, 1), move(2)});
+  scheduler->playRecording();
+  advance(0.5);
+  state.loadedRecording = makeRecording({move(0), scroll(1, 0, 5)});
+  advance(5);
+  EXPECT_THAT(posted(), ElementsAre(TypeAndTime{EventType::keyDown, 0.0},
+                                    TypeAndTime{EventType::scrollWheel, 1.0}));
+}
+
+TEST_F(PlaybackSchedulerTest, EscapeCancelsTheRunAndSaysSo) {
+  log({move(0), move(1), move(2)});
+  capture.isPlaying.set(true);
+  playCount.set(3);
+  state.repeatTimer =
+      desktop.runLoop.scheduledTimerWithTimeInterval(5, TimerRepeats::yes, [](const TimerRef&) {});
+  scheduler->playRecording();
+  advance(1.5);
+  lines();
+  scheduler->stopPlayback();
+  EXPECT_THAT(lines(), ElementsAre("Escape Key Pressed", "3", "3", "0", "1", "2", "isPlaying"));
+  EXPECT_FALSE(playing());
+  EXPECT_EQ(playCount.get(), 0);
+  EXPECT_FALSE(state.repeatTimer->isValid());
+  advance(10);
+  EXPECT_EQ(posted().size(), 2u);
+
+  scheduler->stopPlayback();
+  EXPECT_THAT(lines(), ElementsAre("Escape Key Pressed"));
+}
+
+TEST_F(PlaybackSchedulerTest, TheTimersOfAnEarlierRunCannotBeCancelledAnyMore) {
+  capture.isPlaying.set(true);
+  log({keyDown(0, 1), keyUp(10, 1)});
+  scheduler->playRecording();
+  advance(1);
+  load({move(0), move(10)});
+  scheduler->playRecording();
+  scheduler->stopPlayback();
+  EXPECT_TRUE(holding()) << "the first run still has the key to release";
+  advance(20);
+  EXPECT_THAT(posted(), ElementsAre(TypeAndTime{EventType::keyDown, 0.0},
+                                    TypeAndTime{EventType::keyUp, 10.0}));
+  EXPECT_FALSE(holding());
+  EXPECT_THAT(desktop.eventSynthesis.released(), IsEmpty());
+}
+
+TEST_F(PlaybackSchedulerTest, TheHintWindowFollowsPlayback) {
+  capture.isPlaying.set(true);
+  EXPECT_EQ(desktop.windows.visibleWindows(), 1u);
+  const auto& window = *desktop.windows.windows().at(0);
+  EXPECT_EQ(window.topLeft, (Point{630, 900}));
+  EXPECT_EQ(window.styleMask, 0x8008u);
+  capture.isPlaying.set(false);
+  EXPECT_EQ(desktop.windows.visibleWindows(), 0u);
+  EXPECT_NE(state.ESCwindow, nullptr) << "a closed window is kept";
+  capture.isPlaying.set(true);
+  EXPECT_EQ(desktop.windows.windows().size(), 2u);
+  EXPECT_EQ(desktop.windows.visibleWindows(), 1u);
+  EXPECT_THAT(lines(), ElementsAre("isPlaying", "isPlaying", "isPlaying"));
+}
+
+TEST_F(PlaybackSchedulerTest, AHintWindowThatCannotBeMadeIsDoneWithout) {
+  desktop.windows.refuseWindows();
+  log({move(0), move(1)});
+  capture.isPlaying.set(true);
+  scheduler->playRecording();
+  scheduler->stopPlayback();
+  EXPECT_FALSE(playing());
+}
+
+TEST_F(PlaybackSchedulerTest, QuittingInTheMiddlePostsNothingMoreAndLetsGoOfEveryKey) {
+  log({keyDown(0, 1), keyUp(10, 1)});
+  scheduler->playRecording();
+  advance(1);
+  scheduler->playRecording();  // the first run can't be reached through the list any more
+  advance(1);
+  scheduler.reset();
+  EXPECT_FALSE(holding());
+  EXPECT_EQ(desktop.eventSynthesis.released().size(), 1u);
+  const std::size_t before = posted().size();
+  advance(20);
+  EXPECT_EQ(posted().size(), before);
+  capture.isPlaying.set(true);
+  EXPECT_THAT(desktop.windows.windows(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace tapeloop
