@@ -1,0 +1,338 @@
+#include "platform/linux/sqlite_defaults_store.h"
+
+#include <array>
+#include <bit>
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <system_error>
+#include <utility>
+#include <variant>
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+
+#include "platform/linux/file_descriptor.h"
+
+namespace tapeloop::linux {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int busyMilliseconds = 2000;
+
+// Kept in the file, so that a number never changes its meaning.
+enum class ValueType : int { boolean = 0, integer = 1, real = 2, text = 3 };
+
+// WAL with FULL: a write is durable after one sync of the log, where a rollback journal takes four.
+// That counts while something plays in short cycles, since each run writes its number. A value of
+// many megabytes costs the same both ways: once into the log and once into the file. The limit
+// gives the log's space back after such a one.
+constexpr const char* writingSettings =
+    "PRAGMA journal_mode=WAL;"
+    "PRAGMA synchronous=FULL;"
+    "PRAGMA journal_size_limit=4194304;"
+    "CREATE TABLE IF NOT EXISTS defaults("
+    "key TEXT PRIMARY KEY NOT NULL, type INTEGER NOT NULL, value NOT NULL)";
+constexpr const char* selectValue = "SELECT type, value FROM defaults WHERE key = ?1";
+constexpr const char* storeValue =
+    "INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
+    "ON CONFLICT(key) DO UPDATE SET type = excluded.type, value = excluded.value";
+
+StoreStatus statusOfSystemError(int error) {
+  switch (error) {
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+      return StoreStatus::diskFull;
+    case EROFS:
+    case EACCES:
+    case EPERM:
+      return StoreStatus::readOnly;
+    default:
+      return StoreStatus::unavailable;
+  }
+}
+
+StoreStatus statusOf(sqlite3* database) {
+  switch (sqlite3_errcode(database)) {
+    case SQLITE_OK:
+    case SQLITE_ROW:
+    case SQLITE_DONE:
+      return StoreStatus::stored;
+    case SQLITE_READONLY:
+    case SQLITE_PERM:
+      return StoreStatus::readOnly;
+    case SQLITE_FULL:
+    case SQLITE_TOOBIG:
+      return StoreStatus::diskFull;
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+      return StoreStatus::locked;
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+      return StoreStatus::damaged;
+    case SQLITE_CANTOPEN:
+    case SQLITE_IOERR:
+      return statusOfSystemError(sqlite3_system_errno(database));
+    default:
+      return StoreStatus::unavailable;
+  }
+}
+
+std::string sentence(StoreStatus status, const fs::path& file) {
+  const std::string name = file.string();
+  switch (status) {
+    case StoreStatus::stored:
+      return {};
+    case StoreStatus::readOnly:
+      return "Settings and recordings can't be saved: there is no permission to write " + name +
+             ".";
+    case StoreStatus::diskFull:
+      return "Settings and recordings can't be saved: there is no room for " + name + ".";
+    case StoreStatus::locked:
+      return "Settings and recordings can't be read or saved: another program holds " + name + ".";
+    case StoreStatus::damaged:
+      return "Settings and recordings can't be read or saved: " + name + " is damaged.";
+    case StoreStatus::unavailable:
+      break;
+  }
+  return "Settings and recordings can't be read or saved: " + name + " can't be opened.";
+}
+
+void syncFolder(const fs::path& folder) {
+  const FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (descriptor) ::fsync(descriptor.get());
+}
+
+/// Makes what is missing, for the owner alone. What goes wrong shows when the file is opened.
+void makeFile(const fs::path& file) {
+  const fs::path folder = file.parent_path();
+  fs::path made;
+  for (const fs::path& part : folder) {
+    const fs::path parent = made;
+    made /= part;
+    if (::mkdir(made.c_str(), S_IRWXU) == 0) syncFolder(parent.empty() ? "." : parent);
+  }
+  // SQLite gives its log and its index the mode of the file.
+  const FileDescriptor created(
+      ::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  if (created) {
+    syncFolder(folder.empty() ? "." : folder);
+    return;
+  }
+  struct stat status {};
+  const bool isFile = ::stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+  if (isFile && (status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+    ::chmod(file.c_str(), status.st_mode & S_IRWXU);
+  }
+}
+
+/// SQLite can't read a file whose log mode needs files beside it if it may not make them; one that
+/// nobody writes to can be read without them, unless a log was left behind.
+std::optional<std::string> immutableName(const fs::path& file) {
+  std::error_code error;
+  const auto logSize = fs::file_size(file.string() + "-wal", error);
+  if (!error && logSize > 0) return std::nullopt;
+  std::string name = "file:";
+  for (const char c : file.string()) {
+    switch (c) {
+      case '%':
+        name += "%25";
+        break;
+      case '?':
+        name += "%3f";
+        break;
+      case '#':
+        name += "%23";
+        break;
+      default:
+        name += c;
+    }
+  }
+  return name + "?immutable=1";
+}
+
+// Doubles as their eight bytes: SQLite's own reals know neither NaN nor the sign of zero.
+using RealBytes = std::array<char, sizeof(double)>;
+
+std::optional<DefaultsValue> readValue(sqlite3_stmt* row) {
+  const int storage = sqlite3_column_type(row, 1);
+  const auto type = static_cast<ValueType>(sqlite3_column_int(row, 0));
+  if (type == ValueType::boolean && storage == SQLITE_INTEGER) {
+    return sqlite3_column_int64(row, 1) != 0;
+  }
+  if (type == ValueType::integer && storage == SQLITE_INTEGER) {
+    return std::int64_t{sqlite3_column_int64(row, 1)};
+  }
+  if (type == ValueType::text && storage == SQLITE_TEXT) {
+    const unsigned char* text = sqlite3_column_text(row, 1);
+    if (!text) return std::nullopt;
+    const auto size = static_cast<std::size_t>(sqlite3_column_bytes(row, 1));
+    return std::string(reinterpret_cast<const char*>(text), size);
+  }
+  RealBytes bytes;
+  if (type == ValueType::real && storage == SQLITE_BLOB &&
+      sqlite3_column_bytes(row, 1) == static_cast<int>(bytes.size())) {
+    std::memcpy(bytes.data(), sqlite3_column_blob(row, 1), bytes.size());
+    return std::bit_cast<double>(bytes);
+  }
+  return std::nullopt;
+}
+
+void bindText(sqlite3_stmt* statement, int position, std::string_view text) {
+  // The caller's bytes outlive the statement. An empty view may hold a null pointer, which would
+  // bind NULL.
+  sqlite3_bind_text64(statement, position, text.empty() ? "" : text.data(), text.size(),
+                      SQLITE_STATIC, SQLITE_UTF8);
+}
+
+}  // namespace
+
+std::optional<fs::path> defaultsStorePath() {
+  fs::path folder;
+  if (const char* data = std::getenv("XDG_DATA_HOME")) folder = data;
+  // A relative one is to be ignored.
+  if (!folder.is_absolute()) {
+    const char* home = std::getenv("HOME");
+    if (!home || !fs::path(home).is_absolute()) return std::nullopt;
+    folder = fs::path(home) / ".local" / "share";
+  }
+  return folder / "tapeloop" / "defaults.sqlite3";
+}
+
+void SqliteDefaultsStore::Close::operator()(sqlite3* database) const {
+  sqlite3_close(database);
+}
+void SqliteDefaultsStore::Close::operator()(sqlite3_stmt* statement) const {
+  sqlite3_finalize(statement);
+}
+
+SqliteDefaultsStore::SqliteDefaultsStore(Database database) : database_(std::move(database)) {}
+SqliteDefaultsStore::~SqliteDefaultsStore() = default;
+
+SqliteDefaultsStore::Opened SqliteDefaultsStore::open(const fs::path& file) {
+  const auto opened = [&file](Database database, StoreStatus status) {
+    Opened result{nullptr, status, sentence(status, file)};
+    if (database) result.store.reset(new SqliteDefaultsStore(std::move(database)));
+    return result;
+  };
+  makeFile(file);
+  Database database = openDatabase(file.string(), SQLITE_OPEN_READWRITE);
+  StoreStatus status = check(database.get());
+  if (status == StoreStatus::stored) status = prepareForWriting(database.get());
+  if (status == StoreStatus::stored) return opened(std::move(database), status);
+  // For these reading is no help: what can be read may be wrong, or about to change.
+  if (status == StoreStatus::damaged || status == StoreStatus::locked) {
+    return opened(nullptr, status);
+  }
+  const auto readable = [](const Database& candidate) {
+    return check(candidate.get()) == StoreStatus::stored &&
+           prepare(candidate.get(), selectValue) != nullptr;
+  };
+  database = openDatabase(file.string(), SQLITE_OPEN_READONLY);
+  if (!readable(database)) {
+    const auto name = immutableName(file);
+    database = name ? openDatabase(*name, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI) : nullptr;
+  }
+  if (!database || !readable(database)) return opened(nullptr, status);
+  return opened(std::move(database), StoreStatus::readOnly);
+}
+
+SqliteDefaultsStore::Database SqliteDefaultsStore::openDatabase(const std::string& name,
+                                                                int flags) {
+  sqlite3* database = nullptr;
+  sqlite3_open_v2(name.c_str(), &database, flags, nullptr);
+  sqlite3_busy_timeout(database, busyMilliseconds);
+  return Database(database);
+}
+
+StoreStatus SqliteDefaultsStore::check(sqlite3* database) {
+  if (!database) return StoreStatus::unavailable;
+  if (const StoreStatus status = statusOf(database); status != StoreStatus::stored) return status;
+  // Damage is better found now than by a write into the middle of it.
+  const Statement statement = prepare(database, "PRAGMA quick_check(1)");
+  if (!statement || sqlite3_step(statement.get()) != SQLITE_ROW) return statusOf(database);
+  const auto* answer = reinterpret_cast<const char*>(sqlite3_column_text(statement.get(), 0));
+  const bool sound = answer && std::string_view(answer) == "ok";
+  return sound ? StoreStatus::stored : StoreStatus::damaged;
+}
+
+StoreStatus SqliteDefaultsStore::prepareForWriting(sqlite3* database) {
+  if (sqlite3_db_readonly(database, "main") == 1) return StoreStatus::readOnly;
+  sqlite3_exec(database, writingSettings, nullptr, nullptr, nullptr);
+  if (const StoreStatus status = statusOf(database); status != StoreStatus::stored) return status;
+  // A sound file with another table under this name is somebody else's.
+  if (prepare(database, storeValue)) return StoreStatus::stored;
+  return sqlite3_errcode(database) == SQLITE_ERROR ? StoreStatus::damaged : statusOf(database);
+}
+
+SqliteDefaultsStore::Statement SqliteDefaultsStore::prepare(sqlite3* database,
+                                                            std::string_view statement) {
+  sqlite3_stmt* prepared = nullptr;
+  sqlite3_prepare_v2(database, statement.data(), static_cast<int>(statement.size()), &prepared,
+                     nullptr);
+  return Statement(prepared);
+}
+
+std::optional<DefaultsValue> SqliteDefaultsStore::objectForKey(std::string_view key) const {
+  const Statement statement = prepare(database_.get(), selectValue);
+  if (statement) bindText(statement.get(), 1, key);
+  const int result = statement ? sqlite3_step(statement.get()) : SQLITE_ERROR;
+  std::optional<DefaultsValue> value;
+  if (result == SQLITE_ROW) value = readValue(statement.get());
+  if (value || result == SQLITE_DONE) {
+    if (const auto failed = failedReads_.find(key); failed != failedReads_.end()) {
+      failedReads_.erase(failed);
+    }
+  } else {
+    // A row that holds something else than its type says is damage too.
+    const StoreStatus status =
+        result == SQLITE_ROW ? StoreStatus::damaged : statusOf(database_.get());
+    failedReads_.insert_or_assign(std::string(key), status);
+  }
+  return value;
+}
+
+StoreStatus SqliteDefaultsStore::setObjectForKey(const DefaultsValue& value, std::string_view key) {
+  if (const auto failed = failedReads_.find(key); failed != failedReads_.end()) {
+    return failed->second;
+  }
+  Statement statement = prepare(database_.get(), storeValue);
+  if (!statement) return statusOf(database_.get());
+  bindText(statement.get(), 1, key);
+  RealBytes bytes;
+  const auto bindType = [&statement](ValueType type) {
+    sqlite3_bind_int(statement.get(), 2, static_cast<int>(type));
+  };
+  if (const auto* boolean = std::get_if<bool>(&value)) {
+    bindType(ValueType::boolean);
+    sqlite3_bind_int(statement.get(), 3, *boolean ? 1 : 0);
+  } else if (const auto* integer = std::get_if<std::int64_t>(&value)) {
+    bindType(ValueType::integer);
+    sqlite3_bind_int64(statement.get(), 3, *integer);
+  } else if (const auto* real = std::get_if<double>(&value)) {
+    bindType(ValueType::real);
+    bytes = std::bit_cast<RealBytes>(*real);
+    sqlite3_bind_blob(statement.get(), 3, bytes.data(), static_cast<int>(bytes.size()),
+                      SQLITE_STATIC);
+  } else {
+    bindType(ValueType::text);
+    bindText(statement.get(), 3, std::get<std::string>(value));
+  }
+  if (sqlite3_step(statement.get()) != SQLITE_DONE) return statusOf(database_.get());
+  // Ended before the observers run, which may write themselves.
+  statement.reset();
+  if (const auto observers = observers_.find(key); observers != observers_.end()) {
+    observers->second();
+  }
+  return StoreStatus::stored;
+}
+
+Subscription SqliteDefaultsStore::observe(std::string_view key, std::function<void()> callback) {
+  return observers_[std::string(key)].connect(std::move(callback));
+}
+
+}  // namespace tapeloop::linux
