@@ -1,0 +1,50 @@
+#include <vector>
+
+#include "support/simulated_fixture.h"
+
+namespace tapeloop {
+namespace {
+
+using namespace testing;
+using ::testing::ElementsAre;
+
+class VirtualRunLoopTest : public SimulatedTest {
+ protected:
+  // Notes the virtual time at which it fires.
+  TimerRef schedule(double interval, TimerRepeats repeats = TimerRepeats::no) {
+    return desktop.runLoop.scheduledTimerWithTimeInterval(
+        interval, repeats, [this](const TimerRef&) { fired.push_back(desktop.runLoop.now()); });
+  }
+  std::vector<double> fired;
+};
+
+TEST_F(VirtualRunLoopTest, TheClockStopsAtEveryDeadlineOnTheWay) {
+  schedule(2);
+  schedule(0.5, TimerRepeats::yes);
+  advance(1.75);
+  EXPECT_THAT(fired, ElementsAre(0.5, 1.0, 1.5));
+  advance(0.25);
+  EXPECT_THAT(fired, ElementsAre(0.5, 1.0, 1.5, 2.0, 2.0));
+  EXPECT_EQ(desktop.runLoop.now(), 2.0);
+}
+
+TEST_F(VirtualRunLoopTest, ATimerThatIsScheduledByATimerCountsFromItsDeadline) {
+  desktop.runLoop.dispatchAfter(1, [&] {
+    schedule(0);
+    schedule(0.25);
+  });
+  advance(10);
+  EXPECT_THAT(fired, ElementsAre(1.0, 1.25));
+  EXPECT_EQ(desktop.runLoop.date(), 10.0);
+}
+
+TEST_F(VirtualRunLoopTest, ATimerMayInvalidateOneThatIsDueAtTheSameMoment) {
+  TimerRef second;
+  desktop.runLoop.dispatchAfter(1, [&] { second->invalidate(); });
+  second = schedule(1);
+  advance(2);
+  EXPECT_TRUE(fired.empty());
+}
+
+}  // namespace
+}  // namespace tapeloop
