@@ -1,0 +1,138 @@
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "app/app_delegate.h"
+#include "controller/content_view.h"
+#include "controller/settings.h"
+#include "platform/linux/clock.h"
+#include "platform/linux/run_loop.h"
+#include "platform/linux/signals.h"
+#include "platform/linux/sqlite_defaults_store.h"
+#include "platform/linux/trace.h"
+#include "platform/memory_defaults_store.h"
+#include "platform/qt/app_review.h"
+#include "platform/qt/application.h"
+#include "platform/qt/run_loop_bridge.h"
+#include "platform/qt/view_registry.h"
+#include "platform/qt/window_system.h"
+#include "platform/x11/connection.h"
+#include "platform/x11/event_synthesis.h"
+#include "platform/x11/input_monitor.h"
+#include "platform/x11/keyboard_map.h"
+#include "platform/x11/own_windows.h"
+#include "platform/x11/permission.h"
+#include "platform/x11/screens.h"
+#include "views/main_window.h"
+#include "views/view_items.h"
+
+namespace tapeloop {
+namespace {
+
+constexpr int lostDisplay = 1;
+constexpr int couldNotStart = 2;
+
+void complain(const std::string& sentence) {
+  std::fprintf(stderr, "tapeloop: %s\n", sentence.c_str());
+}
+
+/// The user's store, or one in memory when that can't be opened, so that the program runs.
+std::unique_ptr<DefaultsStore> openStore() {
+  const auto file = linux::defaultsStorePath();
+  if (!file) {
+    complain("Settings are not kept: neither XDG_DATA_HOME nor HOME says where.");
+    return std::make_unique<MemoryDefaultsStore>();
+  }
+  auto opened = linux::SqliteDefaultsStore::open(*file);
+  if (!opened.message.empty()) complain(opened.message);
+  if (opened.store) return std::move(opened.store);
+  return std::make_unique<MemoryDefaultsStore>();
+}
+
+/// The input side of the desktop on one X server.
+struct Input {
+  Input(x11::Connection& connection, x11::DoubleClick doubleClick)
+      : keyboard(connection),
+        screens(connection),
+        ownWindows(connection),
+        monitor(connection, keyboard, screens, ownWindows, doubleClick),
+        synthesis(connection, keyboard, screens),
+        permission(connection) {}
+
+  x11::KeyboardMap keyboard;
+  x11::X11Screens screens;
+  x11::OwnWindows ownWindows;
+  x11::X11InputMonitor monitor;
+  x11::X11EventSynthesis synthesis;
+  x11::X11Permission permission;
+};
+
+/// The window side. The views outlive the windows that show them.
+struct Display {
+  Display() { registerViews(views, engine); }
+
+  QQmlEngine engine;
+  qt::ViewRegistry views;
+  qt::WindowSystem windows{views};
+};
+
+bool isIgnored(int signal) {
+  struct sigaction action {};
+  return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+/// Everything from the services up, in the order in which it depends on each other; it is taken
+/// down in the opposite one, so that capture and playback end while the services are there.
+int run(char* program) {
+  linux::EpollRunLoop runLoop;
+  linux::StandardOutputTrace trace(runLoop);
+  std::string error;
+  const auto connection = x11::Connection::open(runLoop, "", error);
+  if (!connection) {
+    complain(error);
+    return couldNotStart;
+  }
+  const auto store = openStore();
+
+  qt::Application application(program);
+  const qt::RunLoopBridge bridge(runLoop);
+  const auto end = [&application](int signal) { application.quit(128 + signal); };
+  const linux::SignalWatch endSignals(runLoop, {SIGTERM, SIGINT}, end);
+  std::optional<linux::SignalWatch> hangup;
+  if (!isIgnored(SIGHUP)) hangup.emplace(runLoop, std::initializer_list<int>{SIGHUP}, end);
+  const auto loss = connection->onLost([&application] {
+    complain("The connection to the X server is lost.");
+    application.quit(lostDisplay);
+  });
+
+  const auto doubleClick = application.doubleClick();
+  Input input(*connection, {doubleClick.seconds, doubleClick.pixels});
+  const auto ids = application.clientIds();
+  input.ownWindows.addClient(ids.base, ids.mask);
+  Display display;
+  linux::SystemClock clock;
+  qt::AppReview review;
+  const Desktop desktop{runLoop,          clock,         trace,           *store,
+                        input.permission, input.monitor, input.synthesis, input.screens,
+                        display.windows,  review};
+
+  Settings settings(*store);
+  AppDelegate delegate(settings);
+  ContentView contentView(desktop, settings);
+  delegate.applicationDidFinishLaunching();
+  const MainWindow mainWindow(display.engine, contentView);
+  if (!mainWindow.isShown()) return couldNotStart;
+  return application.run();
+}
+
+}  // namespace
+}  // namespace tapeloop
+
+int main(int argumentCount, char** arguments) {
+  tapeloop::linux::openStandardDescriptors();
+  char name[] = "tapeloop";
+  return tapeloop::run(argumentCount > 0 ? arguments[0] : name);
+}

@@ -1,0 +1,24 @@
+import QtQuick
+
+// Drawn around a control that the keyboard would act on.
+Rectangle {
+    id: root
+
+    required property Item control
+    required property real controlRadius
+
+    readonly property real gap: 3
+
+    x: -gap
+    y: -gap
+    width: control.width + 2 * gap
+    height: control.height + 2 * gap
+    radius: controlRadius + gap
+    color: "transparent"
+    border.width: 2
+    border.color: palette.highlight
+
+    SystemPalette {
+        id: palette
+    }
+}

@@ -1,0 +1,90 @@
+import QtQuick
+import QtQuick.Window
+
+Window {
+    id: root
+
+    required property ContentViewModel model
+
+    title: "Tapeloop"
+    flags: Qt.Window | Qt.CustomizeWindowHint | Qt.WindowTitleHint | Qt.WindowSystemMenuHint | Qt.WindowMinimizeButtonHint | Qt.WindowCloseButtonHint
+    color: palette.window
+    width: panel.width + 64
+    height: panel.height + 56
+    minimumWidth: width
+    maximumWidth: width
+    minimumHeight: height
+    maximumHeight: height
+
+    SystemPalette {
+        id: palette
+    }
+
+    Shortcut {
+        sequence: "Escape"
+        onActivated: root.model.escapeKeyPressed()
+    }
+    Shortcut {
+        sequence: "Ctrl+Q"
+        onActivated: root.close()
+    }
+
+    // The window moves with its background.
+    DragHandler {
+        target: null
+        onActiveChanged: if (active)
+            root.startSystemMove()
+    }
+
+    Column {
+        id: panel
+
+        anchors.centerIn: parent
+        spacing: 22
+
+        Text {
+            anchors.horizontalCenter: parent.horizontalCenter
+            text: root.title
+            color: palette.windowText
+            font.pointSize: 15
+            font.weight: Font.DemiBold
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
+        }
+
+        Row {
+            spacing: 20
+
+            PushButton {
+                text: root.model.recordCaption
+                font.pointSize: root.model.recordCaptionIsCallout ? 9 : 17
+                unpressColor: root.model.unpressedColor
+                pressColor: Qt.rgba(180 / 255, 50 / 255, 40 / 255, 1)
+                focus: true
+                onClicked: root.model.recordButtonPressed()
+            }
+
+            PushButton {
+                text: "Play"
+                font.pointSize: 17
+                unpressColor: Qt.rgba(43 / 255, 150 / 255, 72 / 255, 1)
+                pressColor: Qt.rgba(0, 107 / 255, 0, 1)
+                opacity: root.model.startStopOpacity
+                enabled: !root.model.buttonDisabled
+                onClicked: root.model.playButtonPressed()
+            }
+        }
+    }
+
+    AlertWindow {
+        message: "Please authorize Tapeloop by going to System Preferences -> Security & Privacy -> Privacy -> Accessibility -> Check Tapeloop."
+        showing: root.model.showingAuthAlert
+        onDismissed: root.model.dismissAuthAlert()
+    }
+
+    AlertWindow {
+        message: "No input has been recorded yet."
+        showing: root.model.showingPlayAlert
+        onDismissed: root.model.dismissPlayAlert()
+    }
+}
