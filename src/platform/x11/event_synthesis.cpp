@@ -6,8 +6,6 @@
 
 #include <xcb/xcb.h>
 
-#include "platform/x11/xcb_reply.h"
-
 namespace tapeloop::x11 {
 namespace {
 
@@ -51,6 +49,7 @@ X11EventSynthesis::X11EventSynthesis(Connection& connection, const KeyboardMap& 
       keyboard_(keyboard),
       screens_(screens),
       devices_(connection),
+      pointer_(connection),
       locked_(connection, keyboard) {}
 
 X11EventSynthesis::~X11EventSynthesis() {
@@ -110,8 +109,11 @@ void X11EventSynthesis::postMouse(const SyntheticEvent& event) {
       event.type == EventType::mouseMoved || event.type == EventType::leftMouseDragged;
   const Pixel place = pixelOf(event.position);
   // The server reports a move even to where the pointer already is, and a recording holds no move
-  // before each click. Only the server knows where the pointer is: people and programs move it too.
-  if (isMotion || !isPointerAt(place)) devices_.moveTo(place.x, place.y);
+  // before each click.
+  if (isMotion || !pointer_.isAt(place)) {
+    devices_.moveTo(place.x, place.y);
+    pointer_.movedTo(place);
+  }
   const std::uint8_t button = event.button == MouseButton::right ? rightButton : leftButton;
   switch (event.type) {
     case EventType::leftMouseDown:
@@ -160,16 +162,9 @@ void X11EventSynthesis::postNotches(std::int64_t& pixels, std::int32_t added, st
   }
 }
 
-X11EventSynthesis::Pixel X11EventSynthesis::pixelOf(Point position) const {
+Pixel X11EventSynthesis::pixelOf(Point position) const {
   const Point pixel = screens_.toRoot(position);
   return {toPixel(pixel.x), toPixel(pixel.y)};
-}
-
-bool X11EventSynthesis::isPointerAt(Pixel place) const {
-  const auto pointer = own(xcb_query_pointer_reply(
-      connection_.xcb(), xcb_query_pointer(connection_.xcb(), connection_.root()), nullptr));
-  return pointer && pointer->same_screen != 0 && pointer->root_x == place.x &&
-         pointer->root_y == place.y;
 }
 
 std::shared_ptr<EventSynthesis::PostingSession> X11EventSynthesis::beginPosting() {
@@ -179,12 +174,14 @@ std::shared_ptr<EventSynthesis::PostingSession> X11EventSynthesis::beginPosting(
   pixelsUp_ = 0;
   pixelsLeft_ = 0;
   locked_.refresh();
+  pointer_.watch(true);
   devices_.hold();
   xcb_flush(connection_.xcb());
   return session;
 }
 
 void X11EventSynthesis::endPosting() {
+  pointer_.watch(false);
   devices_.release();
   xcb_flush(connection_.xcb());
 }

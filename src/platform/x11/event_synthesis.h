@@ -6,6 +6,7 @@
 #include "platform/event_synthesis.h"
 #include "platform/x11/keyboard_map.h"
 #include "platform/x11/locked_modifiers.h"
+#include "platform/x11/pointer_tracker.h"
 #include "platform/x11/screens.h"
 #include "platform/x11/test_devices.h"
 
@@ -36,10 +37,6 @@ class X11EventSynthesis final : public EventSynthesis {
 
  private:
   class Session;
-  struct Pixel {
-    std::int16_t x;
-    std::int16_t y;
-  };
 
   void postMouse(const SyntheticEvent& event);
   void postKey(const SyntheticEvent& event);
@@ -47,13 +44,13 @@ class X11EventSynthesis final : public EventSynthesis {
   void postNotches(std::int64_t& pixels, std::int32_t added, std::uint8_t forward,
                    std::uint8_t backward);
   [[nodiscard]] Pixel pixelOf(Point position) const;
-  [[nodiscard]] bool isPointerAt(Pixel place) const;
   void endPosting();
 
   Connection& connection_;
   const KeyboardMap& keyboard_;
   const X11Screens& screens_;
   TestDevices devices_;
+  PointerTracker pointer_;
   LockedModifiers locked_;
   std::weak_ptr<Session> session_;
   // Pixels that have not made up a notch yet.

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <string_view>
 
 #include <xcb/xcb.h>
 #include <xcb/xinput.h>
@@ -21,6 +20,11 @@ constexpr std::uint8_t keyClass = 0;
 constexpr std::uint8_t buttonClass = 1;
 
 }  // namespace
+
+std::string_view deviceName(const xcb_input_xi_device_info_t& device) {
+  return {xcb_input_xi_device_info_name(&device),
+          static_cast<std::size_t>(xcb_input_xi_device_info_name_length(&device))};
+}
 
 TestDevices::TestDevices(Connection& connection) : connection_(connection) {
   const auto& extensions = connection_.extensions();
@@ -43,12 +47,10 @@ void TestDevices::findDevices() {
   if (!reply) return;
   for (auto i = xcb_input_xi_query_device_infos_iterator(reply.get()); i.rem > 0;
        xcb_input_xi_device_info_next(&i)) {
-    const std::string_view name(
-        xcb_input_xi_device_info_name(i.data),
-        static_cast<std::size_t>(xcb_input_xi_device_info_name_length(i.data)));
+    const std::string_view name = deviceName(*i.data);
     const auto device = static_cast<std::uint8_t>(i.data->deviceid);
-    if (name == "Virtual core XTEST keyboard") keyboard_ = device;
-    if (name == "Virtual core XTEST pointer") pointer_ = device;
+    if (name == testKeyboardName) keyboard_ = device;
+    if (name == testPointerName) pointer_ = device;
   }
 }
 

@@ -2,11 +2,19 @@
 
 #include <bitset>
 #include <cstdint>
+#include <string_view>
 #include <vector>
+
+#include <xcb/xinput.h>
 
 #include "platform/x11/connection.h"
 
 namespace tapeloop::x11 {
+
+inline constexpr std::string_view testKeyboardName = "Virtual core XTEST keyboard";
+inline constexpr std::string_view testPointerName = "Virtual core XTEST pointer";
+
+std::string_view deviceName(const xcb_input_xi_device_info_t& device);
 
 /// The server's XTEST keyboard and pointer: what this program holds down on them, and the record of
 /// it that outlives the program. A key that is held through XTEST stays down when the program that
