@@ -16,13 +16,15 @@ constexpr double hintHalfWidth = 90;
 
 }  // namespace
 
-// What the timers of one run share. It goes with the last of them, and lets go of the keys and
-// buttons that the run holds. Its timers may outlive the scheduler, which is why they reach it
-// through here.
+// What the timers of one run share. It lives until the last of them has fired or was invalidated,
+// and then lets go of the keys and buttons that the run holds. A timer's block is no more than a
+// pointer to it and an index, which needs no memory of its own: runs may have a million events.
 struct PlaybackScheduler::Run {
-  PlaybackScheduler* scheduler;                    // null when the scheduler is gone
+  PlaybackScheduler& scheduler;
   std::shared_ptr<const EventLog::Events> events;  // null: rows of the loaded recording
   std::shared_ptr<EventSynthesis::PostingSession> session;
+  std::size_t pending;
+  std::vector<TimerRef> timers{};  // once a later run has taken their place in the state
 };
 
 PlaybackScheduler::PlaybackScheduler(CaptureState& capture, PlaybackState& state,
@@ -37,11 +39,8 @@ PlaybackScheduler::PlaybackScheduler(CaptureState& capture, PlaybackState& state
 
 PlaybackScheduler::~PlaybackScheduler() {
   for (const TimerRef& timer : state_.timerArray) timer->invalidate();
-  for (const auto& known : runs_) {
-    const auto run = known.lock();
-    if (!run) continue;
-    run->scheduler = nullptr;
-    run->session.reset();
+  for (const auto& run : runs_) {
+    for (const TimerRef& timer : run->timers) timer->invalidate();
   }
 }
 
@@ -64,7 +63,7 @@ void PlaybackScheduler::playEventLog() {
   services_.trace.writeLine("Date Interval: " + dateInterval(now + first, now + last));
   capture_.recordingTime = last - first;
   const std::size_t count = log.size();
-  const auto run = beginRun(log.events(), count);
+  Run& run = beginRun(log.events(), count);
   for (std::size_t i = 0; i < count; ++i) {
     services_.trace.writeNumber(i);
     schedule(run, i, log[i].timestamp - first);
@@ -79,39 +78,40 @@ void PlaybackScheduler::playLoadedRecording() {
   const double first = recording.timestampArray.front();
   capture_.recordingTime = recording.timestampArray.back() - first;
   const std::size_t count = recording.timestampArray.size();
-  const auto run = beginRun(nullptr, count);
+  Run& run = beginRun(nullptr, count);
   for (std::size_t i = 0; i < count; ++i) {
     services_.trace.writeNumber(i);
     schedule(run, i, recording.timestampArray[i] - first);
   }
 }
 
-std::shared_ptr<PlaybackScheduler::Run> PlaybackScheduler::beginRun(
-    std::shared_ptr<const EventLog::Events> events, std::size_t count) {
-  std::erase_if(runs_, [](const std::weak_ptr<Run>& run) { return run.expired(); });
-  auto run =
-      std::make_shared<Run>(this, std::move(events), services_.eventSynthesis.beginPosting());
-  runs_.push_back(run);
+PlaybackScheduler::Run& PlaybackScheduler::beginRun(std::shared_ptr<const EventLog::Events> events,
+                                                    std::size_t count) {
+  // Only the latest run's timers are in the state, and only while it is pending they are needed.
+  if (!runs_.empty() && runs_.back()->timers.empty()) {
+    runs_.back()->timers.swap(state_.timerArray);
+  }
   state_.timerArray.clear();
   state_.timerArray.reserve(count);
-  return run;
+  runs_.push_back(std::make_unique<Run>(*this, std::move(events),
+                                        services_.eventSynthesis.beginPosting(), count));
+  return *runs_.back();
 }
 
-void PlaybackScheduler::schedule(const std::shared_ptr<Run>& run, std::size_t index,
-                                 double offset) {
+void PlaybackScheduler::schedule(Run& run, std::size_t index, double offset) {
   const double delay = offset / playbackDivisor(settings_.playbackSpeed.get());
   state_.timerArray.push_back(services_.runLoop.scheduledTimerWithTimeInterval(
-      delay, TimerRepeats::no, [run, index](const TimerRef&) {
-        if (run->scheduler) run->scheduler->fire(*run, index);
-      }));
+      delay, TimerRepeats::no, [&run, index](const TimerRef&) { run.scheduler.fire(run, index); }));
 }
 
-void PlaybackScheduler::fire(const Run& run, std::size_t index) {
+void PlaybackScheduler::fire(Run& run, std::size_t index) {
   if (run.events) {
     synthesizer_.postLoggedEvent((*run.events)[index]);
   } else {
     synthesizer_.postRecordedEvent(state_.loadedRecording, index);
   }
+  if (--run.pending > 0) return;
+  std::erase_if(runs_, [&](const auto& known) { return known.get() == &run; });
 }
 
 void PlaybackScheduler::stopPlayback() {
@@ -127,6 +127,7 @@ void PlaybackScheduler::endPlayback(const TimerRef& cycleTimer) {
     services_.trace.writeNumber(i);
     state_.timerArray[i]->invalidate();
   }
+  if (!runs_.empty() && runs_.back()->timers.empty()) runs_.pop_back();
   if (cycleTimer) cycleTimer->invalidate();
   capture_.isPlaying.set(false);
   settings_.playCount.set(0);

@@ -39,9 +39,9 @@ class PlaybackScheduler {
 
   void playEventLog();
   void playLoadedRecording();
-  std::shared_ptr<Run> beginRun(std::shared_ptr<const EventLog::Events> events, std::size_t count);
-  void schedule(const std::shared_ptr<Run>& run, std::size_t index, double offset);
-  void fire(const Run& run, std::size_t index);
+  Run& beginRun(std::shared_ptr<const EventLog::Events> events, std::size_t count);
+  void schedule(Run& run, std::size_t index, double offset);
+  void fire(Run& run, std::size_t index);
   void isPlayingChanged();
 
   CaptureState& capture_;
@@ -49,7 +49,7 @@ class PlaybackScheduler {
   const PlaybackSettings settings_;
   const PlaybackServices services_;
   EventSynthesizer synthesizer_;
-  std::vector<std::weak_ptr<Run>> runs_;  // those that may still have pending events
+  std::vector<std::unique_ptr<Run>> runs_;  // those with pending events, the latest one last
   std::shared_ptr<EventSynthesis::PostingSession> session_;  // while playback is active
   Subscription isPlayingSubscription_;
 };
