@@ -1,4 +1,5 @@
 import QtQuick
+import Tapeloop
 
 Rectangle {
     id: root
