@@ -1,6 +1,9 @@
 #include "support/x11_desktop.h"
 
+#include <cstdlib>
 #include <stdexcept>
+
+#include <xcb/xcb.h>
 
 #include "controller/settings.h"
 #include "platform/desktop.h"
@@ -89,11 +92,28 @@ bool X11Desktop::runUntil(const std::function<bool()>& condition, std::chrono::m
   return inTime;
 }
 
+bool X11Desktop::runUntilElsewhere(const std::function<bool()>& condition,
+                                   std::chrono::milliseconds limit) {
+  const auto turns = services_->loop.scheduledTimerWithTimeInterval(0.005, TimerRepeats::yes,
+                                                                    [](const TimerRef&) {});
+  const bool inTime = runUntil(condition, limit);
+  turns->invalidate();
+  return inTime;
+}
+
+void X11Desktop::sync() {
+  auto* xcb = services_->connection->xcb();
+  std::free(xcb_get_input_focus_reply(xcb, xcb_get_input_focus(xcb), nullptr));
+}
+
 ContentView& X11Desktop::contentView() {
   return services_->contentView;
 }
 x11::X11EventSynthesis& X11Desktop::synthesis() {
   return services_->synthesis;
+}
+std::vector<Screen> X11Desktop::screens() const {
+  return services_->screens.screens();
 }
 bool X11Desktop::isConnectionLost() const {
   return services_->connection->isLost();
@@ -108,14 +128,24 @@ const EventLog& X11Desktop::stopCapture() {
   return services_->contentView.captureState().eventLog;
 }
 
-bool X11Desktop::playLog(double speed, std::chrono::milliseconds limit) {
+void X11Desktop::startPlayback(double speed) {
   services_->settings.playbackSpeed.set(speed);
   services_->contentView.playButtonPressed();
+}
+
+void X11Desktop::stopPlayback() {
+  services_->contentView.escapeKeyPressed();
+}
+
+bool X11Desktop::playLog(double speed, std::chrono::milliseconds limit) {
+  startPlayback(speed);
+  if (!runUntil([this] { return !isPlaying(); }, limit)) return false;
   // The end of the run comes before its last event when both are due at the same moment.
   bool drained = false;
-  return runUntil([this] { return !isPlaying(); }, limit) &&
-         (services_->loop.dispatchAfter(0, [&drained] { drained = true; }),
-          runUntil([&drained] { return drained; }, limit));
+  services_->loop.dispatchAfter(0, [&drained] { drained = true; });
+  if (!runUntil([&drained] { return drained; }, limit)) return false;
+  sync();
+  return true;
 }
 
 void X11Desktop::setLog(const std::vector<InputEvent>& events) {

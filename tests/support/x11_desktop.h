@@ -8,6 +8,7 @@
 
 #include "controller/content_view.h"
 #include "platform/linux/run_loop.h"
+#include "platform/screens.h"
 #include "platform/trace.h"
 #include "platform/x11/event_synthesis.h"
 
@@ -29,17 +30,27 @@ class X11Desktop {
   /// limit.
   [[nodiscard]] bool runUntil(const std::function<bool()>& condition,
                               std::chrono::milliseconds limit);
+  /// The same for what happens elsewhere, which ends no turn here: asked every few milliseconds.
+  [[nodiscard]] bool runUntilElsewhere(const std::function<bool()>& condition,
+                                       std::chrono::milliseconds limit);
+
+  /// Returns when the server has done what the program asked of it.
+  void sync();
 
   [[nodiscard]] ContentView& contentView();
   [[nodiscard]] x11::X11EventSynthesis& synthesis();
-  /// What the program's connection was lost to, if it was.
+  [[nodiscard]] std::vector<Screen> screens() const;
   [[nodiscard]] bool isConnectionLost() const;
 
   // The program's controls, by what they are there for.
   void startCapture();
   /// The events of the capture that has been stopped.
   const EventLog& stopCapture();
-  /// Plays the event log once at this speed; true when it has come to its end by the limit.
+  void startPlayback(double speed);
+  /// What the Escape key does.
+  void stopPlayback();
+  /// Plays the event log once at this speed. True when by the limit it has come to its end and the
+  /// server has taken everything in.
   [[nodiscard]] bool playLog(double speed, std::chrono::milliseconds limit);
   /// Makes these events the unsaved recording.
   void setLog(const std::vector<InputEvent>& events);

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <chrono>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/x11_desktop.h"
+#include "support/x_observer.h"
+#include "support/x_poster.h"
+#include "support/x_server.h"
+#include "support/x_state.h"
+#include "support/x_window.h"
+
+namespace tapeloop::support {
+
+/// Long enough for a busy machine; nothing waits for it to pass.
+inline constexpr std::chrono::milliseconds patience{30'000};
+
+/// The program on an X server of its own, with a user, another application that has the focus and
+/// covers the screen, and a witness.
+class X11Test : public testing::Test {
+ protected:
+  explicit X11Test(const XServerOptions& options = {})
+      : server(options),
+        poster(server.display()),
+        window(server.display(), {.width = 1280, .height = 800}),
+        observer(server.display()),
+        desktop(server.display()) {}
+
+  /// The program records while the user does this. What the witness saw of it.
+  XEventList::Events record(const std::vector<XAction>& actions);
+  /// The program plays what it recorded. What the witness saw of it, once it saw so many events.
+  XEventList::Events replay(double speed, std::size_t expected);
+  /// `events` without the keys that only change modifiers: those are not recorded.
+  [[nodiscard]] XEventList::Events withoutModifierKeys(const XEventList::Events& events) const;
+  /// Nothing is down, and the server repeats keys again.
+  [[nodiscard]] bool isNothingHeld() const;
+
+  XServer server;
+  XPoster poster;
+  XWindow window;
+  XObserver observer;
+  X11Desktop desktop;
+};
+
+void expectSameInput(const XEventList::Events& replayed, const XEventList::Events& recorded);
+
+/// An event `offset` seconds after the first one of its recording.
+[[nodiscard]] InputEvent inputEvent(EventType type, double offset, Point place = {});
+
+}  // namespace tapeloop::support
