@@ -1,0 +1,100 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "capture/recording.h"
+
+namespace tapeloop {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr std::uint64_t numericPad = 0x200000;
+
+InputEvent eventOfType(EventType type) {
+  // Every property set, so that a column that takes what is not its own shows.
+  return {.type = type,
+          .keyCode = 7,
+          .timestamp = 12.5,
+          .locationInWindow = {3.25, -4},
+          .modifierFlags = modifier_flag::shift | modifier_flag::command | numericPad,
+          .scrollingDeltaX = 1.5,
+          .scrollingDeltaY = -20,
+          .clickCount = 2};
+}
+
+TEST(Recording, TakesIntoEachColumnOnlyWhatTheKindOfEventCarries) {
+  const auto events = {
+      eventOfType(EventType::leftMouseDown),    eventOfType(EventType::mouseMoved),
+      eventOfType(EventType::leftMouseDragged), eventOfType(EventType::scrollWheel),
+      eventOfType(EventType::keyDown),          eventOfType(EventType::keyUp),
+      eventOfType(EventType::rightMouseUp)};
+  const Recording recording = makeRecording(events);
+  EXPECT_EQ(recording.title, "New Recording");
+  EXPECT_THAT(recording.typeArray,
+              ElementsAre(".leftMouseDown", ".mouseMoved", ".leftMouseDragged", ".scrollWheel",
+                          ".keyDown", ".keyUp", ".rightMouseUp"));
+  EXPECT_THAT(recording.timestampArray, testing::Each(12.5));
+  EXPECT_THAT(recording.locXArray, testing::Each(3.25));
+  EXPECT_THAT(recording.locYArray, testing::Each(-4));
+  EXPECT_THAT(recording.scrollingDeltaXArray, ElementsAre(0, 0, 0, 1.5, 0, 0, 0));
+  EXPECT_THAT(recording.scrollingDeltaYArray, ElementsAre(0, 0, 0, -20, 0, 0, 0));
+  EXPECT_THAT(recording.charArray, ElementsAre(0, 0, 0, 0, 7, 7, 0));
+  EXPECT_THAT(recording.modifierArray,
+              ElementsAre("", "", "", "", ".shift.command", ".shift.command", ""));
+  EXPECT_THAT(recording.clickCountArray, ElementsAre(2, 0, 0, 0, 0, 0, 2));
+}
+
+TEST(Recording, WritesModifiersInTheirFixedOrder) {
+  InputEvent event = eventOfType(EventType::keyDown);
+  event.modifierFlags = ~std::uint64_t{0};
+  Recording recording;
+  recording.append(event);
+  EXPECT_EQ(recording.modifierArray.front(), ".shift.capsLock.command.function.option.control");
+}
+
+TEST(Recording, HasNoRowForAKindThatRecordingsDoNotHold) {
+  Recording recording;
+  recording.append(eventOfType(static_cast<EventType>(25)));
+  EXPECT_EQ(recording, Recording{});
+}
+
+TEST(Recording, OfTheSameEventsDiffersOnlyInItsIdentity) {
+  const auto events = {eventOfType(EventType::keyDown)};
+  const Recording first = makeRecording(events);
+  Recording second = makeRecording(events);
+  EXPECT_NE(first, second);
+  second.uniqueID = first.uniqueID;
+  EXPECT_EQ(first, second);
+  EXPECT_EQ(std::hash<Recording>{}(first), std::hash<Recording>{}(second));
+}
+
+TEST(Recording, IsEqualAndHashesAlikeWhetherAZeroIsNegativeOrNot) {
+  Recording positive;
+  Recording negative;
+  positive.locXArray = {0.0};
+  negative.locXArray = {-0.0};
+  EXPECT_EQ(positive, negative);
+  EXPECT_EQ(std::hash<Recording>{}(positive), std::hash<Recording>{}(negative));
+}
+
+TEST(Uuid, ReadsEitherCaseAndWritesUpperCase) {
+  const auto uuid = Uuid::parse("0f9e8d7c-6b5A-4321-8fED-cba987654321");
+  ASSERT_TRUE(uuid);
+  EXPECT_EQ(uuid->text(), "0F9E8D7C-6B5A-4321-8FED-CBA987654321");
+  for (const char* text :
+       {"", "0F9E8D7C6B5A-4321-8FED-CBA987654321-", "0F9E8D7C-6B5A-4321-8FED-CBA98765432",
+        "0F9E8D7C-6B5A-4321-8FED-CBA9876543210", "0F9E8D7C-6B5A-4321-8FED-CBA98765432G",
+        "{F9E8D7C-6B5A-4321-8FED-CBA98765432}"}) {
+    EXPECT_FALSE(Uuid::parse(text)) << text;
+  }
+}
+
+TEST(Uuid, IsOfTheRandomVersionAndNeverTheSame) {
+  const std::string text = Uuid::random().text();
+  EXPECT_EQ(text[14], '4');
+  EXPECT_THAT(text[19], testing::AnyOf('8', '9', 'A', 'B'));
+  EXPECT_NE(Uuid::random(), Uuid::random());
+}
+
+}  // namespace
+}  // namespace tapeloop
