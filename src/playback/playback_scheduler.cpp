@@ -24,7 +24,7 @@ struct PlaybackScheduler::Run {
   std::shared_ptr<const EventLog::Events> events;  // null: rows of the loaded recording
   std::shared_ptr<EventSynthesis::PostingSession> session;
   std::size_t pending;
-  std::vector<TimerRef> timers{};  // once a later run has taken their place in the state
+  std::vector<TimerRef> timers = {};  // once a later run has taken their place in the state
 };
 
 PlaybackScheduler::PlaybackScheduler(CaptureState& capture, PlaybackState& state,
@@ -93,8 +93,8 @@ PlaybackScheduler::Run& PlaybackScheduler::beginRun(std::shared_ptr<const EventL
   }
   state_.timerArray.clear();
   state_.timerArray.reserve(count);
-  runs_.push_back(std::make_unique<Run>(*this, std::move(events),
-                                        services_.eventSynthesis.beginPosting(), count));
+  runs_.push_back(std::make_unique<Run>(
+      Run{*this, std::move(events), services_.eventSynthesis.beginPosting(), count}));
   return *runs_.back();
 }
 
