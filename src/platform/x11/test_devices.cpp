@@ -15,6 +15,13 @@ namespace {
 
 constexpr std::uint32_t xkbControlsEnabled = 1U << 31;  // the control "which controls are enabled"
 
+// The root window's property: whose it is, and what `repeatsByServer` was before.
+struct Mark {
+  std::uint32_t owner;
+  std::uint32_t repeats;
+};
+constexpr std::uint32_t markItems = sizeof(Mark) / sizeof(std::uint32_t);
+
 // Classes of device state, by the numbers of the input extension's first version.
 constexpr std::uint8_t keyClass = 0;
 constexpr std::uint8_t buttonClass = 1;
@@ -31,12 +38,13 @@ TestDevices::TestDevices(Connection& connection) : connection_(connection) {
   if (!extensions.xtest || !extensions.xinput || !extensions.xkb) return;
   findDevices();
   mark_ = connection_.atom("_TAPELOOP_POSTING");
+  // Before this program has a window: its number may be the one that a killed run had.
+  cleanUpAfterKilledRun();
   auto* xcb = connection_.xcb();
   owner_ = xcb_generate_id(xcb);
   xcb_create_window(xcb, 0, owner_, connection_.root(), -1, -1, 1, 1, 0,
                     XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
   xcb_change_property(xcb, XCB_PROP_MODE_REPLACE, owner_, mark_, XCB_ATOM_WINDOW, 32, 1, &owner_);
-  cleanUpAfterKilledRun();
   xcb_flush(xcb);
 }
 
@@ -57,17 +65,20 @@ void TestDevices::findDevices() {
 void TestDevices::cleanUpAfterKilledRun() {
   auto* xcb = connection_.xcb();
   const auto marked = own(xcb_get_property_reply(
-      xcb, xcb_get_property(xcb, 0, connection_.root(), mark_, XCB_ATOM_WINDOW, 0, 1), nullptr));
-  if (!marked || xcb_get_property_value_length(marked.get()) != sizeof(std::uint32_t)) return;
-  const std::uint32_t owner = *static_cast<std::uint32_t*>(xcb_get_property_value(marked.get()));
+      xcb, xcb_get_property(xcb, 0, connection_.root(), mark_, XCB_ATOM_WINDOW, 0, markItems),
+      nullptr));
+  if (!marked || xcb_get_property_value_length(marked.get()) != sizeof(Mark)) return;
+  const Mark mark = *static_cast<const Mark*>(xcb_get_property_value(marked.get()));
   // The window goes with its program; another one may have got its number since.
   const auto alive = own(xcb_get_property_reply(
-      xcb, xcb_get_property(xcb, 0, owner, mark_, XCB_ATOM_WINDOW, 0, 1), nullptr));
+      xcb, xcb_get_property(xcb, 0, mark.owner, mark_, XCB_ATOM_WINDOW, 0, 1), nullptr));
   if (alive && alive->type == XCB_ATOM_WINDOW) return;
   releaseEverything(keyboard_);
   releaseEverything(pointer_);
-  setServerRepeat(true);
+  restoreRepeats(mark.repeats != 0);
   xcb_delete_property(xcb, connection_.root(), mark_);
+  // Done when the answer is there, even if the program ends at once.
+  own(xcb_get_input_focus_reply(xcb, xcb_get_input_focus(xcb), nullptr));
 }
 
 void TestDevices::releaseEverything(std::uint8_t device) {
@@ -92,9 +103,11 @@ void TestDevices::releaseEverything(std::uint8_t device) {
 void TestDevices::hold() {
   auto* xcb = connection_.xcb();
   if (owner_ == 0) return;
-  xcb_change_property(xcb, XCB_PROP_MODE_REPLACE, connection_.root(), mark_, XCB_ATOM_WINDOW, 32, 1,
-                      &owner_);
-  setServerRepeat(false);
+  repeats_ = repeatsByServer();
+  const Mark mark{owner_, repeats_ ? 1U : 0U};
+  xcb_change_property(xcb, XCB_PROP_MODE_REPLACE, connection_.root(), mark_, XCB_ATOM_WINDOW, 32,
+                      markItems, &mark);
+  setRepeats(keyboard_, false);
 }
 
 void TestDevices::release() {
@@ -103,7 +116,7 @@ void TestDevices::release() {
     last.isKey ? releaseKey(last.code) : releaseButton(last.code);
   }
   if (owner_ == 0) return;
-  setServerRepeat(true);
+  restoreRepeats(repeats_);
   xcb_delete_property(connection_.xcb(), connection_.root(), mark_);
 }
 
@@ -133,10 +146,24 @@ void TestDevices::releaseButton(std::uint8_t button) {
   fake(XCB_BUTTON_RELEASE, button);
 }
 
-void TestDevices::setServerRepeat(bool on) {
-  if (keyboard_ == 0) return;
+bool TestDevices::repeatsByServer() const {
+  const auto controls = own(xcb_xkb_get_controls_reply(
+      connection_.xcb(), xcb_xkb_get_controls(connection_.xcb(), XCB_XKB_ID_USE_CORE_KBD),
+      nullptr));
+  return !controls || (controls->enabledControls & XCB_XKB_BOOL_CTRL_REPEAT_KEYS) != 0;
+}
+
+// The keyboard that programs know takes over the controls of the device that was used last, so
+// after a posted key it does not repeat either, and would stay so until another device is used.
+void TestDevices::restoreRepeats(bool on) {
+  setRepeats(keyboard_, on);
+  if (on && !repeatsByServer()) setRepeats(XCB_XKB_ID_USE_CORE_KBD, true);
+}
+
+void TestDevices::setRepeats(std::uint16_t device, bool on) {
+  if (device == 0) return;
   constexpr std::array<std::uint8_t, 32> perKey{};  // not among what is changed
-  xcb_xkb_set_controls(connection_.xcb(), keyboard_, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+  xcb_xkb_set_controls(connection_.xcb(), device, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
                        XCB_XKB_BOOL_CTRL_REPEAT_KEYS, on ? XCB_XKB_BOOL_CTRL_REPEAT_KEYS : 0,
                        xkbControlsEnabled, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, perKey.data());
 }

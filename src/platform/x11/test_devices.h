@@ -50,7 +50,9 @@ class TestDevices {
   void findDevices();
   void cleanUpAfterKilledRun();
   void releaseEverything(std::uint8_t device);
-  void setServerRepeat(bool on);
+  [[nodiscard]] bool repeatsByServer() const;
+  void restoreRepeats(bool on);
+  void setRepeats(std::uint16_t device, bool on);
   void fake(std::uint8_t type, std::uint8_t detail, std::int16_t x = 0, std::int16_t y = 0);
 
   Connection& connection_;
@@ -58,6 +60,7 @@ class TestDevices {
   std::uint8_t pointer_ = 0;
   std::uint32_t mark_ = 0;   // the root window's property, an atom
   std::uint32_t owner_ = 0;  // a window that shows that this program is alive
+  bool repeats_ = true;      // the server repeated keys before `hold`
   std::bitset<256> keysDown_;
   std::vector<Held> held_;  // in order of the presses
 };
