@@ -1,0 +1,244 @@
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include "platform/linux/run_loop.h"
+#include "platform/linux/signals.h"
+#include "platform/run_loop_contract.h"
+
+namespace tapeloop::linux {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+
+struct EpollHarness {
+  EpollRunLoop epollLoop;
+  RunLoop& loop() { return epollLoop; }
+  bool turnUntil(const std::function<bool()>& done) {
+    const auto limit = std::chrono::steady_clock::now() + 20s;
+    epollLoop.endTurn();
+    while (!done()) {
+      if (std::chrono::steady_clock::now() > limit) return false;
+      pollfd request{epollLoop.fileDescriptor(), POLLIN, 0};
+      ::poll(&request, 1, 1000);
+      epollLoop.dispatch();
+    }
+    return true;
+  }
+};
+
+struct Pipe {
+  Pipe() {
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) ADD_FAILURE() << "no pipe";
+    readEnd = FileDescriptor(ends[0]);
+    writeEnd = FileDescriptor(ends[1]);
+  }
+  void fill() const { EXPECT_EQ(::write(writeEnd.get(), "x", 1), 1); }
+  void drain() const {
+    char byte = 0;
+    EXPECT_EQ(::read(readEnd.get(), &byte, 1), 1);
+  }
+  FileDescriptor readEnd;
+  FileDescriptor writeEnd;
+};
+
+bool isReady(const EpollRunLoop& loop) {
+  pollfd request{loop.fileDescriptor(), POLLIN, 0};
+  return ::poll(&request, 1, 0) == 1;
+}
+
+class EpollRunLoopTest : public testing::Test, protected EpollHarness {
+ protected:
+  TimerRef schedule(double interval, TimerBlock block) {
+    return epollLoop.scheduledTimerWithTimeInterval(interval, TimerRepeats::no, std::move(block));
+  }
+  std::vector<std::string> calls_;
+};
+
+TEST_F(EpollRunLoopTest, HoldsItsTimeUntilTheTurnEnds) {
+  const std::int64_t first = epollLoop.sample();
+  timespec now{};
+  do {
+    clock_gettime(CLOCK_MONOTONIC, &now);
+  } while (now.tv_sec * 1'000'000'000 + now.tv_nsec == first);
+  EXPECT_EQ(epollLoop.sample(), first);
+  epollLoop.endTurn();
+  EXPECT_GT(epollLoop.sample(), first);
+}
+
+TEST_F(EpollRunLoopTest, FiresNoTimerEarlyAndKeepsTheDistancesOfThoseMadeInOneTurn) {
+  constexpr int count = 2000;
+  const std::int64_t start = epollLoop.sample();
+  std::vector<std::int64_t> late;
+  for (int i = 0; i < count; ++i) {
+    schedule(i * 1e-5, [&, i](const TimerRef&) {
+      late.push_back(epollLoop.sample() - start - i * std::int64_t{10'000});
+    });
+  }
+  ASSERT_TRUE(turnUntil([&] { return late.size() == count; }));
+  EXPECT_THAT(late, testing::Each(testing::Ge(0)));
+}
+
+TEST_F(EpollRunLoopTest, EndsATurnThatHasTooManyTimersAndGoesOnInOrder) {
+  constexpr int count = 100'000;
+  std::vector<int> order;
+  for (int i = 0; i < count; ++i) {
+    schedule(0, [&order, i](const TimerRef&) {
+      order.push_back(i);
+      timespec now{};
+      for (int k = 0; k < 20; ++k) clock_gettime(CLOCK_MONOTONIC, &now);
+    });
+  }
+  Pipe input;
+  input.fill();
+  std::size_t firedBeforeInput = 0;
+  int turns = 0;
+  const Watch watch = epollLoop.watch(input.readEnd.get(), [&] { ++turns; });
+  epollLoop.dispatch();
+  firedBeforeInput = order.size();
+  EXPECT_LT(firedBeforeInput, count / 2);
+  EXPECT_TRUE(isReady(epollLoop));
+  ASSERT_TRUE(turnUntil([&] { return order.size() == count; }));
+  EXPECT_GT(turns, 2);
+  EXPECT_TRUE(std::ranges::is_sorted(order));
+}
+
+TEST_F(EpollRunLoopTest, HearsADescriptorBeforeTimersThatAreDueAndTimersDespiteADescriptorFlood) {
+  Pipe flood;
+  flood.fill();
+  const Watch watch = epollLoop.watch(flood.readEnd.get(), [&] { calls_.push_back("input"); });
+  schedule(0, [&](const TimerRef&) { calls_.push_back("timer"); });
+  epollLoop.dispatch();
+  EXPECT_THAT(calls_, ElementsAre("input", "timer"));
+}
+
+TEST_F(EpollRunLoopTest, CallsNoWatchThatWasRemovedEarlierInTheSameTurn) {
+  Pipe a;
+  Pipe b;
+  a.fill();
+  b.fill();
+  Watch watchA;
+  Watch watchB;
+  watchA = epollLoop.watch(a.readEnd.get(), [&] {
+    calls_.push_back("one of them");
+    watchB.reset();
+    watchA.reset();
+    // Takes the number of the descriptor that was ready.
+    b = Pipe();
+    watchB = epollLoop.watch(b.readEnd.get(), [&] { calls_.push_back("stale"); });
+  });
+  watchB = epollLoop.watch(b.readEnd.get(), [&] {
+    calls_.push_back("one of them");
+    watchA.reset();
+    watchB.reset();
+  });
+  epollLoop.dispatch();
+  epollLoop.dispatch();
+  EXPECT_THAT(calls_, ElementsAre("one of them"));
+}
+
+TEST_F(EpollRunLoopTest, LetsSeveralWatchesShareADescriptorAndReportsItsEnd) {
+  Pipe pipe;
+  Watch first = epollLoop.watch(pipe.readEnd.get(), [&] { calls_.push_back("first"); });
+  const Watch second = epollLoop.watch(pipe.readEnd.get(), [&] { calls_.push_back("second"); });
+  Watch room = epollLoop.watch(
+      pipe.writeEnd.get(), [&] { calls_.push_back("room"); }, Readiness::writable);
+  epollLoop.dispatch();
+  EXPECT_THAT(calls_, ElementsAre("room"));
+  room.reset();
+  pipe.writeEnd = FileDescriptor();
+  calls_.clear();
+  epollLoop.dispatch();
+  EXPECT_THAT(calls_, ElementsAre("first", "second"));
+  first.reset();
+  calls_.clear();
+  epollLoop.dispatch();
+  EXPECT_THAT(calls_, ElementsAre("second"));
+}
+
+TEST_F(EpollRunLoopTest, ArmsForATimerThatAHookMadeAndRunsHooksThatAskForIt) {
+  bool drained = false;
+  // Connected first, so that what the second one writes has to wait for another round.
+  const Subscription flushing = epollLoop.addBeforeWait([&] {
+    if (calls_ == std::vector<std::string>{"written"}) calls_.push_back("flushed");
+    return false;
+  });
+  const Subscription draining = epollLoop.addBeforeWait([&] {
+    if (std::exchange(drained, true)) return false;
+    calls_.push_back("written");
+    schedule(0, [&](const TimerRef&) { epollLoop.quit(7); });
+    return true;
+  });
+  EXPECT_EQ(epollLoop.run(), 7);
+  EXPECT_THAT(calls_, ElementsAre("written", "flushed"));
+}
+
+TEST_F(EpollRunLoopTest, ComesBackAtOnceToAHookThatNeverHasEnough) {
+  int rounds = 0;
+  const Subscription hook = epollLoop.addBeforeWait([&] { return ++rounds < 1000; });
+  epollLoop.endTurn();
+  EXPECT_TRUE(isReady(epollLoop));
+  ASSERT_TRUE(turnUntil([&] { return rounds >= 1000; }));
+  EXPECT_FALSE(isReady(epollLoop));
+}
+
+TEST_F(EpollRunLoopTest, CanBeTurnedFromWithinATurn) {
+  schedule(0, [&](const TimerRef&) {
+    calls_.push_back("outer");
+    epollLoop.dispatch();
+    calls_.push_back("end of outer");
+  });
+  schedule(0, [&](const TimerRef&) { calls_.push_back("inner"); });
+  epollLoop.dispatch();
+  EXPECT_THAT(calls_, ElementsAre("outer", "inner", "end of outer"));
+}
+
+TEST_F(EpollRunLoopTest, IsSurvivedByWatchesAndHooks) {
+  Pipe pipe;
+  Watch watch;
+  Subscription hook;
+  {
+    EpollRunLoop other;
+    watch = other.watch(pipe.readEnd.get(), [] {});
+    hook = other.addBeforeWait([] { return false; });
+  }
+  watch.reset();
+  hook.reset();
+}
+
+TEST_F(EpollRunLoopTest, ReportsSignalsInATurnAndRestoresWhatTheyDid) {
+  struct sigaction before {};
+  sigaction(SIGTERM, nullptr, &before);
+  {
+    std::vector<int> received;
+    const SignalWatch watch(epollLoop, {SIGTERM, SIGINT},
+                            [&](int signal) { received.push_back(signal); });
+    ::raise(SIGTERM);
+    ::raise(SIGINT);
+    EXPECT_TRUE(received.empty());
+    ASSERT_TRUE(turnUntil([&] { return received.size() == 2; }));
+    EXPECT_THAT(received, ElementsAre(SIGTERM, SIGINT));
+  }
+  struct sigaction after {};
+  sigaction(SIGTERM, nullptr, &after);
+  EXPECT_EQ(before.sa_handler, after.sa_handler);
+}
+
+}  // namespace
+}  // namespace tapeloop::linux
+
+namespace tapeloop {
+INSTANTIATE_TYPED_TEST_SUITE_P(Epoll, RunLoopContract, linux::EpollHarness);
+}

@@ -1,0 +1,110 @@
+#pragma once
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/defaults_store.h"
+
+namespace tapeloop {
+
+/// What every defaults store promises. `Harness` has `DefaultsStore& store()`, which is empty at
+/// first.
+template <typename Harness>
+class DefaultsStoreContract : public testing::Test {
+ protected:
+  DefaultsStore& store() { return harness_.store(); }
+  void set(const DefaultsValue& value, std::string_view key) {
+    EXPECT_EQ(store().setObjectForKey(value, key), StoreStatus::stored);
+  }
+
+  Harness harness_;
+};
+
+TYPED_TEST_SUITE_P(DefaultsStoreContract);
+
+TYPED_TEST_P(DefaultsStoreContract, ReturnsEachValueWithItsTypeAndEveryByte) {
+  const std::vector<DefaultsValue> values = {
+      true,
+      false,
+      std::int64_t{0},
+      std::int64_t{1},
+      std::numeric_limits<std::int64_t>::min(),
+      std::numeric_limits<std::int64_t>::max(),
+      1.0,
+      0.5,
+      std::numeric_limits<double>::infinity(),
+      std::numeric_limits<double>::denorm_min(),
+      std::string(),
+      std::string("1"),
+      std::string("a\0b\0", 4),
+      std::string("\xff\xfe not UTF-8"),
+      std::string("漢字 'quoted'; --"),
+      std::string(std::size_t{20} << 20, 'x'),
+  };
+  for (std::size_t i = 0; i < values.size(); ++i) this->set(values[i], "key" + std::to_string(i));
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    EXPECT_TRUE(this->store().objectForKey("key" + std::to_string(i)) == values[i]) << i;
+  }
+  for (const double value : {-0.0, std::nan("0x123"), -std::nan("")}) {
+    this->set(value, "real");
+    const auto read = this->store().objectForKey("real");
+    ASSERT_TRUE(read && std::holds_alternative<double>(*read));
+    EXPECT_EQ(std::bit_cast<std::uint64_t>(std::get<double>(*read)),
+              std::bit_cast<std::uint64_t>(value));
+  }
+}
+
+TYPED_TEST_P(DefaultsStoreContract, TellsKeysApartByEveryByte) {
+  this->set(std::string("lower"), "key");
+  this->set(std::string("upper"), "KEY");
+  this->set(std::string("longer"), std::string_view("key\0", 4));
+  this->set(std::string("none"), "");
+  EXPECT_EQ(this->store().objectForKey("key"), DefaultsValue(std::string("lower")));
+  EXPECT_EQ(this->store().objectForKey("KEY"), DefaultsValue(std::string("upper")));
+  EXPECT_EQ(this->store().objectForKey(std::string_view("key\0", 4)),
+            DefaultsValue(std::string("longer")));
+  EXPECT_EQ(this->store().objectForKey(""), DefaultsValue(std::string("none")));
+  EXPECT_FALSE(this->store().objectForKey("ke"));
+}
+
+TYPED_TEST_P(DefaultsStoreContract, ReplacesAValueWithOneOfAnotherType) {
+  this->set(std::string("text"), "key");
+  this->set(true, "key");
+  EXPECT_EQ(this->store().objectForKey("key"), DefaultsValue(true));
+}
+
+TYPED_TEST_P(DefaultsStoreContract, TellsTheObserversOfAKeyAfterEachWrite) {
+  std::vector<std::optional<DefaultsValue>> seen;
+  auto subscription =
+      this->store().observe("key", [&] { seen.push_back(this->store().objectForKey("key")); });
+  this->set(std::int64_t{1}, "other");
+  this->set(std::int64_t{2}, "key");
+  this->set(std::int64_t{2}, "key");
+  subscription.reset();
+  this->set(std::int64_t{3}, "key");
+  const DefaultsValue two = std::int64_t{2};
+  EXPECT_THAT(seen, testing::ElementsAre(two, two));
+}
+
+TYPED_TEST_P(DefaultsStoreContract, LetsAnObserverWriteAndEndItself) {
+  Subscription subscription = this->store().observe("key", [&] {
+    subscription.reset();
+    this->set(std::int64_t{2}, "key");
+  });
+  this->set(std::int64_t{1}, "key");
+  EXPECT_EQ(this->store().objectForKey("key"), DefaultsValue(std::int64_t{2}));
+}
+
+REGISTER_TYPED_TEST_SUITE_P(DefaultsStoreContract, ReturnsEachValueWithItsTypeAndEveryByte,
+                            TellsKeysApartByEveryByte, ReplacesAValueWithOneOfAnotherType,
+                            TellsTheObserversOfAKeyAfterEachWrite, LetsAnObserverWriteAndEndItself);
+
+}  // namespace tapeloop
