@@ -1,0 +1,33 @@
+#include <functional>
+
+#include "platform/defaults_store_contract.h"
+#include "platform/memory_defaults_store.h"
+#include "platform/run_loop_contract.h"
+#include "platform/simulated/simulated_desktop.h"
+
+namespace tapeloop::simulated {
+namespace {
+
+struct VirtualHarness {
+  VirtualRunLoop virtualLoop;
+  RunLoop& loop() { return virtualLoop; }
+  bool turnUntil(const std::function<bool()>& done) {
+    for (int turn = 0; turn < 1000 && !done(); ++turn) virtualLoop.advance(0.001);
+    return done();
+  }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Virtual, RunLoopContract, VirtualHarness);
+
+struct MemoryHarness {
+  MemoryDefaultsStore memoryStore;
+  DefaultsStore& store() { return memoryStore; }
+};
+struct FaultyHarness {
+  FaultyDefaultsStore faultyStore;
+  DefaultsStore& store() { return faultyStore; }
+};
+using Stores = ::testing::Types<MemoryHarness, FaultyHarness>;
+INSTANTIATE_TYPED_TEST_SUITE_P(Simulated, DefaultsStoreContract, Stores);
+
+}  // namespace
+}  // namespace tapeloop::simulated
