@@ -25,7 +25,7 @@ Window {
         close.accepted = false;
         root.dismissed();
     }
-    onVisibleChanged: if (visible)
+    onActiveChanged: if (active)
         dismiss.forceActiveFocus(Qt.TabFocusReason)
 
     SystemPalette {

@@ -16,12 +16,8 @@ T.Button {
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus
 
-    Accessible.role: Accessible.Button
-    Accessible.name: text
-    Accessible.onPressAction: click()
-
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: root.clicked()
+    Keys.onEnterPressed: root.clicked()
 
     contentItem: Text {
         text: root.text
