@@ -30,7 +30,9 @@ struct SyntheticEvent {
 [[nodiscard]] inline std::uint64_t CGEventGetFlags(const SyntheticEvent& event) {
   return event.flags;
 }
-inline void CGEventSetFlags(SyntheticEvent& event, std::uint64_t flags) { event.flags = flags; }
+inline void CGEventSetFlags(SyntheticEvent& event, std::uint64_t flags) {
+  event.flags = flags;
+}
 inline void CGEventSetIntegerValueField(SyntheticEvent& event, EventField, std::int64_t value) {
   event.clickState = value;
 }
@@ -45,9 +47,11 @@ class EventSynthesis {
                                                                 MouseButton button) = 0;
   virtual std::optional<SyntheticEvent> CGEventCreateKeyboardEvent(std::uint16_t keyCode,
                                                                    bool keyDown) = 0;
-  virtual std::optional<SyntheticEvent> CGEventCreateScrollWheelEvent2(
-      ScrollUnit units, std::uint32_t wheelCount, std::int32_t wheel1, std::int32_t wheel2,
-      std::int32_t wheel3) = 0;
+  virtual std::optional<SyntheticEvent> CGEventCreateScrollWheelEvent2(ScrollUnit units,
+                                                                       std::uint32_t wheelCount,
+                                                                       std::int32_t wheel1,
+                                                                       std::int32_t wheel2,
+                                                                       std::int32_t wheel3) = 0;
 
   /// Applications receive the event as if hardware had sent it.
   virtual void CGEventPost(TapLocation tap, const SyntheticEvent& event) = 0;

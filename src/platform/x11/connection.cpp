@@ -62,6 +62,9 @@ Connection::Connection(linux::EpollRunLoop& runLoop, std::string displayName, xc
 Connection::~Connection() {
   beforeWait_.reset();
   watch_ = {};
+  // The server drops what a client has sent and it has not read yet when it fails to write to it:
+  // the last releases of keys have to be read before the connection is closed.
+  own(xcb_get_input_focus_reply(xcb_, xcb_get_input_focus(xcb_), nullptr));
   xcb_disconnect(xcb_);
 }
 

@@ -59,6 +59,7 @@ void TestDevices::findDevices() {
     const auto device = static_cast<std::uint8_t>(i.data->deviceid);
     if (name == testKeyboardName) keyboard_ = device;
     if (name == testPointerName) pointer_ = device;
+    if (name == "Virtual core keyboard") master_ = device;
   }
 }
 
@@ -75,7 +76,7 @@ void TestDevices::cleanUpAfterKilledRun() {
   if (alive && alive->type == XCB_ATOM_WINDOW) return;
   releaseEverything(keyboard_);
   releaseEverything(pointer_);
-  restoreRepeats(mark.repeats != 0);
+  setRepeats(mark.repeats != 0);
   xcb_delete_property(xcb, connection_.root(), mark_);
   // Done when the answer is there, even if the program ends at once.
   own(xcb_get_input_focus_reply(xcb, xcb_get_input_focus(xcb), nullptr));
@@ -107,7 +108,7 @@ void TestDevices::hold() {
   const Mark mark{owner_, repeats_ ? 1U : 0U};
   xcb_change_property(xcb, XCB_PROP_MODE_REPLACE, connection_.root(), mark_, XCB_ATOM_WINDOW, 32,
                       markItems, &mark);
-  setRepeats(keyboard_, false);
+  setRepeats(false);
 }
 
 void TestDevices::release() {
@@ -116,7 +117,7 @@ void TestDevices::release() {
     last.isKey ? releaseKey(last.code) : releaseButton(last.code);
   }
   if (owner_ == 0) return;
-  restoreRepeats(repeats_);
+  setRepeats(repeats_);
   xcb_delete_property(connection_.xcb(), connection_.root(), mark_);
 }
 
@@ -153,19 +154,18 @@ bool TestDevices::repeatsByServer() const {
   return !controls || (controls->enabledControls & XCB_XKB_BOOL_CTRL_REPEAT_KEYS) != 0;
 }
 
-// The keyboard that programs know takes over the controls of the device that was used last, so
-// after a posted key it does not repeat either, and would stay so until another device is used.
-void TestDevices::restoreRepeats(bool on) {
-  setRepeats(keyboard_, on);
-  if (on && !repeatsByServer()) setRepeats(XCB_XKB_ID_USE_CORE_KBD, true);
-}
-
-void TestDevices::setRepeats(std::uint16_t device, bool on) {
-  if (device == 0) return;
+// What counts are the controls of the keyboard that programs know. Those are a copy of the controls
+// of the device used last, taken only when the device changes: both have to be set. The person's
+// own keyboard keeps its controls, and brings them back with its next key.
+void TestDevices::setRepeats(bool on) {
   constexpr std::array<std::uint8_t, 32> perKey{};  // not among what is changed
-  xcb_xkb_set_controls(connection_.xcb(), device, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
-                       XCB_XKB_BOOL_CTRL_REPEAT_KEYS, on ? XCB_XKB_BOOL_CTRL_REPEAT_KEYS : 0,
-                       xkbControlsEnabled, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, perKey.data());
+  for (const std::uint8_t device : {keyboard_, master_}) {
+    if (device == 0) continue;
+    xcb_xkb_set_controls(connection_.xcb(), device, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+                         XCB_XKB_BOOL_CTRL_REPEAT_KEYS, on ? XCB_XKB_BOOL_CTRL_REPEAT_KEYS : 0,
+                         xkbControlsEnabled, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+                         perKey.data());
+  }
 }
 
 void TestDevices::fake(std::uint8_t type, std::uint8_t detail, std::int16_t x, std::int16_t y) {

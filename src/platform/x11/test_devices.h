@@ -51,13 +51,13 @@ class TestDevices {
   void cleanUpAfterKilledRun();
   void releaseEverything(std::uint8_t device);
   [[nodiscard]] bool repeatsByServer() const;
-  void restoreRepeats(bool on);
-  void setRepeats(std::uint16_t device, bool on);
+  void setRepeats(bool on);
   void fake(std::uint8_t type, std::uint8_t detail, std::int16_t x = 0, std::int16_t y = 0);
 
   Connection& connection_;
   std::uint8_t keyboard_ = 0;  // device number; 0: the server has none
   std::uint8_t pointer_ = 0;
+  std::uint8_t master_ = 0;  // the keyboard that programs know
   std::uint32_t mark_ = 0;   // the root window's property, an atom
   std::uint32_t owner_ = 0;  // a window that shows that this program is alive
   bool repeats_ = true;      // the server repeated keys before `hold`
