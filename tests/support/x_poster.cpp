@@ -1,6 +1,7 @@
 #include "support/x_poster.h"
 
 #include <array>
+#include <cerrno>
 #include <ctime>
 #include <stdexcept>
 #include <utility>
@@ -92,7 +93,7 @@ void XPoster::run(const std::vector<XAction>& actions) const {
       at.it_value.tv_nsec = due % 1'000'000'000;
       ::timerfd_settime(timer, TFD_TIMER_ABSTIME, &at, nullptr);
       std::uint64_t expirations = 0;
-      if (::read(timer, &expirations, sizeof expirations) < 0) break;
+      while (::read(timer, &expirations, sizeof expirations) < 0 && errno == EINTR) continue;
     }
     post(action);
     flush();
