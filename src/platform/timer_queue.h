@@ -2,19 +2,15 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
+#include <memory_resource>
 #include <optional>
 #include <string>
 #include <vector>
 
-namespace tapeloop {
+#include "platform/timer_block.h"
 
-class Timer;
-using TimerRef = std::shared_ptr<Timer>;
-/// What a timer does when it fires; it receives the timer itself. The block is destroyed when the
-/// timer is spent or invalidated.
-using TimerBlock = std::function<void(const TimerRef&)>;
+namespace tapeloop {
 
 enum class TimerRepeats : std::uint8_t { no, yes };
 
@@ -22,6 +18,7 @@ enum class TimerRepeats : std::uint8_t { no, yes };
 class Timer : public std::enable_shared_from_this<Timer> {
  public:
   Timer() = default;
+  /// The block is destroyed when the timer is spent or invalidated.
   Timer(std::int64_t interval, TimerRepeats repeats, TimerBlock block);
 
   /// Runs the block now. A one-shot timer is spent by it; a repeating one keeps its schedule.
@@ -46,6 +43,9 @@ class Timer : public std::enable_shared_from_this<Timer> {
 /// clock fire the same timers in the same order.
 class TimerQueue {
  public:
+  /// `memory` is asked for large pieces only. It outlives the queue and every timer of it.
+  explicit TimerQueue(std::pmr::memory_resource& memory = *std::pmr::new_delete_resource());
+
   /// The deadline is `now` + `interval` seconds. An interval that is negative or not a number
   /// counts as 0; one of a repeating timer is at least 0.1 ms.
   TimerRef schedule(std::int64_t now, double interval, TimerRepeats repeats, TimerBlock block);
@@ -70,11 +70,16 @@ class TimerQueue {
     TimerRef timer;
   };
   struct Later;
+  class Pool;
+  struct Orphan {
+    void operator()(Pool* pool) const;
+  };
 
   void push(Entry entry);
   Entry pop();
 
-  std::vector<Entry> heap_;
+  std::unique_ptr<Pool, Orphan> pool_;  // stays for timers that outlive the queue
+  std::pmr::vector<Entry> heap_;
   std::uint64_t nextSequence_ = 0;
   std::uint64_t passEnd_ = 0;
 };

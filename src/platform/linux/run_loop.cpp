@@ -12,6 +12,8 @@
 #include <sys/timerfd.h>
 #include <time.h>
 
+#include "platform/linux/populated_memory.h"
+
 namespace tapeloop::linux {
 namespace {
 
@@ -114,7 +116,8 @@ EpollRunLoop::EpollRunLoop()
       timer_(
           require(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd_create")),
       watches_(std::make_shared<Watches>()),
-      hooks_(std::make_shared<Hooks>()) {
+      hooks_(std::make_shared<Hooks>()),
+      timers_(populatedMemory()) {
   watches_->epoll = epoll_.get();
   epoll_event event{};
   event.events = EPOLLIN;
