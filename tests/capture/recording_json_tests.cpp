@@ -11,6 +11,7 @@ namespace tapeloop {
 namespace {
 
 using testing::ElementsAre;
+using namespace std::string_literals;
 
 Recording sample() {
   Recording recording;
@@ -93,7 +94,7 @@ TEST(RecordingJson, KeepsEveryBitOfAFloat) {
 
 TEST(RecordingJson, KeepsEveryTextThatIsUtf8) {
   Recording recording = sample();
-  recording.title = std::string("\0\x01\x1f\"\\/\b\n\r\t\x7f é 漢 \U0001F600 \u2028", 40);
+  recording.title = "\0\x01\x1f\"\\/\b\n\r\t\x7f é 漢 \U0001F600 \u2028"s;
   recording.modifierArray = {"\xF4\x8F\xBF\xBF", "\xED\x9F\xBF\xEE\x80\x80", ""};
   const auto text = encodeRecording(recording);
   ASSERT_TRUE(text);
