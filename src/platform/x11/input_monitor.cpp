@@ -79,14 +79,19 @@ bool X11InputMonitor::startStream() {
   pressAim_ = Aim::unknown;
   std::fill(keyAims_.begin(), keyAims_.end(), Aim::unknown);
   selectRawEvents(true);
+  sacrifice_ = RecordStream::start(connection_, [](const DeviceEvent&) {});
   stream_ = RecordStream::start(connection_, [this](const DeviceEvent& event) { receive(event); });
-  if (!stream_) selectRawEvents(false);
+  if (!stream_) {
+    sacrifice_.reset();
+    selectRawEvents(false);
+  }
   return stream_ != nullptr;
 }
 
 void X11InputMonitor::stopStream() {
   if (!stream_) return;
   stream_.reset();
+  sacrifice_.reset();
   selectRawEvents(false);
   if (nudge_ != 0) xcb_discard_reply(connection_.xcb(), std::exchange(nudge_, 0));
   heldBack_ = false;

@@ -61,7 +61,11 @@ class X11InputMonitor final : public InputMonitor {
   std::vector<std::shared_ptr<Monitor>> monitors_;
   std::uint64_t latestToken_ = 0;
   std::unique_ptr<RecordStream> stream_;  // while any monitor is installed
-  int delivering_ = 0;                    // depth of handlers on the stack
+  // The server forgets what it adds to a recording client's output while it writes that output,
+  // which happens to the first such client of a batch of more than about 240 events. This one is
+  // first, and nobody listens to it.
+  std::unique_ptr<RecordStream> sacrifice_;
+  int delivering_ = 0;  // depth of handlers on the stack
 
   bool heldBack_ = false;        // a raw event told of something that RECORD may still hold
   unsigned nudge_ = 0;           // sequence number of the nudge under way; 0: none
