@@ -19,10 +19,10 @@ class TimerBlock {
  public:
   TimerBlock() = default;
   TimerBlock(std::nullptr_t) {}
-  template <typename Function>
-  requires(!std::same_as<std::remove_cvref_t<Function>, TimerBlock> &&
-           std::invocable<std::decay_t<Function>&, const TimerRef&>)
-      TimerBlock(Function&& function) {
+  template <typename Function,
+            typename = std::enable_if_t<!std::same_as<std::remove_cvref_t<Function>, TimerBlock> &&
+                                        std::invocable<std::decay_t<Function>&, const TimerRef&>>>
+  TimerBlock(Function&& function) {
     using Closure = std::decay_t<Function>;
     if constexpr (std::constructible_from<bool, const Closure&>) {
       // An empty std::function makes an empty block.
@@ -60,12 +60,15 @@ class TimerBlock {
     void (*move)(void* target, void* source);  // leaves nothing to destroy at `source`
     void (*destroy)(void*);
   };
-  using Storage = std::array<std::byte, 32>;
+  static constexpr std::size_t capacity = 32;
+  using Storage = std::array<std::byte, capacity>;
 
   template <typename Closure>
+  static constexpr bool isAligned = alignof(Closure) <= alignof(void*);
+  template <typename Closure>
   static constexpr bool fits =
-      sizeof(Closure) <= sizeof(Storage) &&
-      alignof(Closure) <= alignof(void*) && std::is_nothrow_move_constructible_v<Closure>;
+      sizeof(
+          Closure) <= capacity&& isAligned<Closure>&& std::is_nothrow_move_constructible_v<Closure>;
 
   template <typename Closure>
   struct Inline {

@@ -133,7 +133,8 @@ TimerRef EpollRunLoop::scheduledTimerWithTimeInterval(double interval, TimerRepe
 }
 
 Watch EpollRunLoop::watch(int descriptor, std::function<void()> callback, Readiness readiness) {
-  auto watcher = std::make_shared<Watches::Watcher>(readiness, std::move(callback));
+  auto watcher =
+      std::make_shared<Watches::Watcher>(Watches::Watcher{readiness, std::move(callback)});
   watches_->add(descriptor, watcher);
   return Watch([watches = std::weak_ptr(watches_), watcher] {
     if (const auto known = watches.lock()) known->remove(watcher);
