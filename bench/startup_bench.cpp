@@ -1,0 +1,150 @@
+// From the start of the program to its first frame, and what it takes when it stands idle, beside
+// an empty Qt Quick window on the same scene graph. Both are watched from outside.
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <unistd.h>
+#include <xcb/xcb.h>
+
+#include "figures.h"
+#include "support/child_process.h"
+#include "support/x_connection.h"
+#include "support/x_server.h"
+
+namespace tapeloop::bench {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using support::ChildProcess;
+using support::XConnection;
+using support::XOwned;
+using support::XServer;
+
+constexpr int rounds = 9;
+constexpr auto patience = std::chrono::seconds(20);
+constexpr auto step = std::chrono::microseconds(500);
+constexpr auto settling = std::chrono::seconds(1);
+
+struct Start {
+  double firstFrame = 0;  // milliseconds
+  double resident = 0;    // MB
+  double processor = 0;   // milliseconds, until idle
+  double threads = 0;
+};
+
+// A frame is there when some window on the screen is no longer as the server made it: black.
+bool hasFrame(const XConnection& connection) {
+  const XOwned<xcb_query_tree_reply_t> tree(
+      xcb_query_tree_reply(connection, xcb_query_tree(connection, connection.root()), nullptr));
+  if (!tree) return false;
+  for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
+    const xcb_window_t window = xcb_query_tree_children(tree.get())[i];
+    const XOwned<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr));
+    if (!geometry || geometry->width < 100) continue;
+    const XOwned<xcb_get_image_reply_t> image(xcb_get_image_reply(
+        connection, xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, window, 20, 20, 1, 1, ~0U),
+        nullptr));
+    if (!image || xcb_get_image_data_length(image.get()) < 3) continue;
+    if (xcb_get_image_data(image.get())[1] != 0) return true;
+  }
+  return false;
+}
+
+double statusField(pid_t process, const std::string& name) {
+  std::ifstream status("/proc/" + std::to_string(process) + "/status");
+  std::string word;
+  double value = 0;
+  while (status >> word) {
+    if (word == name + ":" && status >> value) return value;
+  }
+  return 0;
+}
+
+double processorMilliseconds(pid_t process) {
+  std::ifstream schedule("/proc/" + std::to_string(process) + "/schedstat");
+  double nanoseconds = 0;
+  schedule >> nanoseconds;
+  return nanoseconds / 1e6;
+}
+
+std::optional<Start> start(const std::string& program, const std::string& folder) {
+  const XServer server;
+  const XConnection connection(server.display());
+  const auto begin = Clock::now();
+  ChildProcess process({program}, {server.displayVariable(), "XDG_DATA_HOME=" + folder,
+                                   "XDG_RUNTIME_DIR=" + folder});
+  while (!hasFrame(connection)) {
+    if (Clock::now() - begin > patience || !process.isRunning()) return std::nullopt;
+    std::this_thread::sleep_for(step);
+  }
+  Start result;
+  result.firstFrame = std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
+  std::this_thread::sleep_for(settling);
+  result.resident = statusField(process.pid(), "VmRSS") / 1024;
+  result.threads = statusField(process.pid(), "Threads");
+  result.processor = processorMilliseconds(process.pid());
+  process.kill(SIGTERM);
+  process.wait(patience);
+  return result;
+}
+
+double median(const std::vector<Start>& starts, double Start::*field) {
+  std::vector<double> values;
+  for (const Start& one : starts) values.push_back(one.*field);
+  return quantile(values, 0.5);
+}
+
+}  // namespace
+}  // namespace tapeloop::bench
+
+int main() {
+  using namespace tapeloop::bench;
+  namespace fs = std::filesystem;
+  const fs::path folder = fs::temp_directory_path() / ("startup_bench." + std::to_string(getpid()));
+  fs::create_directories(folder);
+  fs::permissions(folder, fs::perms::owner_all);
+  std::vector<Start> ours;
+  std::vector<Start> floors;
+  for (int round = 0; round < rounds; ++round) {
+    // In turns, so that both meet the same load of the machine.
+    const auto one = start(TAPELOOP_PROGRAM, folder);
+    const auto floor = start(EMPTY_WINDOW_PROGRAM, folder);
+    if (!one || !floor) {
+      std::puts("startup_bench: no frame came");
+      fs::remove_all(folder);
+      return 2;
+    }
+    ours.push_back(*one);
+    floors.push_back(*floor);
+  }
+  fs::remove_all(folder);
+
+  struct Line {
+    const char* name;
+    double Start::*field;
+    const char* unit;
+    double limit;
+  };
+  constexpr std::array lines = {
+      Line{"start to first frame", &Start::firstFrame, "ms", 2.0},
+      Line{"resident memory", &Start::resident, "MB", 1.5},
+      Line{"processor time until idle", &Start::processor, "ms", 2.0},
+      Line{"threads", &Start::threads, "", 1.5},
+  };
+  bool good = true;
+  for (const Line& line : lines) {
+    good &= report(line.name, median(ours, line.field), median(floors, line.field), line.unit,
+                   line.limit);
+  }
+  return good ? 0 : 1;
+}
