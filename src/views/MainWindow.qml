@@ -31,10 +31,31 @@ Window {
     }
 
     // The window moves with its background.
-    DragHandler {
-        target: null
-        onActiveChanged: if (active)
-            root.startSystemMove()
+    MouseArea {
+        id: background
+
+        property point start
+        property bool dragging: false
+
+        anchors.fill: parent
+        onPressed: mouse => {
+            start = Qt.point(mouse.x, mouse.y);
+            dragging = false;
+        }
+        onPositionChanged: mouse => {
+            if (dragging || Math.hypot(mouse.x - start.x, mouse.y - start.y) < drag.threshold)
+                return;
+            dragging = true;
+            root.startSystemMove();
+        }
+    }
+
+    // A disabled button lets presses through; they are not for the background either.
+    MouseArea {
+        anchors.bottom: panel.bottom
+        anchors.left: panel.left
+        anchors.right: panel.right
+        height: buttons.height
     }
 
     Column {
@@ -54,6 +75,8 @@ Window {
         }
 
         Row {
+            id: buttons
+
             spacing: 20
 
             PushButton {

@@ -22,8 +22,14 @@ ContentViewModel::ContentViewModel(ContentView& view) : view_(view) {
   pass(capture.buttonProperties->unpressedColor, &ContentViewModel::unpressedColorChanged);
   pass(capture.buttonProperties->startStopOpacity, &ContentViewModel::startStopOpacityChanged);
   pass(capture.buttonDisabled, &ContentViewModel::buttonDisabledChanged);
-  pass(capture.showingAuthAlert, &ContentViewModel::showingAuthAlertChanged);
-  pass(view.playbackState().showingPlayAlert, &ContentViewModel::showingPlayAlertChanged);
+  // A modal window that opens while the release of a button is still being handled takes the next
+  // click from that button.
+  const auto passLater = [this](auto& value, void (ContentViewModel::*changed)()) {
+    subscriptions_.push_back(value.subscribe(
+        [this, changed] { QMetaObject::invokeMethod(this, changed, Qt::QueuedConnection); }));
+  };
+  passLater(capture.showingAuthAlert, &ContentViewModel::showingAuthAlertChanged);
+  passLater(view.playbackState().showingPlayAlert, &ContentViewModel::showingPlayAlertChanged);
 }
 
 QString ContentViewModel::recordCaption() const {

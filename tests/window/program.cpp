@@ -1,0 +1,147 @@
+#include "window/program.h"
+
+#include <cstdlib>
+#include <stdexcept>
+#include <thread>
+
+namespace tapeloop::support {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+std::vector<std::string> commandLine(const std::vector<std::string>& arguments) {
+  // The shell joins standard error to the lines and gives way to the program.
+  std::vector<std::string> line{"sh", "-c", "exec \"$0\" \"$@\" 2>&1", TAPELOOP_PROGRAM};
+  line.insert(line.end(), arguments.begin(), arguments.end());
+  return line;
+}
+
+template <typename Condition>
+bool waitUntil(Condition condition) {
+  const auto end = Clock::now() + generousLimit;
+  while (!condition()) {
+    if (Clock::now() > end) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return true;
+}
+
+}  // namespace
+
+TemporaryFolder::TemporaryFolder() {
+  std::string name = std::filesystem::temp_directory_path() / "tapeloop-XXXXXX";
+  if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
+  path_ = name;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path_, ignored);
+}
+
+TestDesktop::TestDesktop()
+    : windowManager_({"openbox"}, {server_.displayVariable()}),
+      user_(server_.display()),
+      connection_(server_.display()) {
+  const bool managed = waitUntil([this] {
+    const XOwned<xcb_get_property_reply_t> check(xcb_get_property_reply(
+        connection_,
+        xcb_get_property(connection_, 0, connection_.root(),
+                         connection_.atom("_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW, 0, 1),
+        nullptr));
+    return check && xcb_get_property_value_length(check.get()) > 0;
+  });
+  if (!managed) throw std::runtime_error("the window manager did not start");
+}
+
+std::string TestDesktop::titleOf(xcb_window_t window) const {
+  const XOwned<xcb_get_property_reply_t> title(xcb_get_property_reply(
+      connection_,
+      xcb_get_property(connection_, 0, window, connection_.atom("_NET_WM_NAME"), XCB_ATOM_ANY, 0,
+                       100),
+      nullptr));
+  if (!title) return {};
+  return {static_cast<const char*>(xcb_get_property_value(title.get())),
+          static_cast<std::size_t>(xcb_get_property_value_length(title.get()))};
+}
+
+std::vector<xcb_window_t> TestDesktop::managed(const std::string& title) const {
+  const XOwned<xcb_get_property_reply_t> list(xcb_get_property_reply(
+      connection_,
+      xcb_get_property(connection_, 0, connection_.root(), connection_.atom("_NET_CLIENT_LIST"),
+                       XCB_ATOM_WINDOW, 0, 1000),
+      nullptr));
+  std::vector<xcb_window_t> found;
+  if (!list) return found;
+  const auto* windows = static_cast<const xcb_window_t*>(xcb_get_property_value(list.get()));
+  const auto count = xcb_get_property_value_length(list.get()) / 4;
+  for (int i = 0; i < count; ++i) {
+    if (titleOf(windows[i]) == title) found.push_back(windows[i]);
+  }
+  return found;
+}
+
+std::vector<ClientWindow> TestDesktop::windows(const std::string& title) const {
+  std::vector<ClientWindow> found;
+  for (const auto window : managed(title)) {
+    const XOwned<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
+        connection_, xcb_get_window_attributes(connection_, window), nullptr));
+    if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE) continue;
+    const XOwned<xcb_get_geometry_reply_t> size(
+        xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
+    const XOwned<xcb_translate_coordinates_reply_t> place(xcb_translate_coordinates_reply(
+        connection_, xcb_translate_coordinates(connection_, window, connection_.root(), 0, 0),
+        nullptr));
+    if (size && place) found.push_back({place->dst_x, place->dst_y, size->width, size->height});
+  }
+  return found;
+}
+
+bool TestDesktop::waitForWindows(const std::string& title, std::size_t count) const {
+  return waitUntil([&] { return windows(title).size() == count; });
+}
+
+bool TestDesktop::waitForFocus(const std::string& title, std::size_t index) const {
+  return waitUntil([&] {
+    const auto windows = managed(title);
+    const XOwned<xcb_get_property_reply_t> active(xcb_get_property_reply(
+        connection_,
+        xcb_get_property(connection_, 0, connection_.root(), connection_.atom("_NET_ACTIVE_WINDOW"),
+                         XCB_ATOM_WINDOW, 0, 1),
+        nullptr));
+    return index < windows.size() && active && xcb_get_property_value_length(active.get()) == 4 &&
+           *static_cast<const xcb_window_t*>(xcb_get_property_value(active.get())) ==
+               windows[index];
+  });
+}
+
+void TestDesktop::closeNewest(const std::string& title) const {
+  const auto windows = managed(title);
+  if (windows.empty()) throw std::runtime_error("no window to close");
+  xcb_client_message_event_t close{};
+  close.response_type = XCB_CLIENT_MESSAGE;
+  close.format = 32;
+  close.window = windows.back();
+  close.type = connection_.atom("_NET_CLOSE_WINDOW");
+  xcb_send_event(connection_, 0, connection_.root(),
+                 XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                 reinterpret_cast<const char*>(&close));
+  connection_.sync();
+}
+
+Program::Program(TestDesktop& desktop, const std::vector<std::string>& arguments,
+                 const std::optional<std::filesystem::path>& dataFolder)
+    : desktop_(desktop),
+      process_(commandLine(arguments),
+               {desktop.server().displayVariable(), "XDG_RUNTIME_DIR=" + folder_.path().string(),
+                "QT_SCALE_FACTOR=1",
+                "XDG_DATA_HOME=" + dataFolder.value_or(folder_.path() / "data").string()}) {}
+
+void Program::press(int fromLeft) {
+  const auto window = desktop_.windows("Tapeloop").at(0);
+  desktop_.user().moveTo(window.x + fromLeft + aside_, window.y + window.height - 53);
+  desktop_.user().click(1);
+  aside_ = -aside_;
+}
+
+}  // namespace tapeloop::support

@@ -1,0 +1,92 @@
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "support/child_process.h"
+#include "support/x_connection.h"
+#include "support/x_poster.h"
+#include "support/x_server.h"
+
+namespace tapeloop::support {
+
+inline constexpr std::chrono::seconds generousLimit{20};
+
+/// A folder that goes with this object.
+class TemporaryFolder {
+ public:
+  TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  ~TemporaryFolder();
+  [[nodiscard]] const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+/// Where the contents of a window are on the screen.
+struct ClientWindow {
+  int x = 0;
+  int y = 0;
+  int width = 0;
+  int height = 0;
+};
+
+/// A desktop with a window manager on a virtual X server.
+class TestDesktop {
+ public:
+  TestDesktop();
+
+  [[nodiscard]] XServer& server() { return server_; }
+  [[nodiscard]] const XPoster& user() const { return user_; }
+
+  /// The managed windows of this title that are on the screen, the oldest first.
+  [[nodiscard]] std::vector<ClientWindow> windows(const std::string& title) const;
+  /// Waits until there are `count` of them.
+  [[nodiscard]] bool waitForWindows(const std::string& title, std::size_t count) const;
+  /// Waits until the one with this index has the input focus.
+  [[nodiscard]] bool waitForFocus(const std::string& title, std::size_t index) const;
+  /// Asks the newest one to close, as the button of its frame does.
+  void closeNewest(const std::string& title) const;
+
+ private:
+  [[nodiscard]] std::vector<xcb_window_t> managed(const std::string& title) const;
+  [[nodiscard]] std::string titleOf(xcb_window_t window) const;
+
+  XServer server_;
+  ChildProcess windowManager_;
+  XPoster user_;
+  XConnection connection_;
+};
+
+/// The program itself, with a data folder of its own. Its lines are the trace and what it writes to
+/// standard error.
+class Program {
+ public:
+  explicit Program(TestDesktop& desktop, const std::vector<std::string>& arguments = {},
+                   const std::optional<std::filesystem::path>& dataFolder = std::nullopt);
+
+  [[nodiscard]] ChildProcess& process() { return process_; }
+  /// Waits for this line of the trace.
+  [[nodiscard]] bool writes(std::string_view line) {
+    return process_.waitForLine(line, generousLimit);
+  }
+  [[nodiscard]] std::optional<int> exitCode() { return process_.wait(generousLimit); }
+
+  void pressRecord() { press(82); }
+  void pressPlay() { press(202); }
+
+ private:
+  void press(int fromLeft);
+
+  TestDesktop& desktop_;
+  TemporaryFolder folder_;
+  ChildProcess process_;
+  int aside_ = 15;  // changes sign with each press: two at one place would make a double click
+};
+
+}  // namespace tapeloop::support

@@ -1,0 +1,122 @@
+#include <algorithm>
+#include <csignal>
+#include <fstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/x_state.h"
+#include "support/x_window.h"
+#include "window/program.h"
+
+namespace tapeloop::support {
+namespace {
+
+class ProgramTests : public testing::Test {
+ protected:
+  TestDesktop desktop;
+};
+
+TEST_F(ProgramTests, ClosingTheWindowEndsItWithZeroWhateverTheArguments) {
+  Program program(desktop, {"--platform", "offscreen", "-style", "none", "--help", "file"});
+  ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
+  desktop.closeNewest("Tapeloop");
+  EXPECT_EQ(program.exitCode(), 0);
+}
+
+TEST_F(ProgramTests, CaptureRunsFromOneRecordPressToTheNextAndDisablesPlay) {
+  const XWindow application(desktop.server().display(),
+                            {.x = 700, .y = 20, .overrideRedirect = true});
+  Program program(desktop);
+  ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
+  program.pressRecord();
+  ASSERT_TRUE(program.writes("Recording: true"));
+  program.pressPlay();  // disabled: raises no alert
+
+  desktop.user().moveTo(800, 200);
+  desktop.user().click(1);
+  ASSERT_TRUE(application.waitUntil(
+      [](const auto& events) {
+        return std::ranges::any_of(
+            events, [](const auto& event) { return event.kind == XEventKind::buttonRelease; });
+      },
+      generousLimit));
+  program.pressRecord();
+  ASSERT_TRUE(program.writes("Recording: false"));
+  EXPECT_EQ(desktop.windows("Tapeloop").size(), 1u);
+  const auto& lines = program.process().lines();
+  EXPECT_EQ(
+      std::count_if(lines.begin(), lines.end(),
+                    [](const std::string& line) { return line.starts_with("Optional(leftMouse"); }),
+      2)
+      << "the click on the other application, and none of those on the buttons";
+  EXPECT_TRUE(program.process().isRunning());
+}
+
+TEST_F(ProgramTests, PlayWithNothingRecordedShowsAnAlertThatTheKeyboardDismisses) {
+  Program program(desktop);
+  ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
+  for (const char* key : {"Return", "Escape", "space"}) {
+    SCOPED_TRACE(key);
+    const auto before = program.process().lines().size();
+    program.pressPlay();
+    ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 2));
+    ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 1));
+    desktop.user().tapKey(key);
+    EXPECT_EQ(program.process().waitForLine(before, generousLimit), "Dismiss button pressed.");
+    ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
+    ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));  // the frame of the alert is gone, too
+  }
+}
+
+TEST_F(ProgramTests, ATerminationSignalDuringPlaybackLeavesNothingHeld) {
+  const XWindow application(desktop.server().display(),
+                            {.x = 700, .y = 20, .overrideRedirect = true});
+  Program program(desktop);
+  ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
+  program.pressRecord();
+  ASSERT_TRUE(program.writes("Recording: true"));
+  desktop.user().moveTo(800, 200);
+  desktop.user().press(1);
+  desktop.user().moveTo(820, 220);
+  desktop.user().release(1);
+  program.pressRecord();
+  ASSERT_TRUE(program.writes("Recording: false"));
+  program.pressPlay();
+  ASSERT_TRUE(program.writes("play button pressed"));
+  program.process().kill(SIGTERM);
+  EXPECT_EQ(program.exitCode(), 143);
+  EXPECT_TRUE(pointerState(desktop.server().display()).buttonsDown.empty());
+  EXPECT_TRUE(keysDown(desktop.server().display()).empty());
+}
+
+TEST_F(ProgramTests, AStoreThatCannotBeOpenedIsToldOnceAndTheProgramRuns) {
+  const TemporaryFolder folder;
+  const auto file = folder.path() / "file";
+  std::ofstream(file) << "not a folder";
+  Program program(desktop, {}, file);
+  ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
+  program.pressRecord();
+  ASSERT_TRUE(program.writes("Recording: true"));
+  const auto& lines = program.process().lines();
+  EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
+                          [](const std::string& line) { return line.starts_with("tapeloop: "); }),
+            1);
+}
+
+TEST_F(ProgramTests, WithoutADisplayItEndsWithOneSentence) {
+  ChildProcess program({"sh", "-c", std::string("exec ") + TAPELOOP_PROGRAM + " 2>&1"},
+                       {"DISPLAY=:9999"});
+  EXPECT_EQ(program.wait(generousLimit), 2);
+  EXPECT_EQ(program.lines().size(), 1u);
+}
+
+TEST_F(ProgramTests, ALostDisplayEndsItWithOne) {
+  Program program(desktop);
+  ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
+  desktop.server().kill();
+  EXPECT_EQ(program.exitCode(), 1);
+}
+
+}  // namespace
+}  // namespace tapeloop::support
