@@ -86,6 +86,13 @@ class Decoder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Decoder> 
 
   [[nodiscard]] std::vector<Recording>& records() { return records_; }
 
+  /// Only the places of the records are wanted: they are read one after the other into the same
+  /// memory. `stream` is what is being read.
+  void indexInto(std::vector<RecordingSpan>& spans, const rapidjson::MemoryStream& stream) {
+    spans_ = &spans;
+    stream_ = &stream;
+  }
+
   // What is called for values that have no rule of their own: null, true and false.
   bool Default() { return isSkipping(); }
 
@@ -120,18 +127,21 @@ class Decoder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Decoder> 
     if (member_ == memberCount) return endMember();
     if (member_ == title) {
       record().title = text;
+      if (spans_) endTitle();
       return endMember();
     }
     const auto uuid = member_ == uniqueID ? Uuid::parse(text) : std::nullopt;
     if (!uuid) return false;
     record().uniqueID = *uuid;
+    if (spans_) span().isCanonical &= text == uuid->text();
     return endMember();
   }
 
   bool StartObject() {
     if (place_ == Place::beforeRecord || place_ == Place::list) {
       inList_ = place_ == Place::list;
-      records_.emplace_back();
+      if (!spans_ || records_.empty()) records_.emplace_back();
+      if (spans_) beginSpan();
       seen_ = 0;
       longestColumn_ = 0;
       place_ = Place::record;
@@ -143,7 +153,12 @@ class Decoder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Decoder> 
   bool Key(const char* characters, rapidjson::SizeType size, bool) {
     if (skippedDepth_ > 0) return true;
     const auto known = std::ranges::find(memberNames, std::string_view(characters, size));
-    member_ = static_cast<std::size_t>(known - memberNames.begin());
+    const auto member = static_cast<std::size_t>(known - memberNames.begin());
+    if (spans_) {
+      span().isCanonical &= member == nextMember_++;
+      keyEnd_ = stream_->Tell();
+    }
+    member_ = member;
     place_ = Place::member;
     return true;
   }
@@ -151,7 +166,9 @@ class Decoder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Decoder> 
   bool EndObject(rapidjson::SizeType) {
     if (skippedDepth_ > 0) return endSkipped();
     place_ = inList_ ? Place::list : Place::end;
-    return seen_ == allMembers;
+    if (seen_ != allMembers) return false;
+    if (spans_) endSpan();
+    return true;
   }
 
   bool StartArray() {
@@ -188,6 +205,35 @@ class Decoder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Decoder> 
   };
 
   Recording& record() { return records_.back(); }
+  RecordingSpan& span() { return spans_->back(); }
+
+  void beginSpan() {
+    spans_->emplace_back().offset = stream_->Tell() - 1;
+    span().isCanonical = true;
+    nextMember_ = title;
+  }
+
+  // Between the name and the value there is nothing but a colon and blanks.
+  void endTitle() {
+    const char* const begin = stream_->begin_;
+    const std::size_t end = stream_->Tell();
+    const std::size_t start = std::string_view(begin, end).find('"', keyEnd_);
+    span().titleOffset = start - span().offset;
+    span().titleLength = end - start;
+  }
+
+  // A blank outside of the title, or an escaped one in it, is not how the encoder writes.
+  void endSpan() {
+    RecordingSpan& ended = span();
+    ended.length = stream_->Tell() - ended.offset;
+    ended.title = record().title;
+    ended.uniqueID = record().uniqueID;
+    const std::string_view text(stream_->begin_ + ended.offset, ended.length);
+    const auto isBlank = [](char c) { return static_cast<unsigned char>(c) <= ' '; };
+    const auto blanks = std::count_if(text.begin(), text.end(), isBlank);
+    const auto inTitle = text.substr(ended.titleOffset, ended.titleLength);
+    ended.isCanonical &= blanks == std::count(inTitle.begin(), inTitle.end(), ' ');
+  }
 
   bool endMember() {
     if (member_ < memberCount) seen_ |= 1U << member_;
@@ -244,6 +290,10 @@ class Decoder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Decoder> 
   }
 
   std::vector<Recording> records_;
+  std::vector<RecordingSpan>* spans_ = nullptr;      // where the index goes, if one is wanted
+  const rapidjson::MemoryStream* stream_ = nullptr;  // set with `spans_`, as what follows
+  std::size_t keyEnd_ = 0;                           // behind the latest name
+  std::size_t nextMember_ = title;                   // the one that the encoder would write next
   Place place_;
   bool inList_ = false;
   std::size_t member_ = memberCount;  // the one whose value is being read; memberCount: unknown
@@ -256,12 +306,13 @@ class Decoder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Decoder> 
 
 /// False when `text` is not valid. Iterative: the depth of the nesting takes no stack. Numbers stay
 /// text until their column says what they are to be.
-bool parse(std::string_view text, Decoder& decoder) {
+bool parse(std::string_view text, Decoder& decoder, std::vector<RecordingSpan>* spans = nullptr) {
   constexpr unsigned flags = rapidjson::kParseIterativeFlag |
                              rapidjson::kParseValidateEncodingFlag |
                              rapidjson::kParseNumbersAsStringsFlag;
   rapidjson::MemoryStream stream(text.data(), text.size());
   rapidjson::Reader reader;
+  if (spans) decoder.indexInto(*spans, stream);
   // The parser takes a zero byte for the end.
   return reader.Parse<flags>(stream, decoder) && stream.Tell() == text.size();
 }
@@ -278,6 +329,13 @@ std::optional<std::vector<Recording>> decodeRecordings(std::string_view text) {
   Decoder decoder(Decoder::Root::list);
   if (!parse(text, decoder)) return std::nullopt;
   return std::move(decoder.records());
+}
+
+std::optional<std::vector<RecordingSpan>> indexRecordings(std::string_view text) {
+  std::vector<RecordingSpan> spans;
+  Decoder decoder(Decoder::Root::list);
+  if (!parse(text, decoder, &spans)) return std::nullopt;
+  return spans;
 }
 
 }  // namespace tapeloop

@@ -63,6 +63,27 @@ class Encoder {
     text_ += ']';
   }
 
+  void value(std::string_view string) {
+    text_ += '"';
+    std::size_t copied = 0;
+    for (std::size_t i = 0; i < string.size();) {
+      const auto byte = static_cast<unsigned char>(string[i]);
+      if (byte >= 0x80) {
+        const std::size_t length = sequenceLength(string.substr(i));
+        valid_ = valid_ && length > 0;
+        i += std::max<std::size_t>(length, 1);
+        continue;
+      }
+      if (byte < 0x20 || byte == '"' || byte == '\\') {
+        text_.append(string, copied, i - copied);
+        escape(byte);
+        copied = i + 1;
+      }
+      ++i;
+    }
+    text_.append(string, copied) += '"';
+  }
+
   [[nodiscard]] std::optional<std::string> result() && {
     if (!valid_) return std::nullopt;
     return std::move(text_);
@@ -95,27 +116,6 @@ class Encoder {
     valid_ = valid_ && std::isfinite(number);
     char digits[32];
     text_.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
-  }
-
-  void value(std::string_view string) {
-    text_ += '"';
-    std::size_t copied = 0;
-    for (std::size_t i = 0; i < string.size();) {
-      const auto byte = static_cast<unsigned char>(string[i]);
-      if (byte >= 0x80) {
-        const std::size_t length = sequenceLength(string.substr(i));
-        valid_ = valid_ && length > 0;
-        i += std::max<std::size_t>(length, 1);
-        continue;
-      }
-      if (byte < 0x20 || byte == '"' || byte == '\\') {
-        text_.append(string, copied, i - copied);
-        escape(byte);
-        copied = i + 1;
-      }
-      ++i;
-    }
-    text_.append(string, copied) += '"';
   }
 
   void escape(unsigned char byte) {
@@ -157,6 +157,12 @@ std::optional<std::string> encodeRecording(const Recording& recording) {
 std::optional<std::string> encodeRecordings(std::span<const Recording> recordings) {
   Encoder encoder;
   encoder.list(recordings);
+  return std::move(encoder).result();
+}
+
+std::optional<std::string> encodeText(std::string_view text) {
+  Encoder encoder;
+  encoder.value(text);
   return std::move(encoder).result();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <span>
 #include <string>
@@ -22,5 +23,21 @@ std::optional<std::string> encodeRecordings(std::span<const Recording> recording
 /// value; a float beyond the range of doubles is refused. Column lengths are not compared.
 std::optional<Recording> decodeRecording(std::string_view text);
 std::optional<std::vector<Recording>> decodeRecordings(std::string_view text);
+
+/// Where one record of a list stands in its text.
+struct RecordingSpan {
+  std::string title;
+  Uuid uniqueID;
+  std::size_t offset = 0;
+  std::size_t length = 0;
+  std::size_t titleOffset = 0;  ///< Within the record, of the title in its quotation marks.
+  std::size_t titleLength = 0;
+  /// The record is written as the encoder does: compact, its members in order and no others.
+  bool isCanonical = false;
+};
+/// Validates as `decodeRecordings` does, and keeps no more than one record at a time.
+std::optional<std::vector<RecordingSpan>> indexRecordings(std::string_view text);
+/// A text as a JSON string, in quotation marks.
+std::optional<std::string> encodeText(std::string_view text);
 
 }  // namespace tapeloop

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "capture/recording.h"
+#include "capture/recording_json.h"
+
+namespace tapeloop {
+
+/// Saved recordings as the one JSON text that is stored, with an index of it. A list of many
+/// megabytes is in memory once: a record is read from the text when it is asked for, and a change
+/// touches the text where it stands.
+class RecordingList {
+ public:
+  /// An empty one.
+  RecordingList();
+  /// Nothing if `text` is not a list of valid records. What other writers left in it beside the
+  /// records' own members is dropped.
+  static std::optional<RecordingList> parse(std::string text);
+
+  /// Compact JSON.
+  [[nodiscard]] const std::string& text() const { return text_; }
+  [[nodiscard]] std::size_t size() const { return spans_.size(); }
+  [[nodiscard]] const std::string& title(std::size_t index) const { return spans_[index].title; }
+  [[nodiscard]] const Uuid& uniqueID(std::size_t index) const { return spans_[index].uniqueID; }
+  /// The JSON object of one record.
+  [[nodiscard]] std::string_view recordText(std::size_t index) const;
+  [[nodiscard]] Recording recording(std::size_t index) const;
+
+  // Nothing changes if these return false: JSON can't carry what they were given.
+  [[nodiscard]] bool append(const Recording& recording);
+  [[nodiscard]] bool rename(std::size_t index, std::string_view title);
+
+  void remove(std::size_t index);
+
+ private:
+  [[nodiscard]] bool isCanonical() const;
+  [[nodiscard]] std::string canonicalText() const;
+  /// The records from `index` on have moved.
+  void shift(std::size_t index, std::ptrdiff_t distance);
+
+  std::string text_;
+  std::vector<RecordingSpan> spans_;
+};
+
+}  // namespace tapeloop
