@@ -12,6 +12,12 @@
 namespace tapeloop {
 
 using DefaultsValue = std::variant<bool, std::int64_t, double, std::string>;
+/// A value to be written, whose text may be long and stays where it is.
+using DefaultsView = std::variant<bool, std::int64_t, double, std::string_view>;
+
+[[nodiscard]] inline DefaultsView viewOf(const DefaultsValue& value) {
+  return std::visit([](const auto& held) { return DefaultsView(held); }, value);
+}
 
 /// What became of a write. Whatever else than `stored` it is, the store holds what it held before.
 enum class StoreStatus : std::uint8_t {
@@ -35,7 +41,20 @@ class DefaultsStore {
   [[nodiscard]] virtual StoreStatus setObjectForKey(const DefaultsValue& value,
                                                     std::string_view key) = 0;
 
-  /// `callback` runs after each stored write under `key`, before `setObjectForKey` returns.
+  using Writer = std::function<void(const DefaultsView& value, std::string_view key)>;
+  /// Stores together what `body` hands to its argument: all of it or, when one write is refused,
+  /// nothing. From before `body` starts until then no other process writes, so that what `body`
+  /// reads with `objectForKey` still holds when its writes are stored. `body` does not run if the
+  /// store can't be had for writing. It writes through its argument alone, and need not read back
+  /// what it wrote. Observers run afterwards.
+  [[nodiscard]] virtual StoreStatus transaction(
+      const std::function<void(const Writer& write)>& body) = 0;
+
+  /// Another number than before if another process may have written in between. Writes through this
+  /// object don't count.
+  [[nodiscard]] virtual std::uint64_t foreignRevision() const = 0;
+
+  /// `callback` runs after each stored write under `key`, before the call that wrote returns.
   virtual Subscription observe(std::string_view key, std::function<void()> callback) = 0;
 };
 

@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 #include <variant>
+#include <vector>
 
 #include <fcntl.h>
 #include <sqlite3.h>
@@ -36,7 +37,7 @@ constexpr const char* writingSettings =
     "PRAGMA journal_size_limit=4194304;"
     "CREATE TABLE IF NOT EXISTS defaults("
     "key TEXT PRIMARY KEY NOT NULL, type INTEGER NOT NULL, value NOT NULL)";
-constexpr const char* selectValue = "SELECT type, value FROM defaults WHERE key = ?1";
+constexpr const char* selectValue = "SELECT type, value, rowid FROM defaults WHERE key = ?1";
 constexpr const char* storeValue =
     "INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
     "ON CONFLICT(key) DO UPDATE SET type = excluded.type, value = excluded.value";
@@ -158,7 +159,21 @@ std::optional<std::string> immutableName(const fs::path& file) {
 // Doubles as their eight bytes: SQLite's own reals know neither NaN nor the sign of zero.
 using RealBytes = std::array<char, sizeof(double)>;
 
-std::optional<DefaultsValue> readValue(sqlite3_stmt* row) {
+/// Straight into its string. The row that the statement stands on would take a copy of its own
+/// first, which counts with a text of many megabytes.
+std::optional<std::string> readText(sqlite3* database, sqlite3_int64 rowid) {
+  sqlite3_blob* opened = nullptr;
+  const int result = sqlite3_blob_open(database, "main", "defaults", "value", rowid, 0, &opened);
+  const std::unique_ptr<sqlite3_blob, decltype(&sqlite3_blob_close)> blob(opened,
+                                                                          sqlite3_blob_close);
+  if (result != SQLITE_OK) return std::nullopt;
+  std::string text(static_cast<std::size_t>(sqlite3_blob_bytes(opened)), '\0');
+  const int size = static_cast<int>(text.size());
+  if (sqlite3_blob_read(opened, text.data(), size, 0) != SQLITE_OK) return std::nullopt;
+  return text;
+}
+
+std::optional<DefaultsValue> readValue(sqlite3* database, sqlite3_stmt* row) {
   const int storage = sqlite3_column_type(row, 1);
   const auto type = static_cast<ValueType>(sqlite3_column_int(row, 0));
   if (type == ValueType::boolean && storage == SQLITE_INTEGER) {
@@ -168,10 +183,7 @@ std::optional<DefaultsValue> readValue(sqlite3_stmt* row) {
     return std::int64_t{sqlite3_column_int64(row, 1)};
   }
   if (type == ValueType::text && storage == SQLITE_TEXT) {
-    const unsigned char* text = sqlite3_column_text(row, 1);
-    if (!text) return std::nullopt;
-    const auto size = static_cast<std::size_t>(sqlite3_column_bytes(row, 1));
-    return std::string(reinterpret_cast<const char*>(text), size);
+    return readText(database, sqlite3_column_int64(row, 2));
   }
   RealBytes bytes;
   if (type == ValueType::real && storage == SQLITE_BLOB &&
@@ -282,25 +294,62 @@ std::optional<DefaultsValue> SqliteDefaultsStore::objectForKey(std::string_view 
   if (statement) bindText(statement.get(), 1, key);
   const int result = statement ? sqlite3_step(statement.get()) : SQLITE_ERROR;
   std::optional<DefaultsValue> value;
-  if (result == SQLITE_ROW) value = readValue(statement.get());
+  if (result == SQLITE_ROW) value = readValue(database_.get(), statement.get());
   if (value || result == SQLITE_DONE) {
     if (const auto failed = failedReads_.find(key); failed != failedReads_.end()) {
       failedReads_.erase(failed);
     }
   } else {
+    StoreStatus status = statusOf(database_.get());
     // A row that holds something else than its type says is damage too.
-    const StoreStatus status =
-        result == SQLITE_ROW ? StoreStatus::damaged : statusOf(database_.get());
+    if (status == StoreStatus::stored) status = StoreStatus::damaged;
     failedReads_.insert_or_assign(std::string(key), status);
   }
   return value;
 }
 
 StoreStatus SqliteDefaultsStore::setObjectForKey(const DefaultsValue& value, std::string_view key) {
+  const StoreStatus status = write(viewOf(value), key);
+  if (status == StoreStatus::stored) tellObservers(key);
+  return status;
+}
+
+StoreStatus SqliteDefaultsStore::transaction(const std::function<void(const Writer& write)>& body) {
+  // Immediate: the right to write comes first, so that nothing that is read can change any more.
+  StoreStatus status = execute("BEGIN IMMEDIATE");
+  if (status != StoreStatus::stored) return status;
+  std::vector<std::string> keys;
+  body([&](const DefaultsView& value, std::string_view key) {
+    if (status != StoreStatus::stored) return;
+    status = write(value, key);
+    keys.emplace_back(key);
+  });
+  if (status == StoreStatus::stored) status = execute("COMMIT");
+  if (status != StoreStatus::stored) {
+    // Some failures have ended the transaction already.
+    if (sqlite3_get_autocommit(database_.get()) == 0) (void)execute("ROLLBACK");
+    return status;
+  }
+  for (const std::string& key : keys) tellObservers(key);
+  return status;
+}
+
+std::uint64_t SqliteDefaultsStore::foreignRevision() const {
+  const Statement statement = prepare(database_.get(), "PRAGMA data_version");
+  if (!statement || sqlite3_step(statement.get()) != SQLITE_ROW) return 0;
+  return static_cast<std::uint64_t>(sqlite3_column_int64(statement.get(), 0));
+}
+
+StoreStatus SqliteDefaultsStore::execute(const char* statement) {
+  sqlite3_exec(database_.get(), statement, nullptr, nullptr, nullptr);
+  return statusOf(database_.get());
+}
+
+StoreStatus SqliteDefaultsStore::write(const DefaultsView& value, std::string_view key) {
   if (const auto failed = failedReads_.find(key); failed != failedReads_.end()) {
     return failed->second;
   }
-  Statement statement = prepare(database_.get(), storeValue);
+  const Statement statement = prepare(database_.get(), storeValue);
   if (!statement) return statusOf(database_.get());
   bindText(statement.get(), 1, key);
   RealBytes bytes;
@@ -320,15 +369,16 @@ StoreStatus SqliteDefaultsStore::setObjectForKey(const DefaultsValue& value, std
                       SQLITE_STATIC);
   } else {
     bindType(ValueType::text);
-    bindText(statement.get(), 3, std::get<std::string>(value));
+    bindText(statement.get(), 3, std::get<std::string_view>(value));
   }
   if (sqlite3_step(statement.get()) != SQLITE_DONE) return statusOf(database_.get());
-  // Ended before the observers run, which may write themselves.
-  statement.reset();
+  return StoreStatus::stored;
+}
+
+void SqliteDefaultsStore::tellObservers(std::string_view key) {
   if (const auto observers = observers_.find(key); observers != observers_.end()) {
     observers->second();
   }
-  return StoreStatus::stored;
 }
 
 Subscription SqliteDefaultsStore::observe(std::string_view key, std::function<void()> callback) {

@@ -43,6 +43,9 @@ class SqliteDefaultsStore final : public DefaultsStore {
   [[nodiscard]] std::optional<DefaultsValue> objectForKey(std::string_view key) const override;
   [[nodiscard]] StoreStatus setObjectForKey(const DefaultsValue& value,
                                             std::string_view key) override;
+  [[nodiscard]] StoreStatus transaction(
+      const std::function<void(const Writer& write)>& body) override;
+  [[nodiscard]] std::uint64_t foreignRevision() const override;
   Subscription observe(std::string_view key, std::function<void()> callback) override;
 
  private:
@@ -60,6 +63,11 @@ class SqliteDefaultsStore final : public DefaultsStore {
   static StoreStatus check(sqlite3* database);
   static StoreStatus prepareForWriting(sqlite3* database);
   static Statement prepare(sqlite3* database, std::string_view statement);
+
+  [[nodiscard]] StoreStatus execute(const char* statement);
+  /// Not told to the observers yet.
+  [[nodiscard]] StoreStatus write(const DefaultsView& value, std::string_view key);
+  void tellObservers(std::string_view key);
 
   Database database_;
   mutable std::map<std::string, StoreStatus, std::less<>> failedReads_;
