@@ -16,9 +16,11 @@
 #include "platform/memory_defaults_store.h"
 #include "platform/qt/app_review.h"
 #include "platform/qt/application.h"
+#include "platform/qt/main_menu.h"
 #include "platform/qt/run_loop_bridge.h"
 #include "platform/qt/view_registry.h"
 #include "platform/qt/window_system.h"
+#include "platform/qt/workspace.h"
 #include "platform/x11/connection.h"
 #include "platform/x11/event_synthesis.h"
 #include "platform/x11/input_monitor.h"
@@ -72,11 +74,11 @@ struct Input {
 
 /// The window side. The views outlive the windows that show them.
 struct Display {
-  Display() { registerViews(views, engine); }
+  explicit Display(DefaultsStore& frames) : windows(views, frames) { registerViews(views, engine); }
 
   QQmlEngine engine;
   qt::ViewRegistry views;
-  qt::WindowSystem windows{views};
+  qt::WindowSystem windows;
 };
 
 bool isIgnored(int signal) {
@@ -112,15 +114,17 @@ int run(char* program) {
   Input input(*connection, {doubleClick.seconds, doubleClick.pixels});
   const auto ids = application.clientIds();
   input.ownWindows.addClient(ids.base, ids.mask);
-  Display display;
+  Display display(*store);
   linux::SystemClock clock;
   qt::AppReview review;
+  qt::Workspace workspace(QCoreApplication::applicationDirPath().toStdString());
+  qt::MainMenu menu;
   const Desktop desktop{runLoop,          clock,         trace,           *store,
                         input.permission, input.monitor, input.synthesis, input.screens,
-                        display.windows,  review};
+                        display.windows,  review,        workspace,       menu};
 
   Settings settings(*store);
-  AppDelegate delegate(settings);
+  AppDelegate delegate(desktop, settings);
   ContentView contentView(desktop, settings);
   delegate.applicationDidFinishLaunching();
   const MainWindow mainWindow(display.engine, contentView);

@@ -24,10 +24,13 @@ PlaybackServices playbackServices(const Desktop& desktop) {
 ContentView::ContentView(const Desktop& desktop, Settings& settings)
     : desktop_(desktop),
       settings_(settings),
+      informationButton_(desktop.workspace, desktop.trace),
       capture_(captureState_, captureSettings(settings), desktop.permission, desktop.inputMonitor,
                desktop.windows, desktop.runLoop, desktop.trace),
       playback_(captureState_, playbackState_, playbackSettings(settings),
-                playbackServices(desktop)) {
+                playbackServices(desktop)),
+      library_(libraryState_, captureState_, playbackState_, desktop.defaults, desktop.runLoop,
+               desktop.trace) {
   playbackState_.loadedRecording.uniqueID = Uuid::random();
 }
 
@@ -49,8 +52,31 @@ void ContentView::recordShortcutPressed() {
   capture_.recordShortcutAction();
 }
 void ContentView::playButtonPressed() {
-  playback_.startPlayback(PlayVariant::button);
+  if (buttonsRespond()) playback_.startPlayback(PlayVariant::button);
 }
+
+void ContentView::settingsButtonPressed() {
+  if (!buttonsRespond()) return;
+  desktop_.trace.writeLine("Settings Button Pressed.");
+  showSheetView_.set(!showSheetView_.get());
+}
+
+void ContentView::saveButtonPressed() {
+  if (buttonsRespond()) library_.saveRecording();
+}
+void ContentView::listButtonPressed() {
+  if (buttonsRespond()) library_.toggleSidebar();
+}
+void ContentView::informationButtonPressed() {
+  if (buttonsRespond()) informationButton_.press();
+}
+void ContentView::loadButtonPressed(std::size_t row) {
+  if (buttonsRespond()) library_.loadSavedRecording(LoadVariant::button, row);
+}
+void ContentView::trashButtonPressed(std::size_t row) {
+  if (buttonsRespond()) library_.deleteSavedRecording(row);
+}
+
 void ContentView::playShortcutPressed() {
   playback_.startPlayback(PlayVariant::shortcut);
 }

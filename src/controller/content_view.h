@@ -1,16 +1,23 @@
 #pragma once
 
+#include <cstddef>
+
 #include "capture/capture.h"
 #include "capture/capture_state.h"
+#include "controller/information_button.h"
+#include "controller/library_state.h"
+#include "controller/recording_library.h"
 #include "controller/settings.h"
+#include "controller/toolbar.h"
 #include "platform/desktop.h"
 #include "playback/playback.h"
 #include "playback/playback_state.h"
 
 namespace tapeloop {
 
-/// The main window: it owns the state that capture and playback share, and the actions that its
-/// controls start. Main thread only.
+/// The main window: it owns the state that capture, playback and the saved recordings share, and
+/// the actions that its controls start. While `buttonDisabled` holds, pressing one of the buttons
+/// that it disables does nothing; shortcuts, menus and drags go on. Main thread only.
 class ContentView {
  public:
   /// The desktop's services and `settings` outlive the view.
@@ -22,11 +29,19 @@ class ContentView {
   // What the window tells the controller.
   void onAppear();
 
-  // Actions of the controls.
+  // The buttons.
   void recordButtonPressed();
   void playButtonPressed();
+  void settingsButtonPressed();
+  void saveButtonPressed();
+  void listButtonPressed();
+  void informationButtonPressed();
+  void loadButtonPressed(std::size_t row);
+  void trashButtonPressed(std::size_t row);
+
   void escapeKeyPressed();
-  /// The one button of either alert.
+  /// The one button of either alert. The other alerts belong to the library and to the information
+  /// button.
   void dismissAuthAlert();
   void dismissPlayAlert();
 
@@ -36,15 +51,28 @@ class ContentView {
 
   [[nodiscard]] CaptureState& captureState() { return captureState_; }
   [[nodiscard]] PlaybackState& playbackState() { return playbackState_; }
+  [[nodiscard]] LibraryState& libraryState() { return libraryState_; }
+  /// For what is done with the saved recordings other than by a button of the window.
+  [[nodiscard]] RecordingLibrary& library() { return library_; }
+  [[nodiscard]] Toolbar& toolbar() { return toolbar_; }
+  [[nodiscard]] InformationButton& informationButton() { return informationButton_; }
+  [[nodiscard]] State<bool>& showSheetView() { return showSheetView_; }
   [[nodiscard]] Settings& settings() { return settings_; }
 
  private:
+  [[nodiscard]] bool buttonsRespond() const { return !captureState_.buttonDisabled.get(); }
+
   const Desktop desktop_;
   Settings& settings_;
   CaptureState captureState_;
   PlaybackState playbackState_;
+  LibraryState libraryState_{captureState_.isRecording};
+  State<bool> showSheetView_{false};
+  Toolbar toolbar_{captureState_.isRecording};
+  InformationButton informationButton_;
   Capture capture_;
   Playback playback_;
+  RecordingLibrary library_;
 };
 
 }  // namespace tapeloop

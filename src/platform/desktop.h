@@ -5,11 +5,13 @@
 #include "platform/defaults_store.h"
 #include "platform/event_synthesis.h"
 #include "platform/input_monitor.h"
+#include "platform/main_menu.h"
 #include "platform/permission.h"
 #include "platform/run_loop.h"
 #include "platform/screens.h"
 #include "platform/trace.h"
 #include "platform/window_system.h"
+#include "platform/workspace.h"
 
 namespace tapeloop {
 
@@ -26,6 +28,8 @@ struct Desktop {
   Screens& screens;
   WindowSystem& windows;
   AppReview& review;
+  Workspace& workspace;
+  MainMenu& mainMenu;
 };
 
 }  // namespace tapeloop

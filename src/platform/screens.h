@@ -20,6 +20,8 @@ class Screens {
   [[nodiscard]] virtual std::vector<Screen> screens() const = 0;
   /// The screen that new windows of the program belong on.
   [[nodiscard]] virtual std::optional<Screen> mainScreen() const = 0;
+  /// Where the pointer is, in points, upwards. Nothing if it is on none of these screens.
+  [[nodiscard]] virtual std::optional<Point> mouseLocation() const = 0;
 };
 
 }  // namespace tapeloop

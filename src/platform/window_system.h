@@ -2,6 +2,9 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "platform/geometry.h"
 
@@ -34,6 +37,7 @@ inline constexpr StyleMask fullSizeContentView = 0x8000;
 }  // namespace style_mask
 
 enum class WindowLevel : std::int32_t { normal = 0, floating = 3 };
+enum class WindowButton : std::uint32_t { close = 0, miniaturize = 1, zoom = 2 };
 enum class BackingType : std::uint32_t { buffered = 2 };
 enum class DeferCreation : std::uint8_t { no, yes };
 
@@ -61,6 +65,7 @@ class Window {
  public:
   virtual ~Window() = default;
 
+  [[nodiscard]] virtual std::string title() const = 0;
   virtual void makeKeyAndOrderFront() = 0;
   virtual void setMovableByWindowBackground(bool movable) = 0;
   virtual void setLevel(WindowLevel level) = 0;
@@ -75,6 +80,14 @@ class Window {
   virtual void setContentView(HostingView content) = 0;
   /// Moves the window's top-left corner to `point`.
   virtual void setFrameTopLeftPoint(Point point) = 0;
+  /// In the middle of the screen.
+  virtual void center() = 0;
+  /// Where the user leaves the window is remembered under `name`, also for later runs. A place that
+  /// is remembered already takes the one of any other call.
+  virtual void setFrameAutosaveName(std::string_view name) = 0;
+  virtual void setTitlebarAppearsTransparent(bool transparent) = 0;
+  /// Does nothing if the window lacks the button.
+  virtual void setStandardWindowButtonHidden(WindowButton button, bool hidden) = 0;
   /// Takes the window off the screen. Closing twice is harmless.
   virtual void close() = 0;
 };
@@ -85,6 +98,8 @@ class WindowSystem {
   /// The window is not on screen yet. Null when it can't be made.
   virtual std::shared_ptr<Window> createWindow(Rect contentRect, StyleMask mask,
                                                BackingType backing, DeferCreation defer) = 0;
+  /// Every open window of the program, in the platform's order.
+  [[nodiscard]] virtual std::vector<std::shared_ptr<Window>> windows() = 0;
 };
 
 }  // namespace tapeloop

@@ -63,7 +63,7 @@ TEST_F(CaptureTest, ArmsCapturesAndStops) {
 
 TEST_F(CaptureTest, OpensAFloatingWindowThatLetsClicksThrough) {
   capture->startRecording();
-  const auto& window = *desktop.windows.windows().at(0);
+  const auto& window = *desktop.windows.records().at(0);
   EXPECT_THAT(
       window.operations,
       ElementsAre("createWindow 0 0 500 500 32783 2 false", "makeKeyAndOrderFront",
@@ -138,7 +138,7 @@ TEST_F(CaptureTest, WithoutPermissionOnlyTheAlertIsRaised) {
   EXPECT_THAT(lines(), ElementsAre("record shortcut pressed"));
   EXPECT_TRUE(state.showingAuthAlert.get());
   EXPECT_FALSE(state.isRecording.get());
-  EXPECT_THAT(desktop.windows.windows(), IsEmpty());
+  EXPECT_THAT(desktop.windows.records(), IsEmpty());
 }
 
 TEST_F(CaptureTest, PermissionLostDuringCaptureLeavesItArmed) {

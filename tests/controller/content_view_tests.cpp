@@ -46,7 +46,7 @@ TEST_F(ContentViewTest, AppearingWithoutAScreenOrPermissionChangesNeither) {
 
 TEST_F(ContentViewTest, TheCaptionIsResetAtLaunchAndNothingElseIsWritten) {
   settings.startStopButtonText.set("Stop Recording");
-  AppDelegate(settings).applicationDidFinishLaunching();
+  AppDelegate(desktop.services(), settings).applicationDidFinishLaunching();
   view->onAppear();
   EXPECT_EQ(settings.startStopButtonText.get(), "Record");
   for (const char* key : {"key", "playCount", "isMiniturized", "hideDuringRecording"}) {

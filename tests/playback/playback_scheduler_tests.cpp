@@ -183,14 +183,14 @@ TEST_F(PlaybackSchedulerTest, TheTimersOfAnEarlierRunCannotBeCancelledAnyMore) {
 TEST_F(PlaybackSchedulerTest, TheHintWindowFollowsPlayback) {
   capture.isPlaying.set(true);
   EXPECT_EQ(desktop.windows.visibleWindows(), 1u);
-  const auto& window = *desktop.windows.windows().at(0);
+  const auto& window = *desktop.windows.records().at(0);
   EXPECT_EQ(window.topLeft, (Point{630, 900}));
   EXPECT_EQ(window.styleMask, 0x8008u);
   capture.isPlaying.set(false);
   EXPECT_EQ(desktop.windows.visibleWindows(), 0u);
   EXPECT_NE(state.ESCwindow, nullptr) << "a closed window is kept";
   capture.isPlaying.set(true);
-  EXPECT_EQ(desktop.windows.windows().size(), 2u);
+  EXPECT_EQ(desktop.windows.records().size(), 2u);
   EXPECT_EQ(desktop.windows.visibleWindows(), 1u);
   EXPECT_THAT(lines(), ElementsAre("isPlaying", "isPlaying", "isPlaying"));
 }
@@ -217,7 +217,7 @@ TEST_F(PlaybackSchedulerTest, QuittingInTheMiddlePostsNothingMoreAndLetsGoOfEver
   advance(20);
   EXPECT_EQ(posted().size(), before);
   capture.isPlaying.set(true);
-  EXPECT_THAT(desktop.windows.windows(), IsEmpty());
+  EXPECT_THAT(desktop.windows.records(), IsEmpty());
 }
 
 }  // namespace

@@ -30,11 +30,22 @@ class NoWindows final : public WindowSystem {
   std::shared_ptr<Window> createWindow(Rect, StyleMask, BackingType, DeferCreation) override {
     return nullptr;
   }
+  std::vector<std::shared_ptr<Window>> windows() override { return {}; }
 };
 
 class NoReview final : public AppReview {
  public:
   void requestReview() override {}
+};
+
+class NoWorkspace final : public Workspace {
+ public:
+  bool openURL(std::string_view) override { return false; }
+};
+
+class NoMenu final : public MainMenu {
+ public:
+  void setMainMenu(Menu) override {}
 };
 
 std::unique_ptr<x11::Connection> connect(linux::EpollRunLoop& loop, const std::string& display) {
@@ -64,9 +75,11 @@ struct X11Desktop::Services {
   MemoryDefaultsStore defaults;
   NoWindows windows;
   NoReview review;
+  NoWorkspace workspace;
+  NoMenu menu;
   Settings settings{defaults};
   ContentView contentView{Desktop{loop, clock, *trace, defaults, permission, monitor, synthesis,
-                                  screens, windows, review},
+                                  screens, windows, review, workspace, menu},
                           settings};
 };
 

@@ -1,7 +1,10 @@
 #include "platform/qt/window.h"
 
 #include <cmath>
+#include <cstdio>
+#include <functional>
 #include <utility>
+#include <variant>
 
 #include <QtCore/QMetaObject>
 #include <QtGui/QBitmap>
@@ -38,10 +41,12 @@ QRegion roundedRectangle(QSize size, double radius) {
 class Window::Frame final : public QQuickWindow {
  public:
   std::shared_ptr<View> view;
+  std::function<void()> leaving;  // the user closes the window, which is still there
   bool movable = false;
 
  protected:
   bool event(QEvent* event) override {
+    if (event->type() == QEvent::Close && leaving) leaving();
     const bool handled = QQuickWindow::event(event);
     if (event->type() == QEvent::Show && view) view->onAppear();
     if (event->type() == QEvent::Hide && view) view->onDisappear();
@@ -53,14 +58,16 @@ class Window::Frame final : public QQuickWindow {
   }
 };
 
-Window::Window(const ViewRegistry& views, Rect contentRect, StyleMask mask)
-    : views_(views), frame_(new Frame), mask_(mask) {
+Window::Window(const ViewRegistry& views, DefaultsStore& frames, Rect contentRect, StyleMask mask)
+    : views_(views), frames_(frames), frame_(new Frame), mask_(mask) {
   frame_->resize(static_cast<int>(std::lround(contentRect.size.width)),
                  static_cast<int>(std::lround(contentRect.size.height)));
+  frame_->leaving = [this] { rememberFrame(); };
 }
 
 Window::~Window() {
   close();
+  frame_->leaving = nullptr;
   frame_->view.reset();
   frame_->deleteLater();
 }
@@ -118,9 +125,35 @@ void Window::setFrameTopLeftPoint(Point point) {
   changed();
 }
 
+std::string Window::title() const {
+  return frame_->title().toStdString();
+}
+
+void Window::center() {
+  centered_ = true;
+  changed();
+}
+
+void Window::setFrameAutosaveName(std::string_view name) {
+  frameKey_ = "Window Frame ";
+  frameKey_ += name;
+  changed();
+}
+
+void Window::setStandardWindowButtonHidden(WindowButton button, bool hidden) {
+  const auto bit = 1U << static_cast<unsigned>(button);
+  hiddenButtons_ = hidden ? hiddenButtons_ | bit : hiddenButtons_ & ~bit;
+  changed();
+}
+
 void Window::close() {
+  rememberFrame();
   wanted_ = false;
   frame_->hide();
+}
+
+bool Window::isOpen() const {
+  return queued_ || frame_->isVisible();
 }
 
 void Window::changed() {
@@ -153,8 +186,40 @@ void Window::fitContent() {
   if (content_.cornerRadius > 0) frame_->setMask(roundedRectangle(size, content_.cornerRadius));
 }
 
+void Window::rememberFrame() {
+  if (frameKey_.empty() || !frame_->isVisible()) return;
+  const QPoint corner = frame_->framePosition();
+  const std::string text = std::to_string(corner.x()) + ' ' + std::to_string(corner.y());
+  // One that can't be kept is no loss worth an alert.
+  (void)frames_.setObjectForKey(text, frameKey_);
+}
+
+std::optional<QPoint> Window::rememberedFrame() const {
+  if (frameKey_.empty()) return std::nullopt;
+  const auto value = frames_.objectForKey(frameKey_);
+  const auto* text = value ? std::get_if<std::string>(&*value) : nullptr;
+  int x = 0;
+  int y = 0;
+  if (!text || std::sscanf(text->c_str(), "%d %d", &x, &y) != 2) return std::nullopt;
+  // On a screen that is gone nobody would find the window.
+  const QPoint corner(x, y);
+  if (!QGuiApplication::screenAt(corner)) return std::nullopt;
+  return corner;
+}
+
 void Window::place() {
   const auto* primary = QGuiApplication::primaryScreen();
+  // A window that is open stays where the user has put it.
+  if (!frame_->isVisible()) {
+    if (const auto corner = rememberedFrame()) {
+      frame_->setFramePosition(*corner);
+      return;
+    }
+    if (centered_ && primary) {
+      const QRect area({}, frame_->size());
+      frame_->setPosition(primary->geometry().center() - area.center());
+    }
+  }
   if (!topLeft_ || !primary) return;
   // Points are pixels of the server; Qt scales a screen about its top-left corner.
   const auto geometry = primary->geometry();
@@ -168,8 +233,15 @@ Qt::WindowFlags Window::flags() const {
   const bool floating = level_ == WindowLevel::floating;
   if (mask_ & style_mask::titled) {
     Qt::WindowFlags flags = Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint;
-    if (mask_ & style_mask::closable) flags |= Qt::WindowCloseButtonHint;
-    if (mask_ & style_mask::miniaturizable) flags |= Qt::WindowMinimizeButtonHint;
+    const auto isHidden = [this](WindowButton button) {
+      return (hiddenButtons_ >> static_cast<unsigned>(button) & 1) != 0;
+    };
+    if (mask_ & style_mask::closable && !isHidden(WindowButton::close)) {
+      flags |= Qt::WindowCloseButtonHint;
+    }
+    if (mask_ & style_mask::miniaturizable && !isHidden(WindowButton::miniaturize)) {
+      flags |= Qt::WindowMinimizeButtonHint;
+    }
     if (floating) flags |= Qt::WindowStaysOnTopHint;
     if (ignoresMouseEvents_) flags |= Qt::WindowTransparentForInput;
     return flags;

@@ -1,13 +1,18 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
+#include <string_view>
 
 #include <QtCore/QObject>
+#include <QtCore/QPoint>
 #include <QtCore/QPointer>
 #include <QtQuick/QQuickItem>
 #include <QtQuick/QQuickWindow>
 
+#include "platform/defaults_store.h"
 #include "platform/qt/view_registry.h"
 #include "platform/window_system.h"
 
@@ -19,10 +24,11 @@ namespace tapeloop::qt {
 /// better done before the caller starts its timers. Main thread only.
 class Window final : public tapeloop::Window {
  public:
-  /// `views` outlives the window.
-  Window(const ViewRegistry& views, Rect contentRect, StyleMask mask);
+  /// `views` and `frames`, which keeps where windows were left, outlive the window.
+  Window(const ViewRegistry& views, DefaultsStore& frames, Rect contentRect, StyleMask mask);
   ~Window() override;
 
+  [[nodiscard]] std::string title() const override;
   void makeKeyAndOrderFront() override;
   void setMovableByWindowBackground(bool movable) override;
   void setLevel(WindowLevel level) override;
@@ -36,7 +42,13 @@ class Window final : public tapeloop::Window {
   void setIgnoresMouseEvents(bool ignores) override;
   void setContentView(HostingView content) override;
   void setFrameTopLeftPoint(Point point) override;
+  void center() override;
+  void setFrameAutosaveName(std::string_view name) override;
+  /// The window manager draws the title bar.
+  void setTitlebarAppearsTransparent(bool) override {}
+  void setStandardWindowButtonHidden(WindowButton button, bool hidden) override;
   void close() override;
+  [[nodiscard]] bool isOpen() const;
 
  private:
   class Frame;
@@ -47,7 +59,11 @@ class Window final : public tapeloop::Window {
   void place();
   [[nodiscard]] Qt::WindowFlags flags() const;
 
+  void rememberFrame();
+  [[nodiscard]] std::optional<QPoint> rememberedFrame() const;
+
   const ViewRegistry& views_;
+  DefaultsStore& frames_;
   Frame* const frame_;  // deleted later: it may be on the stack
   StyleMask mask_;
   WindowLevel level_ = WindowLevel::normal;
@@ -55,6 +71,9 @@ class Window final : public tapeloop::Window {
   bool ignoresMouseEvents_ = false;
   bool wanted_ = false;  // asked to the front and not closed since
   bool queued_ = false;  // a call of `realize` is under way
+  bool centered_ = false;
+  std::string frameKey_;             // empty: the frame is not remembered
+  std::uint32_t hiddenButtons_ = 0;  // a bit for each `WindowButton`
   std::optional<Point> topLeft_;
   HostingView content_;
   std::unique_ptr<QQuickItem> item_;

@@ -1,9 +1,9 @@
 #include "platform/qt/window_system.h"
 
+#include <utility>
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>
-
-#include "platform/qt/window.h"
 
 namespace tapeloop::qt {
 
@@ -13,7 +13,18 @@ WindowSystem::~WindowSystem() {
 
 std::shared_ptr<tapeloop::Window> WindowSystem::createWindow(Rect contentRect, StyleMask mask,
                                                              BackingType, DeferCreation) {
-  return std::make_shared<Window>(views_, contentRect, mask);
+  auto window = std::make_shared<Window>(views_, frames_, contentRect, mask);
+  std::erase_if(made_, [](const auto& made) { return made.expired(); });
+  made_.push_back(window);
+  return window;
+}
+
+std::vector<std::shared_ptr<tapeloop::Window>> WindowSystem::windows() {
+  std::vector<std::shared_ptr<tapeloop::Window>> open;
+  for (const auto& made : made_) {
+    if (auto window = made.lock(); window && window->isOpen()) open.push_back(std::move(window));
+  }
+  return open;
 }
 
 }  // namespace tapeloop::qt

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/desktop.h"
@@ -27,6 +30,8 @@ class FixedScreens final : public Screens {
     if (list.empty()) return std::nullopt;
     return list.front();
   }
+  [[nodiscard]] std::optional<Point> mouseLocation() const override { return pointer; }
+  std::optional<Point> pointer = Point{};
   std::vector<Screen> list{{{{0, 0}, {1440, 900}}}};
 };
 
@@ -34,6 +39,23 @@ class CountedAppReview final : public AppReview {
  public:
   void requestReview() override { ++requests; }
   int requests = 0;
+};
+
+/// A browser that opens what it is asked to, or refuses.
+class RecordedWorkspace final : public Workspace {
+ public:
+  bool openURL(std::string_view url) override {
+    opened.emplace_back(url);
+    return opens;
+  }
+  std::vector<std::string> opened;
+  bool opens = true;
+};
+
+class RecordedMainMenu final : public MainMenu {
+ public:
+  void setMainMenu(Menu installed) override { menu = std::move(installed); }
+  std::optional<Menu> menu;
 };
 
 /// A whole desktop in memory. It records every effect, and nothing happens on it but what it is
@@ -48,6 +70,8 @@ struct SimulatedDesktop {
   FixedScreens screens;
   RecordedWindowSystem windows;
   CountedAppReview review;
+  RecordedWorkspace workspace;
+  RecordedMainMenu mainMenu;
 
   SimulatedDesktop() = default;
   SimulatedDesktop(const SimulatedDesktop&) = delete;
@@ -55,8 +79,8 @@ struct SimulatedDesktop {
 
   /// Its services live as long as this.
   [[nodiscard]] Desktop services() {
-    return {runLoop,      runLoop,        trace,   defaults, permission,
-            inputMonitor, eventSynthesis, screens, windows,  review};
+    return {runLoop,        runLoop, trace,   defaults, permission, inputMonitor,
+            eventSynthesis, screens, windows, review,   workspace,  mainMenu};
   }
 };
 

@@ -20,6 +20,7 @@ class RecordedWindow final : public Window {
   explicit RecordedWindow(std::shared_ptr<WindowRecord> record) : record_(std::move(record)) {}
   ~RecordedWindow() override { show(false); }
 
+  [[nodiscard]] std::string title() const override { return record_->title; }
   void makeKeyAndOrderFront() override {
     note("makeKeyAndOrderFront");
     show(true);
@@ -53,6 +54,14 @@ class RecordedWindow final : public Window {
     note("setFrameTopLeftPoint", point.x, point.y);
     record_->topLeft = point;
   }
+  void center() override { note("center"); }
+  void setFrameAutosaveName(std::string_view name) override { note("setFrameAutosaveName", name); }
+  void setTitlebarAppearsTransparent(bool transparent) override {
+    note("setTitlebarAppearsTransparent", transparent);
+  }
+  void setStandardWindowButtonHidden(WindowButton button, bool hidden) override {
+    note("setStandardWindowButtonHidden", static_cast<unsigned>(button), hidden);
+  }
   void close() override {
     note("close");
     show(false);
@@ -84,7 +93,29 @@ std::shared_ptr<Window> RecordedWindowSystem::createWindow(Rect contentRect, Sty
       "createWindow", contentRect.origin.x, contentRect.origin.y, contentRect.size.width,
       contentRect.size.height, mask, static_cast<unsigned>(backing), defer == DeferCreation::yes));
   records_.push_back(record);
-  return std::make_shared<RecordedWindow>(std::move(record));
+  auto window = std::make_shared<RecordedWindow>(std::move(record));
+  made_.push_back(window);
+  return window;
+}
+
+std::vector<std::shared_ptr<Window>> RecordedWindowSystem::windows() {
+  std::vector<std::shared_ptr<Window>> open;
+  for (std::size_t i = 0; i < made_.size(); ++i) {
+    if (auto window = made_[i].lock(); window && records_[i]->visible) {
+      open.push_back(std::move(window));
+    }
+  }
+  return open;
+}
+
+std::shared_ptr<Window> RecordedWindowSystem::openWindow(std::string title) {
+  auto record = std::make_shared<WindowRecord>();
+  record->title = std::move(title);
+  record->visible = true;
+  records_.push_back(record);
+  auto window = std::make_shared<RecordedWindow>(std::move(record));
+  made_.push_back(window);
+  return window;
 }
 
 std::size_t RecordedWindowSystem::visibleWindows() const {

@@ -16,6 +16,7 @@ struct WindowRecord {
   std::weak_ptr<View> view;
   StyleMask styleMask = 0;
   Point topLeft;
+  std::string title;
   bool visible = false;
 };
 
@@ -25,17 +26,22 @@ class RecordedWindowSystem final : public WindowSystem {
   std::shared_ptr<Window> createWindow(Rect contentRect, StyleMask mask, BackingType backing,
                                        DeferCreation defer) override;
 
+  [[nodiscard]] std::vector<std::shared_ptr<Window>> windows() override;
+
+  /// Puts a window of this title on screen that somebody else holds.
+  std::shared_ptr<Window> openWindow(std::string title);
   /// From now on no window can be made.
   void refuseWindows() { refuses_ = true; }
 
   /// Every window that was made, the oldest first.
-  [[nodiscard]] const std::vector<std::shared_ptr<const WindowRecord>>& windows() const {
+  [[nodiscard]] const std::vector<std::shared_ptr<const WindowRecord>>& records() const {
     return records_;
   }
   [[nodiscard]] std::size_t visibleWindows() const;
 
  private:
   std::vector<std::shared_ptr<const WindowRecord>> records_;
+  std::vector<std::weak_ptr<Window>> made_;  // beside `records_`
   bool refuses_ = false;
 };
 

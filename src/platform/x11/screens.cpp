@@ -66,6 +66,13 @@ std::optional<Screen> X11Screens::mainScreen() const {
   return screens_.front();
 }
 
+std::optional<Point> X11Screens::mouseLocation() const {
+  const auto pointer = own(xcb_query_pointer_reply(
+      connection_.xcb(), xcb_query_pointer(connection_.xcb(), connection_.root()), nullptr));
+  if (!pointer || pointer->same_screen == 0 || screens_.empty()) return std::nullopt;
+  return fromRoot(pointer->root_x, pointer->root_y);
+}
+
 Point X11Screens::fromRoot(int x, int y) const {
   return {x - primary_.origin.x, primary_.origin.y + primary_.size.height - y};
 }

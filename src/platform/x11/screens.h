@@ -18,6 +18,8 @@ class X11Screens final : public Screens {
 
   [[nodiscard]] std::vector<Screen> screens() const override { return screens_; }
   [[nodiscard]] std::optional<Screen> mainScreen() const override;
+  /// Asks the server.
+  [[nodiscard]] std::optional<Point> mouseLocation() const override;
 
   /// Pixels of the root window, downwards, to a point with the origin at the primary monitor's
   /// bottom-left corner.

@@ -1,0 +1,240 @@
+#include "controller/recording_library.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "controller/store_alert.h"
+
+namespace tapeloop {
+namespace {
+
+constexpr double sidebarWidth = 280;
+constexpr double sidebarHeight = 220;
+
+using Edit = StoredRecordings::Edit;
+
+/// A list of texts as it is printed. Written out again and again while it grows.
+class BracketedList {
+ public:
+  void append(std::string_view element) {
+    if (text_.size() > 1) {
+      text_.pop_back();
+      text_ += ", ";
+    }
+    text_.append("\"").append(element).append("\"]");
+  }
+  [[nodiscard]] std::string_view text() const { return text_.size() > 1 ? text_ : empty; }
+
+ private:
+  static constexpr std::string_view empty = "[]";
+  std::string text_ = "[";
+};
+
+}  // namespace
+
+RecordingLibrary::RecordingLibrary(LibraryState& state, CaptureState& captureState,
+                                   PlaybackState& playbackState, DefaultsStore& store,
+                                   RunLoop& runLoop, Trace& trace)
+    : state_(state),
+      captureState_(captureState),
+      playbackState_(playbackState),
+      trace_(trace),
+      stored_(store),
+      toastSaved_(state.showToastSaved, runLoop),
+      toastLoaded_(state.showToastLoaded, runLoop),
+      listRead_(stored_.onRead([this](const RecordingList& list) {
+        show(list);
+        showTitles(list);
+      })),
+      writtenByOthers_(stored_.onWrittenByOthers([this] {
+        if (state_.showingSavedRecordings.get()) stored_.list();
+      })) {}
+
+void RecordingLibrary::toggleSidebar() {
+  trace_.writeLine("Toggle Sidebar");
+  if (!state_.showingSavedRecordings.get()) {
+    stored_.list();
+    showSidebar();
+    return;
+  }
+  state_.showingSavedRecordings.set(false);
+  state_.savedRecordingWidth.set(0);
+  state_.savedRecordingHeight.set(0);
+}
+
+void RecordingLibrary::saveRecording() {
+  trace_.writeLine("Save recording");
+  const EventLog& log = captureState_.eventLog;
+  if (log.empty()) {
+    trace_.writeLine("No recording found.");
+    playbackState_.showingPlayAlert.set(true);
+    return;
+  }
+  if (!state_.showingSavedRecordings.get()) showSidebar();
+  const Recording recording = makeRecording(*log.events());
+  printRecording(recording, log.size());
+  const bool isStored = change([&recording](RecordingList& list) {
+    return list.append(recording) ? Edit::made : Edit::notEncodable;
+  });
+  if (!isStored) return;
+  // The text that is stored is the list, field by field.
+  trace_.writeLine(stored_.list().text());
+  toastSaved_.invert();
+}
+
+void RecordingLibrary::loadSavedRecording(LoadVariant variant, std::size_t row) {
+  const auto entry = stored_.entryAt(row);
+  if (!entry) return;
+  const RecordingList& list = stored_.list();
+  const auto position = StoredRecordings::find(*entry, list);
+  if (!position) return;
+  if (variant == LoadVariant::button) trace_.writeLine("Load Recording");
+  load(list.recording(*position));
+  std::string line = "Loading Recording";
+  trace_.writeLine(line.append(list.recordText(*position)));
+  const bool isLongEnough = takeRecordingTime();
+  if (isLongEnough || variant == LoadVariant::contextMenu) toastLoaded_.invert();
+}
+
+void RecordingLibrary::renameSavedRecording(std::size_t row) {
+  const auto entry = stored_.entryAt(row);
+  if (!entry) return;
+  const bool isStored = change([&](RecordingList& list) {
+    const auto position = StoredRecordings::find(*entry, list);
+    if (!position) return Edit::needless;
+    const std::string name = state_.rows.selectedRecordingName.get(row);
+    return list.rename(*position, name) ? Edit::made : Edit::notEncodable;
+  });
+  if (isStored) {
+    trace_.writeLine("Saving name.");
+  } else {
+    rowAppeared(row);
+  }
+}
+
+void RecordingLibrary::deleteSavedRecording(std::size_t row) {
+  trace_.writeLine("Delete Recording");
+  const auto entry = stored_.entryAt(row);
+  if (!entry) return;
+  const bool isStored = change([&](RecordingList& list) {
+    const auto position = StoredRecordings::find(*entry, list);
+    if (!position) return Edit::needless;
+    list.remove(*position);
+    return Edit::made;
+  });
+  if (!isStored) return;
+  const RecordingList& list = stored_.list();
+  printTitles(list);
+  auto& names = state_.rows.selectedRecordingName;
+  for (std::size_t i = 0; i < names.size(); ++i) names.set(i, "");
+  printNames();
+  showTitles(list);
+  printNames();
+}
+
+void RecordingLibrary::rowAppeared(std::size_t row) {
+  const RecordingList& list = stored_.list();
+  if (row < list.size()) state_.rows.selectedRecordingName.set(row, list.title(row));
+}
+
+std::string RecordingLibrary::dragRecording(std::size_t row) {
+  const auto entry = stored_.entryAt(row);
+  if (!entry) return {};
+  std::string text = entry->uniqueID.text();
+  trace_.writeLine(text);
+  state_.droppedRecordingUUIDString.set(text);
+  return text;
+}
+
+void RecordingLibrary::dropRecording() {
+  const std::string& dropped = state_.droppedRecordingUUIDString.get();
+  trace_.writeLine(dropped);
+  captureState_.recordingType.set(recording_type::saved);
+  const RecordingList& list = stored_.list();
+  std::optional<std::size_t> match;
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    const std::string text = list.uniqueID(i).text();
+    trace_.writeLine(text);
+    if (text == dropped) match = i;
+  }
+  if (match) load(list.recording(*match));
+  takeRecordingTime();
+  toastLoaded_.invert();
+}
+
+void RecordingLibrary::dismissStoreAlert() {
+  trace_.writeLine("Dismiss button pressed.");
+  state_.storeAlert.set("");
+}
+
+void RecordingLibrary::showSidebar() {
+  state_.showingSavedRecordings.set(true);
+  state_.savedRecordingWidth.set(sidebarWidth);
+  state_.savedRecordingHeight.set(sidebarHeight);
+}
+
+void RecordingLibrary::load(Recording recording) {
+  captureState_.recordingType.set(recording_type::saved);
+  playbackState_.loadedRecording = std::move(recording);
+}
+
+bool RecordingLibrary::takeRecordingTime() {
+  const Recording& loaded = playbackState_.loadedRecording;
+  // Stored columns may differ in length.
+  if (loaded.modifierArray.size() < 2 || loaded.timestampArray.empty()) return false;
+  captureState_.recordingTime = loaded.timestampArray.back() - loaded.timestampArray.front();
+  return true;
+}
+
+bool RecordingLibrary::change(const std::function<Edit(RecordingList&)>& edit) {
+  const auto outcome = stored_.change(edit);
+  if (outcome.edit == Edit::notEncodable) {
+    state_.storeAlert.set(notEncodableSentence);
+  } else if (outcome.status != StoreStatus::stored) {
+    state_.storeAlert.set(storeSentence(outcome.status));
+  }
+  show(stored_.list());
+  return outcome.isStored();
+}
+
+void RecordingLibrary::printRecording(const Recording& recording, std::size_t eventCount) {
+  trace_.writeNumber(eventCount);
+  trace_.writeNumber(recording.typeArray.size());
+  trace_.writeNumber(recording.timestampArray.size());
+  trace_.writeNumber(recording.locXArray.size());
+  trace_.writeNumber(recording.locYArray.size());
+  trace_.writeNumber(recording.scrollingDeltaXArray.size());
+  trace_.writeNumber(recording.charArray.size());
+  trace_.writeNumber(recording.modifierArray.size());
+  BracketedList modifiers;
+  for (const std::string& element : recording.modifierArray) modifiers.append(element);
+  trace_.writeLine(modifiers.text());
+}
+
+void RecordingLibrary::printTitles(const RecordingList& list) {
+  BracketedList titles;
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    trace_.writeLine(list.title(i));
+    titles.append(list.title(i));
+    trace_.writeLine(titles.text());
+  }
+}
+
+void RecordingLibrary::printNames() {
+  const auto& names = state_.rows.selectedRecordingName;
+  BracketedList list;
+  for (std::size_t i = 0; i < names.size(); ++i) list.append(names.get(i));
+  trace_.writeLine(list.text());
+}
+
+void RecordingLibrary::show(const RecordingList& list) {
+  state_.rows.growTo(list.size());
+  state_.rowCount.set(list.size());
+}
+
+void RecordingLibrary::showTitles(const RecordingList& list) {
+  auto& names = state_.rows.selectedRecordingName;
+  for (std::size_t i = 0; i < list.size(); ++i) names.set(i, list.title(i));
+}
+
+}  // namespace tapeloop

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <utility>
+
+#include "platform/main_menu.h"
+
+namespace tapeloop::qt {
+
+/// Keeps the menu for the windows, which draw it. Main thread only.
+class MainMenu final : public tapeloop::MainMenu {
+ public:
+  void setMainMenu(Menu menu) override { menu_ = std::move(menu); }
+  [[nodiscard]] const Menu& menu() const { return menu_; }
+
+ private:
+  Menu menu_;
+};
+
+}  // namespace tapeloop::qt
