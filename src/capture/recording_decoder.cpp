@@ -207,8 +207,9 @@ class Decoder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Decoder> 
   Recording& record() { return records_.back(); }
   RecordingSpan& span() { return spans_->back(); }
 
+  // The parser tells of a brace while it still stands before it.
   void beginSpan() {
-    spans_->emplace_back().offset = stream_->Tell() - 1;
+    spans_->emplace_back().offset = stream_->Tell();
     span().isCanonical = true;
     nextMember_ = title;
   }
@@ -225,7 +226,7 @@ class Decoder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Decoder> 
   // A blank outside of the title, or an escaped one in it, is not how the encoder writes.
   void endSpan() {
     RecordingSpan& ended = span();
-    ended.length = stream_->Tell() - ended.offset;
+    ended.length = stream_->Tell() + 1 - ended.offset;
     ended.title = record().title;
     ended.uniqueID = record().uniqueID;
     const std::string_view text(stream_->begin_ + ended.offset, ended.length);
