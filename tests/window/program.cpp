@@ -134,7 +134,7 @@ Program::Program(TestDesktop& desktop, const std::vector<std::string>& arguments
     : desktop_(desktop),
       process_(commandLine(arguments),
                {desktop.server().displayVariable(), "XDG_RUNTIME_DIR=" + folder_.path().string(),
-                "QT_SCALE_FACTOR=1",
+                "QT_SCALE_FACTOR=1", "DBUS_SESSION_BUS_ADDRESS=disabled:",
                 "XDG_DATA_HOME=" + dataFolder.value_or(folder_.path() / "data").string()}) {}
 
 void Program::press(int fromLeft) {

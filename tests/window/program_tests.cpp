@@ -24,15 +24,13 @@ TEST_F(ProgramTests, ClosingTheWindowEndsItWithZeroWhateverTheArguments) {
   EXPECT_EQ(program.exitCode(), 0);
 }
 
-TEST_F(ProgramTests, CaptureRunsFromOneRecordPressToTheNextAndDisablesPlay) {
+TEST_F(ProgramTests, CaptureRunsFromOneRecordPressToTheNext) {
   const XWindow application(desktop.server().display(),
                             {.x = 700, .y = 20, .overrideRedirect = true});
   Program program(desktop);
   ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
   program.pressRecord();
   ASSERT_TRUE(program.writes("Recording: true"));
-  program.pressPlay();  // disabled: raises no alert
-
   desktop.user().moveTo(800, 200);
   desktop.user().click(1);
   ASSERT_TRUE(application.waitUntil(
@@ -43,13 +41,12 @@ TEST_F(ProgramTests, CaptureRunsFromOneRecordPressToTheNextAndDisablesPlay) {
       generousLimit));
   program.pressRecord();
   ASSERT_TRUE(program.writes("Recording: false"));
-  EXPECT_EQ(desktop.windows("Tapeloop").size(), 1u);
   const auto& lines = program.process().lines();
   EXPECT_EQ(
       std::count_if(lines.begin(), lines.end(),
                     [](const std::string& line) { return line.starts_with("Optional(leftMouse"); }),
       2)
-      << "the click on the other application, and none of those on the buttons";
+      << "the click on the other application, and none of those on the button";
   EXPECT_TRUE(program.process().isRunning());
 }
 
