@@ -82,8 +82,8 @@ class Window {
   virtual void setFrameTopLeftPoint(Point point) = 0;
   /// In the middle of the screen.
   virtual void center() = 0;
-  /// Where the user leaves the window is remembered under `name`, also for later runs. A place that
-  /// is remembered already takes the one of any other call.
+  /// Where the user leaves the window is remembered under `name`, also for later runs, and goes
+  /// before every other place that it is given.
   virtual void setFrameAutosaveName(std::string_view name) = 0;
   virtual void setTitlebarAppearsTransparent(bool transparent) = 0;
   /// Does nothing if the window lacks the button.

@@ -193,6 +193,64 @@ TEST_F(SqliteDefaultsStoreTest, GivesUpWhileAnotherConnectionHoldsIt) {
   EXPECT_EQ(opened.store->setObjectForKey(true, "key"), StoreStatus::stored);
 }
 
+TEST_F(SqliteDefaultsStoreTest, ATransactionIsUndoneWhenOneOfItsWritesIsRefused) {
+  storeText("old");
+  const auto opened = open();
+  struct rlimit before {};
+  getrlimit(RLIMIT_FSIZE, &before);
+  struct rlimit small = before;
+  small.rlim_cur = 1 << 20;
+  const auto handler = ::signal(SIGXFSZ, SIG_IGN);
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  int told = 0;
+  const auto subscription = opened.store->observe("key", [&] { ++told; });
+  const std::string longText(4 << 20, 'x');
+  EXPECT_EQ(opened.store->transaction([&](const DefaultsStore::Writer& write) {
+    write(std::string_view("new"), "key");
+    write(std::string_view(longText), "other");
+    write(true, "third");
+  }),
+            StoreStatus::diskFull);
+  setrlimit(RLIMIT_FSIZE, &before);
+  ::signal(SIGXFSZ, handler);
+  EXPECT_EQ(opened.store->objectForKey("key"), DefaultsValue(std::string("old")));
+  EXPECT_FALSE(opened.store->objectForKey("third"));
+  EXPECT_EQ(told, 0);
+  EXPECT_EQ(opened.store->setObjectForKey(true, "key"), StoreStatus::stored);
+}
+
+TEST_F(SqliteDefaultsStoreTest, TwoProgramsThatCountTogetherLoseNothing) {
+  constexpr std::int64_t each = 200;
+  const auto countUp = [&] {
+    const auto opened = open();
+    for (std::int64_t i = 0; opened.store && i < each; ++i) {
+      const auto status = opened.store->transaction([&](const DefaultsStore::Writer& write) {
+        const auto value = opened.store->objectForKey("count");
+        write(value ? std::get<std::int64_t>(*value) + 1 : std::int64_t{1}, "count");
+      });
+      if (status != StoreStatus::stored) return 1;
+    }
+    return opened.store ? 0 : 2;
+  };
+  storeText("");
+  const pid_t other = ::fork();
+  if (other == 0) ::_exit(countUp());
+  EXPECT_EQ(inChild(countUp), 0);
+  int status = 0;
+  ::waitpid(other, &status, 0);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(open().store->objectForKey("count"), DefaultsValue(2 * each));
+}
+
+TEST_F(SqliteDefaultsStoreTest, NoticesThatSomebodyElseHasWritten) {
+  const auto mine = open();
+  const auto theirs = open();
+  const auto revision = mine.store->foreignRevision();
+  EXPECT_EQ(mine.store->foreignRevision(), revision);
+  EXPECT_EQ(theirs.store->setObjectForKey(true, "key"), StoreStatus::stored);
+  EXPECT_NE(mine.store->foreignRevision(), revision);
+}
+
 TEST_F(SqliteDefaultsStoreTest, DoesNotOverwriteAValueThatCouldNotBeRead) {
   storeText("old");
   const auto opened = open();

@@ -103,8 +103,37 @@ TYPED_TEST_P(DefaultsStoreContract, LetsAnObserverWriteAndEndItself) {
   EXPECT_EQ(this->store().objectForKey("key"), DefaultsValue(std::int64_t{2}));
 }
 
+TYPED_TEST_P(DefaultsStoreContract, StoresTheWritesOfATransactionTogether) {
+  this->set(std::string("old"), "first");
+  std::vector<std::optional<DefaultsValue>> seen;
+  const auto subscription = this->store().observe("first", [&] {
+    seen.push_back(this->store().objectForKey("first"));
+    seen.push_back(this->store().objectForKey("second"));
+  });
+  const std::string longText(std::size_t{1} << 20, 'x');
+  EXPECT_EQ(this->store().transaction([&](const DefaultsStore::Writer& write) {
+    EXPECT_EQ(this->store().objectForKey("first"), DefaultsValue(std::string("old")));
+    write(std::string_view(longText), "first");
+    write(2.5, "second");
+    EXPECT_TRUE(seen.empty()) << "observers would find half of it";
+  }),
+            StoreStatus::stored);
+  EXPECT_TRUE((seen == std::vector<std::optional<DefaultsValue>>{longText, 2.5}));
+  EXPECT_EQ(this->store().transaction([](const DefaultsStore::Writer&) {}), StoreStatus::stored);
+}
+
+TYPED_TEST_P(DefaultsStoreContract, ItsOwnWritesAreNotForeign) {
+  const auto revision = this->store().foreignRevision();
+  this->set(true, "key");
+  EXPECT_EQ(
+      this->store().transaction([](const DefaultsStore::Writer& write) { write(false, "key"); }),
+      StoreStatus::stored);
+  EXPECT_EQ(this->store().foreignRevision(), revision);
+}
+
 REGISTER_TYPED_TEST_SUITE_P(DefaultsStoreContract, ReturnsEachValueWithItsTypeAndEveryByte,
                             TellsKeysApartByEveryByte, ReplacesAValueWithOneOfAnotherType,
-                            TellsTheObserversOfAKeyAfterEachWrite, LetsAnObserverWriteAndEndItself);
+                            TellsTheObserversOfAKeyAfterEachWrite, LetsAnObserverWriteAndEndItself,
+                            StoresTheWritesOfATransactionTogether, ItsOwnWritesAreNotForeign);
 
 }  // namespace tapeloop
