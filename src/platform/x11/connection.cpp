@@ -64,7 +64,7 @@ Connection::~Connection() {
   watch_ = {};
   // The server drops what a client has sent and it has not read yet when it fails to write to it:
   // the last releases of keys have to be read before the connection is closed.
-  own(xcb_get_input_focus_reply(xcb_, xcb_get_input_focus(xcb_), nullptr));
+  roundTrip();
   xcb_disconnect(xcb_);
 }
 
@@ -105,6 +105,15 @@ std::uint32_t Connection::atom(const std::string& name) const {
       xcb_, xcb_intern_atom(xcb_, 0, static_cast<std::uint16_t>(name.size()), name.c_str()),
       nullptr));
   return reply ? reply->atom : static_cast<std::uint32_t>(XCB_ATOM_NONE);
+}
+
+void Connection::catchUp() {
+  roundTrip();
+  drain();
+}
+
+void Connection::roundTrip() const {
+  own(xcb_get_input_focus_reply(xcb_, xcb_get_input_focus(xcb_), nullptr));
 }
 
 bool Connection::drain() {

@@ -45,6 +45,9 @@ class Connection {
   /// The server is gone: requests are ignored and replies are null from then on.
   [[nodiscard]] bool isLost() const;
 
+  /// Hands out every event that the server sent before it got this request. Waits for its answer.
+  void catchUp();
+
   /// Zero when the atom can't be made.
   [[nodiscard]] std::uint32_t atom(const std::string& name) const;
 
@@ -63,6 +66,7 @@ class Connection {
   Connection(linux::EpollRunLoop& runLoop, std::string displayName, xcb_connection_t* xcb,
              std::uint32_t root);
   void queryExtensions();
+  void roundTrip() const;
   bool drain();
   void noticeLoss();
 

@@ -14,6 +14,8 @@ namespace tapeloop::x11 {
 namespace {
 
 constexpr double pixelsPerNotch = 10;
+// Not every key that is announced is recorded; of old ones there is no use.
+constexpr std::size_t mostAnnouncedKeys = 4096;
 constexpr std::uint16_t heldButtons = XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_2 | XCB_BUTTON_MASK_3;
 
 enum Button : std::uint8_t {
@@ -78,6 +80,7 @@ bool X11InputMonitor::startStream() {
   if (!connection_.extensions().xinput) return false;
   pressAim_ = Aim::unknown;
   std::fill(keyAims_.begin(), keyAims_.end(), Aim::unknown);
+  announcedKeys_.clear();
   selectRawEvents(true);
   sacrifice_ = RecordStream::start(connection_, [](const DeviceEvent&) {});
   stream_ = RecordStream::start(connection_, [this](const DeviceEvent& event) { receive(event); });
@@ -121,6 +124,13 @@ void X11InputMonitor::handle(const xcb_generic_event_t& event) {
     heldBack_ = true;
     const auto& raw = reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event);
     serverTime_.announce(raw.time, monotonicNow());
+    // By the time that the event itself comes, the key may have moved the focus.
+    if (generic.event_type <= XCB_INPUT_RAW_KEY_RELEASE && ownWindows_.anyOnScreen()) {
+      if (announcedKeys_.size() == mostAnnouncedKeys) announcedKeys_.pop_front();
+      announcedKeys_.push_back(
+          {raw.time, static_cast<std::uint8_t>(raw.detail),
+           ownWindows_.hasKeyboard() ? Aim::ownWindow : Aim::otherApplication});
+    }
   }
 }
 
@@ -158,22 +168,28 @@ X11InputMonitor::Aim X11InputMonitor::aimOfKey(const DeviceEvent& event) {
   if (aim != Aim::unknown) {
     return event.type == XCB_KEY_RELEASE ? std::exchange(aim, Aim::unknown) : aim;
   }
-  Aim found = Aim::otherApplication;
-  if (ownWindows_.anyOnScreen()) {
-    if (nudge_ != 0) {
-      // The answer to the nudge that brought this event is on its way.
-      const auto reply = own(xcb_get_input_focus_reply(
-          connection_.xcb(), xcb_get_input_focus_cookie_t{std::exchange(nudge_, 0)}, nullptr));
-      if (reply) focus_ = reply->focus;
-    }
-    if (focus_ == XCB_INPUT_FOCUS_POINTER_ROOT) {
-      found = aimAt(event);
-    } else if (ownWindows_.contains(focus_)) {
-      found = Aim::ownWindow;
-    }
-  }
+  const Aim found = focus_ == XCB_INPUT_FOCUS_POINTER_ROOT ? aimAt(event) : announcedAim(event);
   if (event.type == XCB_KEY_PRESS) aim = found;
   return found;
+}
+
+X11InputMonitor::Aim X11InputMonitor::announcedAim(const DeviceEvent& event) {
+  if (!ownWindows_.anyOnScreen()) return Aim::otherApplication;
+  if (const auto aim = takeAnnouncement(event)) return *aim;
+  // The two connections are not read in step: the announcement may still be under way.
+  connection_.catchUp();
+  if (const auto aim = takeAnnouncement(event)) return *aim;
+  return ownWindows_.hasKeyboard() ? Aim::ownWindow : Aim::otherApplication;
+}
+
+std::optional<X11InputMonitor::Aim> X11InputMonitor::takeAnnouncement(const DeviceEvent& event) {
+  while (!announcedKeys_.empty()) {
+    const AnnouncedKey key = announcedKeys_.front();
+    if (static_cast<std::int32_t>(key.time - event.time) > 0) break;
+    announcedKeys_.pop_front();
+    if (key.time == event.time && key.keycode == event.detail) return key.aim;
+  }
+  return std::nullopt;
 }
 
 // While a button is down the pointer is grabbed for the window of the press: motion and releases

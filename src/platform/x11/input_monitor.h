@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <vector>
 
@@ -36,6 +37,12 @@ class X11InputMonitor final : public InputMonitor {
     Handler handler;
   };
   enum class Aim : std::uint8_t { unknown, ownWindow, otherApplication };
+  // A key that a raw event has told of.
+  struct AnnouncedKey {
+    std::uint32_t time;
+    std::uint8_t keycode;
+    Aim aim;
+  };
 
   bool startStream();
   void stopStream();
@@ -46,6 +53,8 @@ class X11InputMonitor final : public InputMonitor {
 
   void receive(const DeviceEvent& event);
   [[nodiscard]] Aim aimOfKey(const DeviceEvent& event);
+  [[nodiscard]] Aim announcedAim(const DeviceEvent& event);
+  [[nodiscard]] std::optional<Aim> takeAnnouncement(const DeviceEvent& event);
   [[nodiscard]] Aim aimOfPointer(const DeviceEvent& event);
   [[nodiscard]] Aim aimAt(const DeviceEvent& event) const;
   [[nodiscard]] std::optional<InputEvent> translate(const DeviceEvent& event, double timestamp);
@@ -67,11 +76,12 @@ class X11InputMonitor final : public InputMonitor {
   std::unique_ptr<RecordStream> sacrifice_;
   int delivering_ = 0;  // depth of handlers on the stack
 
-  bool heldBack_ = false;        // a raw event told of something that RECORD may still hold
-  unsigned nudge_ = 0;           // sequence number of the nudge under way; 0: none
-  std::uint32_t focus_ = 0;      // input focus as of the latest nudge
-  Aim pressAim_ = Aim::unknown;  // of the button press that began the grab in force
-  std::vector<Aim> keyAims_;     // by keycode, of keys that are down
+  bool heldBack_ = false;    // a raw event told of something that RECORD may still hold
+  unsigned nudge_ = 0;       // sequence number of the nudge under way; 0: none
+  std::uint32_t focus_ = 0;  // input focus as of the latest nudge
+  std::deque<AnnouncedKey> announcedKeys_;  // whose events have not come yet
+  Aim pressAim_ = Aim::unknown;             // of the button press that began the grab in force
+  std::vector<Aim> keyAims_;                // by keycode, of keys that are down
 
   Subscription events_;
   Subscription drained_;

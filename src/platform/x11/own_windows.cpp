@@ -50,6 +50,7 @@ void OwnWindows::handle(const xcb_generic_event_t& event) {
     case XCB_CREATE_NOTIFY: {
       const auto& created = reinterpret_cast<const xcb_create_notify_event_t&>(event);
       if (!contains(created.window)) break;
+      watchFocus(created.window);
       const int borders = 2 * created.border_width;
       frames_[created.window] = {
           created.window,           created.x, created.y, created.width + borders,
@@ -61,9 +62,27 @@ void OwnWindows::handle(const xcb_generic_event_t& event) {
       if (contains(moved.window)) adopt(moved.window);
       break;
     }
-    case XCB_DESTROY_NOTIFY:
-      frames_.erase(reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window);
+    case XCB_DESTROY_NOTIFY: {
+      const auto window = reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window;
+      frames_.erase(window);
+      focused_.erase(window);
       break;
+    }
+    case XCB_FOCUS_IN:
+    case XCB_FOCUS_OUT: {
+      const auto& focus = reinterpret_cast<const xcb_focus_in_event_t&>(event);
+      // Those that tell where the pointer is while it decides; nobody has the keyboard then.
+      if (focus.detail >= XCB_NOTIFY_DETAIL_POINTER) break;
+      const bool in = (event.response_type & 0x7f) == XCB_FOCUS_IN;
+      // From the window itself to one in it.
+      if (!in && focus.detail == XCB_NOTIFY_DETAIL_INFERIOR) break;
+      if (in) {
+        focused_.insert(focus.event);
+      } else {
+        focused_.erase(focus.event);
+      }
+      break;
+    }
     case XCB_CONFIGURE_NOTIFY: {
       const auto& changed = reinterpret_cast<const xcb_configure_notify_event_t&>(event);
       const auto found = frames_.find(changed.window);
@@ -90,6 +109,15 @@ void OwnWindows::handle(const xcb_generic_event_t& event) {
     default:
       break;
   }
+}
+
+void OwnWindows::watchFocus(std::uint32_t window) {
+  auto* xcb = connection_.xcb();
+  // The events of the windows on the root window come through that one.
+  const std::uint32_t mask = XCB_EVENT_MASK_FOCUS_CHANGE;
+  xcb_change_window_attributes(xcb, window, XCB_CW_EVENT_MASK, &mask);
+  const auto focus = own(xcb_get_input_focus_reply(xcb, xcb_get_input_focus(xcb), nullptr));
+  if (focus && focus->focus == window) focused_.insert(window);
 }
 
 // A window manager may put a window of ours into a frame, or take it out again, at any time.
@@ -119,7 +147,9 @@ void OwnWindows::adoptExisting() {
   if (!tree) return;
   const auto* children = xcb_query_tree_children(tree.get());
   for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
-    if (contains(children[i])) adopt(children[i]);
+    if (!contains(children[i])) continue;
+    watchFocus(children[i]);
+    adopt(children[i]);
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "platform/geometry.h"
@@ -27,6 +28,9 @@ class OwnWindows {
   /// Whether the topmost window that takes the pointer at this place of the root window is one of
   /// ours. Asks the server only if one of our frames is there.
   [[nodiscard]] bool isOnTopAt(int x, int y) const;
+  /// Whether one of ours has the keyboard, as of the event that is being handled: the server tells
+  /// of a change before it tells of any key that came after it.
+  [[nodiscard]] bool hasKeyboard() const { return !focused_.empty(); }
 
  private:
   struct Client {
@@ -45,11 +49,13 @@ class OwnWindows {
   void handle(const xcb_generic_event_t& event);
   void adopt(std::uint32_t window);
   void adoptExisting();
+  void watchFocus(std::uint32_t window);
   [[nodiscard]] std::uint32_t topLevelOf(std::uint32_t window) const;
 
   Connection& connection_;
   std::vector<Client> clients_;
   std::unordered_map<std::uint32_t, Frame> frames_;  // by identifier of the child of the root
+  std::unordered_set<std::uint32_t> focused_;        // our windows that have the focus in them
   Subscription events_;
 };
 
