@@ -1,0 +1,227 @@
+#include <cmath>
+
+#include "controller/library_fixture.h"
+
+namespace tapeloop {
+namespace {
+
+using namespace testing;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+/// `count` texts as they are printed, empty but for the first ones.
+std::string bracketed(const std::vector<std::string>& first, std::size_t count) {
+  std::string text = "[";
+  for (std::size_t i = 0; i < count; ++i) {
+    text += (i > 0 ? ", \"" : "\"") + (i < first.size() ? first[i] : std::string()) + '"';
+  }
+  return text + ']';
+}
+
+TEST_F(LibraryTest, SavingNothingRaisesTheAlertAndTouchesNothing) {
+  library().saveRecording();
+  EXPECT_THAT(lines(), ElementsAre("Save recording", "No recording found."));
+  EXPECT_TRUE(view->playbackState().showingPlayAlert.get());
+  EXPECT_FALSE(state().showingSavedRecordings.get());
+  EXPECT_FALSE(state().showToastSaved.get());
+  EXPECT_FALSE(desktop.defaults.objectForKey("recordingList"));
+}
+
+TEST_F(LibraryTest, TheFirstSaveOpensTheSidebarAndStoresTheCapture) {
+  capture({keyDown(1, 7, modifier_flag::shift | modifier_flag::command), keyUp(2, 7), move(3)});
+  library().saveRecording();
+  ASSERT_EQ(stored().size(), 1u);
+  EXPECT_THAT(lines(),
+              ElementsAre("Save recording", "3", "3", "3", "3", "3", "3", "3", "3",
+                          "[\".shift.command\", \"\", \"\"]", *encodeRecordings(stored())));
+  EXPECT_EQ(stored()[0].title, "New Recording");
+  EXPECT_THAT(stored()[0].charArray, ElementsAre(7, 7, 0));
+  EXPECT_TRUE(state().showingSavedRecordings.get());
+  EXPECT_EQ(state().savedRecordingWidth.get(), 280);
+  EXPECT_EQ(state().savedRecordingHeight.get(), 220);
+  EXPECT_EQ(state().rowCount.get(), 1u);
+  library().rowAppeared(0);
+  EXPECT_THAT(shownNames(), ElementsAre("New Recording"));
+  EXPECT_TRUE(state().showToastSaved.get());
+  advance(1.3);
+  EXPECT_FALSE(state().showToastSaved.get());
+}
+
+TEST_F(LibraryTest, SavingTheSameCaptureTwiceGivesTwoEntriesAndHidesTheToast) {
+  capture({move(1), move(2)});
+  library().saveRecording();
+  library().saveRecording();
+  EXPECT_FALSE(state().showToastSaved.get());
+  const auto list = stored();
+  ASSERT_EQ(list.size(), 2u);
+  EXPECT_FALSE(list[0].uniqueID == list[1].uniqueID);
+  EXPECT_EQ(view->captureState().eventLog.size(), 2u);
+}
+
+TEST_F(LibraryTest, TheSidebarOpensAndClosesAndReadsTheListOnceOnly) {
+  store({"a", "b"});
+  EXPECT_EQ(desktop.defaults.reads("recordingList"), 0u) << "the first frame does not wait for it";
+  view->listButtonPressed();
+  EXPECT_EQ(state().savedRecordingWidth.get(), 280);
+  EXPECT_EQ(state().savedRecordingHeight.get(), 220);
+  EXPECT_EQ(state().rowCount.get(), 2u);
+  view->listButtonPressed();
+  EXPECT_FALSE(state().showingSavedRecordings.get());
+  EXPECT_EQ(state().savedRecordingWidth.get(), 0);
+  EXPECT_EQ(state().savedRecordingHeight.get(), 0);
+  view->listButtonPressed();
+  library().loadSavedRecording(LoadVariant::button, 1);
+  rename(0, "c");
+  EXPECT_EQ(desktop.defaults.reads("recordingList"), 1u);
+}
+
+TEST_F(LibraryTest, TheLoadButtonLoadsAndShowsTheToastForTwoEventsOnly) {
+  store({"long"}, 3);
+  openSidebar();
+  const Recording record = stored()[0];
+  library().loadSavedRecording(LoadVariant::button, 0);
+  EXPECT_THAT(lines(),
+              ElementsAre("Load Recording", "Loading Recording" + *encodeRecording(record)));
+  EXPECT_EQ(view->playbackState().loadedRecording, record);
+  EXPECT_EQ(view->captureState().recordingType.get(), "saved");
+  EXPECT_EQ(view->captureState().recordingTime, 2);
+  EXPECT_TRUE(state().showToastLoaded.get());
+
+  store({"short"}, 1);
+  library().tapToastLoaded();
+  library().loadSavedRecording(LoadVariant::button, 0);
+  EXPECT_EQ(view->playbackState().loadedRecording.title, "short");
+  EXPECT_EQ(view->captureState().recordingTime, 2) << "keeps what it was";
+  EXPECT_FALSE(state().showToastLoaded.get());
+  lines();
+  library().loadSavedRecording(LoadVariant::contextMenu, 0);
+  EXPECT_THAT(lines(), ElementsAre("Loading Recording" + *encodeRecording(stored()[0])));
+  EXPECT_TRUE(state().showToastLoaded.get());
+}
+
+TEST_F(LibraryTest, AStoredRecordWithoutTimesHasNoDuration) {
+  Recording record = makeRecording({move(1), move(2)});
+  record.timestampArray.clear();
+  storeText(*encodeRecordings({&record, 1}));
+  openSidebar();
+  library().loadSavedRecording(LoadVariant::button, 0);
+  EXPECT_EQ(view->captureState().recordingTime, 0);
+  EXPECT_FALSE(state().showToastLoaded.get());
+}
+
+TEST_F(LibraryTest, ADraggedRowIsLoadedWhereItIsDropped) {
+  store({"a", "b", "c"});
+  openSidebar();
+  const auto list = stored();
+  const std::string id = list[2].uniqueID.text();
+  EXPECT_EQ(library().dragRecording(2), id);
+  EXPECT_THAT(lines(), ElementsAre(id));
+  library().dropRecording();
+  EXPECT_THAT(lines(), ElementsAre(id, list[0].uniqueID.text(), list[1].uniqueID.text(), id));
+  EXPECT_EQ(view->playbackState().loadedRecording, list[2]);
+  EXPECT_EQ(view->captureState().recordingTime, 1);
+  EXPECT_TRUE(state().showToastLoaded.get());
+}
+
+TEST_F(LibraryTest, ADropFromElsewhereKeepsWhatIsLoadedAndStillShowsTheToast) {
+  store({"a"});
+  const Recording before = view->playbackState().loadedRecording;
+  library().dropRecording();
+  EXPECT_THAT(lines(), ElementsAre("", stored()[0].uniqueID.text()));
+  EXPECT_EQ(view->playbackState().loadedRecording, before);
+  EXPECT_EQ(view->captureState().recordingType.get(), "saved");
+  EXPECT_TRUE(state().showToastLoaded.get());
+}
+
+TEST_F(LibraryTest, RenamingStoresTheTextAsItStandsForThatEntryOnly) {
+  store({"a", "b", "c"});
+  openSidebar();
+  rename(1, "");
+  EXPECT_THAT(lines(), ElementsAre("Saving name."));
+  EXPECT_THAT(storedTitles(), ElementsAre("a", "", "c"));
+  rename(1, " \"x\"\n ");
+  EXPECT_THAT(storedTitles(), ElementsAre("a", " \"x\"\n ", "c"));
+  rows().selectedRecordingName.set(2, "typed and left");
+  library().rowAppeared(2);
+  EXPECT_THAT(shownNames(), ElementsAre("a", " \"x\"\n ", "c"));
+}
+
+TEST_F(LibraryTest, DeletingMovesTheNamesUpAndNothingElse) {
+  store({"a", "b", "c"});
+  openSidebar();
+  library().loadSavedRecording(LoadVariant::button, 0);
+  rows().hoverRow(0, true);
+  lines();
+  library().deleteSavedRecording(0);
+  EXPECT_THAT(lines(), ElementsAre("Delete Recording", "b", "[\"b\"]", "c", "[\"b\", \"c\"]",
+                                   bracketed({}, 718), bracketed({"b", "c"}, 718)));
+  EXPECT_THAT(storedTitles(), ElementsAre("b", "c"));
+  EXPECT_THAT(shownNames(), ElementsAre("b", "c"));
+  EXPECT_EQ(rows().trashButtonOpacity.get(0), 1.0);
+  EXPECT_EQ(view->playbackState().loadedRecording.title, "a");
+  library().deleteSavedRecording(1);
+  library().deleteSavedRecording(0);
+  lines();
+  EXPECT_EQ(desktop.defaults.objectForKey("recordingList"), DefaultsValue("[]"));
+  library().deleteSavedRecording(0);
+  library().renameSavedRecording(0);
+  library().loadSavedRecording(LoadVariant::button, 0);
+  EXPECT_THAT(lines(), ElementsAre("Delete Recording"));
+  EXPECT_EQ(view->playbackState().loadedRecording.title, "a");
+}
+
+TEST_F(LibraryTest, RowsFollowThePointerAndKeepStillWhileRecording) {
+  rows().hoverRow(3, true);
+  EXPECT_EQ(rows().trashButtonOpacity.get(3), 1.0);
+  EXPECT_EQ(rows().individualBackground.get(3), (Color{1, 1, 1, 0.2}));
+  rows().hoverTrashButton(3, true);
+  EXPECT_EQ(rows().trashButtonOpacity.get(3), 0.75);
+  rows().hoverTrashButton(3, false);
+  EXPECT_EQ(rows().trashButtonOpacity.get(3), 1.0);
+  rows().hoverRow(3, false);
+  EXPECT_EQ(rows().trashButtonOpacity.get(3), 0.0);
+  EXPECT_EQ(rows().individualBackground.get(3), clearColor);
+  rows().hoverLoadButton(3, true);
+  EXPECT_EQ(rows().loadButtonOpacity.get(3), 0.75);
+  view->captureState().isRecording.set(true);
+  rows().hoverLoadButton(3, true);
+  EXPECT_TRUE(rows().hoveringOverLoadButton.get(3));
+  EXPECT_EQ(rows().loadButtonOpacity.get(3), 1.0);
+}
+
+TEST_F(LibraryTest, AThousandRowsHaveStateOfTheirOwnAndActOnTheirOwnEntry) {
+  EXPECT_EQ(rows().selectedRecordingName.size(), 718u);
+  EXPECT_EQ(rows().hoveringOverTrashButton.size(), 404u);
+  std::vector<std::string> titles;
+  for (int i = 0; i < 1000; ++i) titles.push_back(std::to_string(i));
+  store(titles);
+  openSidebar();
+  for (const std::size_t row : {403u, 404u, 441u, 556u, 654u, 718u, 999u}) {
+    library().rowAppeared(row);
+    rows().hoverRow(row, true);
+    rows().hoverTrashButton(row, true);
+    rows().hoverLoadButton(row, true);
+    EXPECT_EQ(rows().selectedRecordingName.get(row), std::to_string(row));
+    EXPECT_EQ(rows().individualBackground.get(row), (Color{1, 1, 1, 0.2}));
+    EXPECT_EQ(rows().loadButtonOpacity.get(row), 0.75);
+    EXPECT_TRUE(rows().hoveringOverTrashButton.get(row));
+  }
+  EXPECT_EQ(rows().loadButtonOpacity.get(998), 1.0);
+  library().deleteSavedRecording(10);
+  library().deleteSavedRecording(500);
+  titles.erase(titles.begin() + 10);
+  titles.erase(titles.begin() + 500);
+  EXPECT_EQ(shownNames(), titles);
+  rename(997, "last");
+  rename(600, "middle");
+  library().loadSavedRecording(LoadVariant::button, 700);
+  EXPECT_EQ(view->playbackState().loadedRecording.title, titles[700]);
+  titles[997] = "last";
+  titles[600] = "middle";
+  EXPECT_EQ(storedTitles(), titles);
+  EXPECT_EQ(rows().individualBackground.get(999), (Color{1, 1, 1, 0.2}));
+  EXPECT_EQ(rows().selectedRecordingName.get(998), "");
+}
+
+}  // namespace
+}  // namespace tapeloop
