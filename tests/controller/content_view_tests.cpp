@@ -1,6 +1,5 @@
 #include <memory>
 
-#include "app/app_delegate.h"
 #include "controller/content_view.h"
 #include "support/simulated_fixture.h"
 
@@ -44,16 +43,6 @@ TEST_F(ContentViewTest, AppearingWithoutAScreenOrPermissionChangesNeither) {
   EXPECT_EQ(desktop.review.requests, 0);
 }
 
-TEST_F(ContentViewTest, TheCaptionIsResetAtLaunchAndNothingElseIsWritten) {
-  settings.startStopButtonText.set("Stop Recording");
-  AppDelegate(desktop.services(), settings).applicationDidFinishLaunching();
-  view->onAppear();
-  EXPECT_EQ(settings.startStopButtonText.get(), "Record");
-  for (const char* key : {"key", "playCount", "isMiniturized", "hideDuringRecording"}) {
-    EXPECT_EQ(desktop.defaults.writes(key), 0u) << key;
-  }
-}
-
 TEST_F(ContentViewTest, AlertsAreRaisedAndDismissed) {
   view->onAppear();
   view->playButtonPressed();
@@ -67,6 +56,67 @@ TEST_F(ContentViewTest, AlertsAreRaisedAndDismissed) {
   view->dismissAuthAlert();
   EXPECT_FALSE(view->captureState().showingAuthAlert.get());
   EXPECT_THAT(lines(), ElementsAre("Dismiss button pressed.", "Dismiss button pressed."));
+}
+
+TEST_F(ContentViewTest, DisabledButtonsDoNothingWhileShortcutsAndMenusGoOn) {
+  view->onAppear();
+  record({move(1), move(2)});
+  view->saveButtonPressed();
+  view->recordButtonPressed();
+  lines();
+  const auto writes = desktop.defaults.writes("recordingList");
+  view->playButtonPressed();
+  view->settingsButtonPressed();
+  view->saveButtonPressed();
+  view->listButtonPressed();
+  view->informationButtonPressed();
+  view->loadButtonPressed(0);
+  view->trashButtonPressed(0);
+  EXPECT_THAT(lines(), IsEmpty());
+  EXPECT_FALSE(view->showSheetView().get());
+  EXPECT_TRUE(view->libraryState().showingSavedRecordings.get());
+  EXPECT_FALSE(view->informationButton().showingAlert.get());
+  EXPECT_EQ(desktop.defaults.writes("recordingList"), writes);
+  for (const auto button : {ToolbarButton::settings, ToolbarButton::save, ToolbarButton::list}) {
+    view->toolbar().hover(button, true);
+  }
+  EXPECT_EQ(view->toolbar().settingsButtonOpacity.get(), 1.0);
+  EXPECT_EQ(view->toolbar().saveButtonOpacity.get(), 1.0);
+  EXPECT_EQ(view->toolbar().listButtonOpacity.get(), 1.0);
+
+  view->library().loadSavedRecording(LoadVariant::contextMenu, 0);
+  EXPECT_EQ(view->playbackState().loadedRecording.title, "New Recording");
+  view->recordButtonPressed();
+  view->trashButtonPressed(0);
+  EXPECT_EQ(view->libraryState().rowCount.get(), 0u);
+}
+
+TEST_F(ContentViewTest, TheToolbarFollowsThePointerAndOpensTheSheet) {
+  view->toolbar().hover(ToolbarButton::save, true);
+  EXPECT_TRUE(view->toolbar().hoveringOverSettings.get());
+  EXPECT_EQ(view->toolbar().saveButtonOpacity.get(), 0.75);
+  EXPECT_EQ(view->toolbar().listButtonOpacity.get(), 1.0);
+  view->toolbar().hover(ToolbarButton::save, false);
+  EXPECT_FALSE(view->toolbar().hoveringOverSettings.get());
+  EXPECT_EQ(view->toolbar().saveButtonOpacity.get(), 1.0);
+  view->settingsButtonPressed();
+  EXPECT_TRUE(view->showSheetView().get());
+  view->settingsButtonPressed();
+  EXPECT_FALSE(view->showSheetView().get());
+  EXPECT_THAT(lines(), ElementsAre("Settings Button Pressed.", "Settings Button Pressed."));
+}
+
+TEST_F(ContentViewTest, ASavedRecordingIsLoadedAndPlayed) {
+  view->onAppear();
+  record({keyDown(10, 1), keyUp(11, 1), move(12)});
+  view->saveButtonPressed();
+  record({leftDown(0)});
+  view->loadButtonPressed(0);
+  view->playButtonPressed();
+  advance(10);
+  EXPECT_THAT(posted(),
+              ElementsAre(TypeAndTime{EventType::keyDown, 0.0}, TypeAndTime{EventType::keyUp, 1.0},
+                          TypeAndTime{EventType::mouseMoved, 2.0}));
 }
 
 TEST_F(ContentViewTest, RecordsAndPlaysTwiceWithAWait) {
