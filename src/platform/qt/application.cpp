@@ -1,6 +1,7 @@
 #include "platform/qt/application.h"
 
 #include <QtCore/QByteArray>
+#include <QtCore/QDir>
 #include <QtCore/QMetaObject>
 #include <QtGui/QStyleHints>
 #include <QtGui/qguiapplication_platform.h>
@@ -38,6 +39,7 @@ class TemporaryVariable {
 Application::Application(char* program) : arguments_{program, nullptr} {
   QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
   QCoreApplication::setApplicationName("tapeloop");
+  QCoreApplication::setApplicationVersion(TAPELOOP_VERSION);
   QGuiApplication::setApplicationDisplayName("Tapeloop");
   QGuiApplication::setDesktopFileName("tapeloop");
   // The plain dispatcher serves descriptors in order of arrival; GLib's puts them after its own.
@@ -53,6 +55,13 @@ DoubleClickHints Application::doubleClick() const {
   const auto* hints = QGuiApplication::styleHints();
   return {hints->mouseDoubleClickInterval() / 1000.0,
           static_cast<double>(hints->mouseDoubleClickDistance())};
+}
+
+std::string Application::dataFolder() const {
+  const QString program = QCoreApplication::applicationDirPath();
+  const QDir installed(program + QStringLiteral("/../share/tapeloop"));
+  if (installed.exists()) return installed.canonicalPath().toStdString();
+  return (program + QStringLiteral("/share/tapeloop")).toStdString();
 }
 
 ClientIds Application::clientIds() const {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include <QtGui/QGuiApplication>
 
@@ -30,6 +31,9 @@ class Application {
   ~Application();
 
   [[nodiscard]] DoubleClickHints doubleClick() const;
+  /// Where the files are that ship with the program: beside it in a build tree, in the prefix
+  /// where it is installed.
+  [[nodiscard]] std::string dataFolder() const;
   [[nodiscard]] ClientIds clientIds() const;
 
   /// Runs Qt's event loop until `quit`, or until the last ordinary window has been closed.

@@ -1,10 +1,7 @@
 #include "platform/qt/window.h"
 
 #include <cmath>
-#include <cstdio>
-#include <functional>
 #include <utility>
-#include <variant>
 
 #include <QtCore/QMetaObject>
 #include <QtGui/QBitmap>
@@ -41,12 +38,10 @@ QRegion roundedRectangle(QSize size, double radius) {
 class Window::Frame final : public QQuickWindow {
  public:
   std::shared_ptr<View> view;
-  std::function<void()> leaving;  // the user closes the window, which is still there
   bool movable = false;
 
  protected:
   bool event(QEvent* event) override {
-    if (event->type() == QEvent::Close && leaving) leaving();
     const bool handled = QQuickWindow::event(event);
     if (event->type() == QEvent::Show && view) view->onAppear();
     if (event->type() == QEvent::Hide && view) view->onDisappear();
@@ -62,12 +57,10 @@ Window::Window(const ViewRegistry& views, DefaultsStore& frames, Rect contentRec
     : views_(views), frames_(frames), frame_(new Frame), mask_(mask) {
   frame_->resize(static_cast<int>(std::lround(contentRect.size.width)),
                  static_cast<int>(std::lround(contentRect.size.height)));
-  frame_->leaving = [this] { rememberFrame(); };
 }
 
 Window::~Window() {
   close();
-  frame_->leaving = nullptr;
   frame_->view.reset();
   frame_->deleteLater();
 }
@@ -135,8 +128,7 @@ void Window::center() {
 }
 
 void Window::setFrameAutosaveName(std::string_view name) {
-  frameKey_ = "Window Frame ";
-  frameKey_ += name;
+  autosave_ = std::make_unique<FrameAutosave>(frames_, *frame_, name);
   changed();
 }
 
@@ -147,7 +139,7 @@ void Window::setStandardWindowButtonHidden(WindowButton button, bool hidden) {
 }
 
 void Window::close() {
-  rememberFrame();
+  if (autosave_) autosave_->remember();
   wanted_ = false;
   frame_->hide();
 }
@@ -186,35 +178,11 @@ void Window::fitContent() {
   if (content_.cornerRadius > 0) frame_->setMask(roundedRectangle(size, content_.cornerRadius));
 }
 
-void Window::rememberFrame() {
-  if (frameKey_.empty() || !frame_->isVisible()) return;
-  const QPoint corner = frame_->framePosition();
-  const std::string text = std::to_string(corner.x()) + ' ' + std::to_string(corner.y());
-  // One that can't be kept is no loss worth an alert.
-  (void)frames_.setObjectForKey(text, frameKey_);
-}
-
-std::optional<QPoint> Window::rememberedFrame() const {
-  if (frameKey_.empty()) return std::nullopt;
-  const auto value = frames_.objectForKey(frameKey_);
-  const auto* text = value ? std::get_if<std::string>(&*value) : nullptr;
-  int x = 0;
-  int y = 0;
-  if (!text || std::sscanf(text->c_str(), "%d %d", &x, &y) != 2) return std::nullopt;
-  // On a screen that is gone nobody would find the window.
-  const QPoint corner(x, y);
-  if (!QGuiApplication::screenAt(corner)) return std::nullopt;
-  return corner;
-}
-
 void Window::place() {
   const auto* primary = QGuiApplication::primaryScreen();
   // A window that is open stays where the user has put it.
   if (!frame_->isVisible()) {
-    if (const auto corner = rememberedFrame()) {
-      frame_->setFramePosition(*corner);
-      return;
-    }
+    if (autosave_ && autosave_->restore()) return;
     if (centered_ && primary) {
       const QRect area({}, frame_->size());
       frame_->setPosition(primary->geometry().center() - area.center());

@@ -7,12 +7,12 @@
 #include <string_view>
 
 #include <QtCore/QObject>
-#include <QtCore/QPoint>
 #include <QtCore/QPointer>
 #include <QtQuick/QQuickItem>
 #include <QtQuick/QQuickWindow>
 
 #include "platform/defaults_store.h"
+#include "platform/qt/frame_autosave.h"
 #include "platform/qt/view_registry.h"
 #include "platform/window_system.h"
 
@@ -59,9 +59,6 @@ class Window final : public tapeloop::Window {
   void place();
   [[nodiscard]] Qt::WindowFlags flags() const;
 
-  void rememberFrame();
-  [[nodiscard]] std::optional<QPoint> rememberedFrame() const;
-
   const ViewRegistry& views_;
   DefaultsStore& frames_;
   Frame* const frame_;  // deleted later: it may be on the stack
@@ -72,8 +69,8 @@ class Window final : public tapeloop::Window {
   bool wanted_ = false;  // asked to the front and not closed since
   bool queued_ = false;  // a call of `realize` is under way
   bool centered_ = false;
-  std::string frameKey_;             // empty: the frame is not remembered
-  std::uint32_t hiddenButtons_ = 0;  // a bit for each `WindowButton`
+  std::unique_ptr<FrameAutosave> autosave_;  // null: the frame is not remembered
+  std::uint32_t hiddenButtons_ = 0;          // a bit for each `WindowButton`
   std::optional<Point> topLeft_;
   HostingView content_;
   std::unique_ptr<QQuickItem> item_;

@@ -48,4 +48,25 @@ bool X11Permission::AXIsProcessTrusted() const {
          !inWayland_ && !connection_.isLost();
 }
 
+std::string X11Permission::advice() const {
+  if (inWayland_) {
+    return "This is a Wayland session, where no program sees the input of others. Log out, and "
+           "choose an X11 (Xorg) session when you log in.";
+  }
+  const Extensions& extensions = connection_.extensions();
+  std::string missing;
+  const auto note = [&missing](bool present, const char* name) {
+    if (present) return;
+    if (!missing.empty()) missing += ", ";
+    missing += name;
+  };
+  note(extensions.record, "RECORD");
+  note(extensions.xtest, "XTEST");
+  note(extensions.xkb, "XKB");
+  note(extensions.xinput, "XInput 2");
+  if (missing.empty()) return {};
+  return "The X server does not offer " + missing +
+         ". Enable this in its configuration, or log in to a session of a full X.Org server.";
+}
+
 }  // namespace tapeloop::x11

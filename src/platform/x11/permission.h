@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "platform/permission.h"
 #include "platform/x11/connection.h"
 
@@ -12,6 +14,8 @@ class X11Permission final : public Permission {
  public:
   explicit X11Permission(const Connection& connection);
   [[nodiscard]] bool AXIsProcessTrusted() const override;
+  /// What is missing and what to do about it, as one line for the user. Empty if nothing is.
+  [[nodiscard]] std::string advice() const;
 
  private:
   const Connection& connection_;
