@@ -74,7 +74,9 @@ struct Input {
 
 /// The window side. The views outlive the windows that show them.
 struct Display {
-  explicit Display(DefaultsStore& frames) : windows(views, frames) { registerViews(views, engine); }
+  Display(DefaultsStore& frames, const std::string& missingPermission) : windows(views, frames) {
+    registerViews(views, engine, missingPermission);
+  }
 
   QQmlEngine engine;
   qt::ViewRegistry views;
@@ -114,10 +116,10 @@ int run(char* program) {
   Input input(*connection, {doubleClick.seconds, doubleClick.pixels});
   const auto ids = application.clientIds();
   input.ownWindows.addClient(ids.base, ids.mask);
-  Display display(*store);
+  Display display(*store, input.permission.advice());
   linux::SystemClock clock;
   qt::AppReview review;
-  qt::Workspace workspace(QCoreApplication::applicationDirPath().toStdString());
+  qt::Workspace workspace(application.dataFolder());
   qt::MainMenu menu;
   const Desktop desktop{runLoop,          clock,         trace,           *store,
                         input.permission, input.monitor, input.synthesis, input.screens,
@@ -127,7 +129,7 @@ int run(char* program) {
   AppDelegate delegate(desktop, settings);
   ContentView contentView(desktop, settings);
   delegate.applicationDidFinishLaunching();
-  const MainWindow mainWindow(display.engine, contentView);
+  const MainWindow mainWindow(display.engine, contentView, menu.menu(), *store);
   if (!mainWindow.isShown()) return couldNotStart;
   return application.run();
 }

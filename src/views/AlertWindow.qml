@@ -7,7 +7,10 @@ Window {
 
     required property string message
     property bool showing: false
+    // A second button, which takes the place of the first as the default one; empty: none.
+    property string defaultButton: ""
     signal dismissed
+    signal defaultPressed
 
     title: "Tapeloop"
     flags: Qt.Dialog | Qt.CustomizeWindowHint | Qt.WindowTitleHint | Qt.WindowCloseButtonHint
@@ -26,7 +29,7 @@ Window {
         root.dismissed();
     }
     onActiveChanged: if (active)
-        dismiss.forceActiveFocus(Qt.TabFocusReason)
+        (defaultButton === "" ? dismiss : other).forceActiveFocus(Qt.TabFocusReason)
 
     SystemPalette {
         id: palette
@@ -77,18 +80,26 @@ Window {
                 height: 4
             }
 
-            PushButton {
-                id: dismiss
-
+            Row {
                 anchors.right: parent.right
-                text: "Dismiss"
-                implicitHeight: 32
-                radius: 7
-                font.pointSize: 10
-                unpressColor: palette.highlight
-                pressColor: Qt.darker(palette.highlight, 1.3)
-                captionColor: palette.highlightedText
-                onClicked: root.dismissed()
+                spacing: 12
+
+                AlertButton {
+                    id: dismiss
+
+                    text: "Dismiss"
+                    isDefault: root.defaultButton === ""
+                    onClicked: root.dismissed()
+                }
+
+                AlertButton {
+                    id: other
+
+                    visible: root.defaultButton !== ""
+                    text: root.defaultButton
+                    isDefault: true
+                    onClicked: root.defaultPressed()
+                }
             }
         }
     }

@@ -7,7 +7,7 @@ Rectangle {
     required property Item control
     required property real controlRadius
 
-    readonly property real gap: 3
+    property real gap: 3
 
     x: -gap
     y: -gap

@@ -7,15 +7,26 @@ Window {
 
     required property ContentViewModel model
 
+    readonly property bool dark: palette.window.hslLightness < 0.5
+    readonly property int contentWidth: panelArea.width + (sidebar.visible ? sidebar.width + 20 : 0)
+    readonly property int contentHeight: titleBar.height + Math.max(panel.height, sidebar.height) + 24
+
+    // In one step: the window manager holds a window to the limits that it knows.
+    function fit() {
+        minimumWidth = contentWidth;
+        minimumHeight = contentHeight;
+        maximumWidth = contentWidth;
+        maximumHeight = contentHeight;
+        width = contentWidth;
+        height = contentHeight;
+    }
+
     title: "Tapeloop"
-    flags: Qt.Window | Qt.CustomizeWindowHint | Qt.WindowTitleHint | Qt.WindowSystemMenuHint | Qt.WindowMinimizeButtonHint | Qt.WindowCloseButtonHint
+    flags: Qt.Window | Qt.FramelessWindowHint | Qt.WindowMinimizeButtonHint | Qt.WindowCloseButtonHint
     color: palette.window
-    width: panel.width + 64
-    height: panel.height + 56
-    minimumWidth: width
-    maximumWidth: width
-    minimumHeight: height
-    maximumHeight: height
+    onContentWidthChanged: fit()
+    onContentHeightChanged: fit()
+    Component.onCompleted: fit()
 
     SystemPalette {
         id: palette
@@ -23,92 +34,100 @@ Window {
 
     Shortcut {
         sequence: "Escape"
+        enabled: !titleBar.menuIsOpen
         onActivated: root.model.escapeKeyPressed()
     }
     Shortcut {
-        sequence: "Ctrl+Q"
-        onActivated: root.close()
+        sequences: ["Ctrl+Q", "Meta+Q"]
+        onActivated: root.model.menu.terminate()
+    }
+    Shortcut {
+        sequence: "F10"
+        onActivated: titleBar.openMenu(Qt.point(4, titleBar.height))
     }
 
-    // The window moves with its background.
-    MouseArea {
-        id: background
-
-        property point start
-        property bool dragging: false
-
+    WindowBackground {
         anchors.fill: parent
-        onPressed: mouse => {
-            start = Qt.point(mouse.x, mouse.y);
-            dragging = false;
-        }
-        onPositionChanged: mouse => {
-            if (dragging || Math.hypot(mouse.x - start.x, mouse.y - start.y) < drag.threshold)
-                return;
-            dragging = true;
-            root.startSystemMove();
-        }
+        onMenuRequested: at => titleBar.openMenu(at)
     }
 
-    // A disabled button lets presses through; they are not for the background either.
-    MouseArea {
-        anchors.bottom: panel.bottom
-        anchors.left: panel.left
-        anchors.right: panel.right
-        height: buttons.height
-    }
+    Item {
+        id: panelArea
 
-    Column {
-        id: panel
+        y: titleBar.height
+        width: panel.width + 60
+        height: root.height - y
 
-        anchors.centerIn: parent
-        spacing: 22
+        MainPanel {
+            id: panel
 
-        Text {
             anchors.horizontalCenter: parent.horizontalCenter
-            text: root.title
-            color: palette.windowText
-            font.pointSize: 15
-            font.weight: Font.DemiBold
-            Accessible.role: Accessible.Heading
-            Accessible.name: text
-        }
-
-        Row {
-            id: buttons
-
-            spacing: 20
-
-            PushButton {
-                text: root.model.recordCaption
-                font.pointSize: root.model.recordCaptionIsCallout ? 9 : 17
-                unpressColor: root.model.unpressedColor
-                pressColor: Qt.rgba(180 / 255, 50 / 255, 40 / 255, 1)
-                focus: true
-                onClicked: root.model.recordButtonPressed()
-            }
-
-            PushButton {
-                text: "Play"
-                font.pointSize: 17
-                unpressColor: Qt.rgba(43 / 255, 150 / 255, 72 / 255, 1)
-                pressColor: Qt.rgba(0, 107 / 255, 0, 1)
-                opacity: root.model.startStopOpacity
-                enabled: !root.model.buttonDisabled
-                onClicked: root.model.playButtonPressed()
-            }
+            model: root.model
+            title: root.title
         }
     }
 
-    AlertWindow {
-        message: "Please authorize Tapeloop by going to System Preferences -> Security & Privacy -> Privacy -> Accessibility -> Check Tapeloop."
-        showing: root.model.showingAuthAlert
-        onDismissed: root.model.dismissAuthAlert()
+    LibrarySidebar {
+        id: sidebar
+
+        x: panelArea.width
+        y: titleBar.height + 4
+        model: root.model.library
+        available: !root.model.buttonDisabled
     }
 
-    AlertWindow {
-        message: "No input has been recorded yet."
-        showing: root.model.showingPlayAlert
-        onDismissed: root.model.dismissPlayAlert()
+    TitleBar {
+        id: titleBar
+
+        width: root.width
+        menuModel: root.model.menu
+        onCloseRequested: root.close()
+        onMinimiseRequested: root.showMinimized()
+    }
+
+    DropZone {
+        width: panelArea.width
+        height: root.height
+        model: root.model.library
+        dark: root.dark
+    }
+
+    Toast {
+        anchors.centerIn: parent
+        title: "Recording Saved"
+        showing: root.model.library.showToastSaved
+        dark: root.dark
+        onTapped: root.model.library.tapToastSaved()
+    }
+
+    Toast {
+        anchors.centerIn: parent
+        title: "Recording Loaded"
+        showing: root.model.library.showToastLoaded
+        dark: root.dark
+        onTapped: root.model.library.tapToastLoaded()
+    }
+
+    // Where nothing mixes windows, only a line tells this one from what lies below.
+    Rectangle {
+        anchors.fill: parent
+        color: "transparent"
+        border.color: Qt.rgba(0.5, 0.5, 0.5, 0.7)
+    }
+
+    MainAlerts {
+        model: root.model
+    }
+
+    AboutWindow {
+        id: about
+    }
+    Connections {
+        target: root.model.menu
+
+        function onAboutPanelRequested() {
+            about.show();
+            about.requestActivate();
+        }
     }
 }

@@ -2,19 +2,19 @@
 
 #include <string>
 
+#include "views/conversions.h"
+#include "views/forwarding.h"
+
 namespace tapeloop {
-namespace {
 
-QColor toQt(Color color) {
-  return QColor::fromRgbF(static_cast<float>(color.red), static_cast<float>(color.green),
-                          static_cast<float>(color.blue), static_cast<float>(color.alpha));
-}
-
-}  // namespace
-
-ContentViewModel::ContentViewModel(ContentView& view) : view_(view) {
+ContentViewModel::ContentViewModel(ContentView& view, const Menu& mainMenu)
+    : view_(view),
+      information_(view.informationButton(), [&view] { view.informationButtonPressed(); }),
+      toolbar_(view),
+      library_(view),
+      menu_(mainMenu) {
   const auto pass = [this](auto& value, void (ContentViewModel::*changed)()) {
-    subscriptions_.push_back(value.subscribe([this, changed] { Q_EMIT(this->*changed)(); }));
+    forward(subscriptions_, value, this, changed);
   };
   CaptureState& capture = view.captureState();
   pass(view.settings().startStopButtonText, &ContentViewModel::recordCaptionChanged);
@@ -22,14 +22,10 @@ ContentViewModel::ContentViewModel(ContentView& view) : view_(view) {
   pass(capture.buttonProperties->unpressedColor, &ContentViewModel::unpressedColorChanged);
   pass(capture.buttonProperties->startStopOpacity, &ContentViewModel::startStopOpacityChanged);
   pass(capture.buttonDisabled, &ContentViewModel::buttonDisabledChanged);
-  // A modal window that opens while the release of a button is still being handled takes the next
-  // click from that button.
-  const auto passLater = [this](auto& value, void (ContentViewModel::*changed)()) {
-    subscriptions_.push_back(value.subscribe(
-        [this, changed] { QMetaObject::invokeMethod(this, changed, Qt::QueuedConnection); }));
-  };
-  passLater(capture.showingAuthAlert, &ContentViewModel::showingAuthAlertChanged);
-  passLater(view.playbackState().showingPlayAlert, &ContentViewModel::showingPlayAlertChanged);
+  forwardLater(subscriptions_, capture.showingAuthAlert, this,
+               &ContentViewModel::showingAuthAlertChanged);
+  forwardLater(subscriptions_, view.playbackState().showingPlayAlert, this,
+               &ContentViewModel::showingPlayAlertChanged);
 }
 
 QString ContentViewModel::recordCaption() const {

@@ -8,6 +8,10 @@
 #include <QtQml/qqmlregistration.h>
 
 #include "controller/content_view.h"
+#include "views/information_button_model.h"
+#include "views/library_model.h"
+#include "views/menu_model.h"
+#include "views/toolbar_model.h"
 
 namespace tapeloop {
 
@@ -17,6 +21,10 @@ class ContentViewModel : public QObject {
   Q_OBJECT
   QML_ELEMENT
   QML_UNCREATABLE("comes with the window")
+  Q_PROPERTY(tapeloop::InformationButtonModel* information READ information CONSTANT)
+  Q_PROPERTY(tapeloop::ToolbarModel* toolbar READ toolbar CONSTANT)
+  Q_PROPERTY(tapeloop::LibraryModel* library READ library CONSTANT)
+  Q_PROPERTY(tapeloop::MenuModel* menu READ menu CONSTANT)
   Q_PROPERTY(QString recordCaption READ recordCaption NOTIFY recordCaptionChanged)
   Q_PROPERTY(
       bool recordCaptionIsCallout READ recordCaptionIsCallout NOTIFY recordCaptionIsCalloutChanged)
@@ -28,8 +36,12 @@ class ContentViewModel : public QObject {
 
  public:
   /// `view` outlives the model.
-  explicit ContentViewModel(ContentView& view);
+  ContentViewModel(ContentView& view, const Menu& mainMenu);
 
+  [[nodiscard]] InformationButtonModel* information() { return &information_; }
+  [[nodiscard]] ToolbarModel* toolbar() { return &toolbar_; }
+  [[nodiscard]] LibraryModel* library() { return &library_; }
+  [[nodiscard]] MenuModel* menu() { return &menu_; }
   [[nodiscard]] QString recordCaption() const;
   [[nodiscard]] bool recordCaptionIsCallout() const;
   [[nodiscard]] QColor unpressedColor() const;
@@ -55,6 +67,10 @@ class ContentViewModel : public QObject {
 
  private:
   ContentView& view_;
+  InformationButtonModel information_;
+  ToolbarModel toolbar_;
+  LibraryModel library_;
+  MenuModel menu_;
   std::vector<Subscription> subscriptions_;
 };
 

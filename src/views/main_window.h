@@ -6,21 +6,28 @@
 #include <QtQuick/QQuickWindow>
 
 #include "controller/content_view.h"
+#include "platform/main_menu.h"
+#include "platform/qt/frame_autosave.h"
 #include "views/content_view_model.h"
 
 namespace tapeloop {
 
-/// The window that shows a `ContentView`. Closing it ends the program. Main thread only.
+/// The window that shows a `ContentView`. Closing it ends the program, unless another one is open.
+/// Main thread only.
 class MainWindow {
  public:
-  /// On screen when this returns. What is handed in outlives the window.
-  MainWindow(QQmlEngine& engine, ContentView& view);
+  /// On screen when this returns. `engine`, `view` and `frames`, which keeps where the window was
+  /// left, outlive the window.
+  MainWindow(QQmlEngine& engine, ContentView& view, const Menu& mainMenu, DefaultsStore& frames);
   /// False when the window could not be made; why was written to standard error.
   [[nodiscard]] bool isShown() const { return window_ != nullptr; }
+  /// Also from the state of being minimised.
+  void bringToFront();
 
  private:
   ContentViewModel model_;
   std::unique_ptr<QQuickWindow> window_;
+  std::unique_ptr<qt::FrameAutosave> frame_;
 };
 
 }  // namespace tapeloop

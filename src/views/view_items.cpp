@@ -1,6 +1,7 @@
 #include "views/view_items.h"
 
 #include <memory>
+#include <string>
 
 #include <QtCore/QString>
 #include <QtCore/QUrl>
@@ -8,9 +9,12 @@
 #include <QtQml/QQmlComponent>
 #include <QtQuick/QQuickItem>
 
+#include "app/authorize_view.h"
 #include "capture/escape_window.h"
 #include "capture/recording_view.h"
+#include "views/information_button_model.h"
 #include "views/recording_view_model.h"
+#include "views/symbol_provider.h"
 
 namespace tapeloop {
 namespace {
@@ -31,7 +35,9 @@ std::unique_ptr<QQuickItem> create(QQmlComponent& component, const QVariantMap& 
 
 }  // namespace
 
-void registerViews(qt::ViewRegistry& registry, QQmlEngine& engine) {
+void registerViews(qt::ViewRegistry& registry, QQmlEngine& engine,
+                   const std::string& missingPermission) {
+  engine.addImageProvider(QStringLiteral("symbols"), new SymbolProvider);  // the engine owns it
   registry.add<RecordingView>(
       [component = load(engine, "RecordingPill.qml")](const std::shared_ptr<RecordingView>& view) {
         auto model = std::make_unique<RecordingViewModel>(view);
@@ -43,6 +49,17 @@ void registerViews(qt::ViewRegistry& registry, QQmlEngine& engine) {
       [component = load(engine, "EscapePill.qml")](const std::shared_ptr<EscapeWindow>&) {
         return create(*component);
       });
+  // Seen by few, and then once: it is compiled when it is needed.
+  registry.add<AuthorizeView>([&engine, reason = QString::fromStdString(missingPermission)](
+                                  const std::shared_ptr<AuthorizeView>& view) {
+    const auto component = load(engine, "AuthorizeView.qml");
+    auto model = std::make_unique<InformationButtonModel>(
+        view->informationButton(), [view] { view->informationButton().press(); });
+    auto item =
+        create(*component, {{"model", QVariant::fromValue(model.get())}, {"reason", reason}});
+    if (item) model.release()->setParent(item.get());
+    return item;
+  });
 }
 
 }  // namespace tapeloop

@@ -1,12 +1,16 @@
 #pragma once
 
+#include <string>
+
 #include <QtQml/QQmlEngine>
 
 #include "platform/qt/view_registry.h"
 
 namespace tapeloop {
 
-/// Registers how the indicator views are drawn. `engine` outlives what the registry makes.
-void registerViews(qt::ViewRegistry& registry, QQmlEngine& engine);
+/// Registers how the views are drawn that windows of the window system show. `engine` outlives what
+/// the registry makes. `missingPermission` tells the user what to do about a missing permission.
+void registerViews(qt::ViewRegistry& registry, QQmlEngine& engine,
+                   const std::string& missingPermission);
 
 }  // namespace tapeloop

@@ -139,7 +139,7 @@ Program::Program(TestDesktop& desktop, const std::vector<std::string>& arguments
 
 void Program::press(int fromLeft) {
   const auto window = desktop_.windows("Tapeloop").at(0);
-  desktop_.user().moveTo(window.x + fromLeft + aside_, window.y + window.height - 53);
+  desktop_.user().moveTo(window.x + fromLeft + aside_, window.y + 110);
   desktop_.user().click(1);
   aside_ = -aside_;
 }

@@ -77,8 +77,8 @@ class Program {
   }
   [[nodiscard]] std::optional<int> exitCode() { return process_.wait(generousLimit); }
 
-  void pressRecord() { press(82); }
-  void pressPlay() { press(202); }
+  void pressRecord() { press(80); }
+  void pressPlay() { press(200); }
 
  private:
   void press(int fromLeft);

@@ -1,0 +1,69 @@
+import QtQuick
+import QtQuick.Window
+
+Window {
+    id: root
+
+    title: "About Tapeloop"
+    flags: Qt.Dialog | Qt.CustomizeWindowHint | Qt.WindowTitleHint | Qt.WindowCloseButtonHint
+    color: palette.window
+    width: 300
+    height: body.height + 48
+    minimumWidth: width
+    maximumWidth: width
+    minimumHeight: height
+    maximumHeight: height
+
+    SystemPalette {
+        id: palette
+    }
+
+    Shortcut {
+        sequences: ["Escape", "Ctrl+W"]
+        onActivated: root.close()
+    }
+    Shortcut {
+        sequences: ["Return", "Enter", "Space"]
+        onActivated: root.close()
+    }
+
+    Column {
+        id: body
+
+        anchors.centerIn: parent
+        spacing: 8
+
+        Symbol {
+            anchors.horizontalCenter: parent.horizontalCenter
+            name: "tapeloop"
+            keepsColors: true
+            side: 64
+        }
+
+        Line {
+            text: "Tapeloop"
+            font.pointSize: 15
+            font.weight: Font.DemiBold
+        }
+
+        Line {
+            text: "Version " + Qt.application.version
+        }
+
+        Line {
+            text: "Copyright © 2026 The Tapeloop authors"
+        }
+
+        Line {
+            text: "Free software under the MIT licence"
+        }
+    }
+
+    component Line: Text {
+        anchors.horizontalCenter: parent.horizontalCenter
+        color: palette.windowText
+        font.pointSize: 10
+        Accessible.role: Accessible.StaticText
+        Accessible.name: text
+    }
+}

@@ -1,0 +1,14 @@
+import QtQuick
+import Tapeloop
+
+AlertWindow {
+    id: root
+
+    required property InformationButtonModel model
+
+    message: "Thank you for using Tapeloop."
+    defaultButton: "Privacy Policy"
+    showing: model.showingAlert
+    onDismissed: model.dismissAlert()
+    onDefaultPressed: model.openPrivacyPolicy()
+}

@@ -1,0 +1,87 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Templates as T
+import Tapeloop
+
+// The saved recordings.
+Item {
+    id: root
+
+    required property LibraryModel model
+    required property bool available
+
+    visible: model.showing
+    width: model.sidebarWidth
+    height: model.sidebarHeight
+
+    Text {
+        id: heading
+
+        x: 6
+        text: "Saved Recordings"
+        color: palette.windowText
+        font.pixelSize: 17
+        font.weight: Font.DemiBold
+        Accessible.role: Accessible.Heading
+        Accessible.name: text
+    }
+
+    Rectangle {
+        anchors.fill: parent
+        anchors.topMargin: heading.height + 8
+        color: "transparent"
+        radius: 15
+        border.width: 2
+        border.color: "grey"
+
+        ListView {
+            id: list
+
+            anchors.fill: parent
+            anchors.margins: 7
+            clip: true
+            reuseItems: true
+            // The pointer drags rows; the list scrolls with the wheel and the bar.
+            interactive: false
+            boundsBehavior: Flickable.StopAtBounds
+            model: root.model.showing ? root.model.rows : null
+            Accessible.role: Accessible.List
+            Accessible.name: heading.text
+
+            delegate: SavedRecordingRow {
+                width: ListView.view.width - (bar.visible ? bar.width : 0)
+                rows: root.model.rows
+                available: root.available
+                onHoldsFocusChanged: if (holdsFocus)
+                    list.positionViewAtIndex(index, ListView.Contain)
+            }
+
+            WheelHandler {
+                onWheel: event => {
+                    const end = Math.max(0, list.contentHeight - list.height);
+                    const place = list.contentY - list.originY - event.angleDelta.y / 2;
+                    list.contentY = list.originY + Math.max(0, Math.min(end, place));
+                }
+            }
+
+            T.ScrollBar.vertical: T.ScrollBar {
+                id: bar
+
+                visible: size < 1
+                implicitWidth: 8
+                minimumSize: 0.1
+                contentItem: Rectangle {
+                    implicitWidth: 6
+                    radius: 3
+                    color: "grey"
+                    opacity: bar.pressed ? 0.9 : 0.6
+                }
+            }
+        }
+    }
+
+    SystemPalette {
+        id: palette
+    }
+}

@@ -1,0 +1,55 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// The name of a recording. Until it is clicked it lets itself be dragged with its row.
+T.TextField {
+    id: root
+
+    required property string name
+    signal nameEdited(string text)
+    signal committed
+
+    implicitHeight: 20
+    padding: 0
+    leftPadding: 4
+    verticalAlignment: TextInput.AlignVCenter
+    text: name
+    font.pointSize: 11
+    color: palette.windowText
+    selectionColor: palette.highlight
+    selectedTextColor: palette.highlightedText
+    selectByMouse: true
+    clip: true
+    Accessible.name: "Recording Name"
+    onTextEdited: root.nameEdited(text)
+    onAccepted: root.committed()
+    onNameChanged: if (text !== name)
+        text = name
+
+    Text {
+        anchors.fill: parent
+        leftPadding: root.leftPadding
+        verticalAlignment: Text.AlignVCenter
+        visible: root.length === 0 && root.preeditText === ""
+        text: "Recording Name"
+        color: root.palette.windowText
+        opacity: 0.5
+        font: root.font
+        elide: Text.ElideRight
+        Accessible.ignored: true
+    }
+
+    MouseArea {
+        anchors.fill: parent
+        enabled: !root.activeFocus
+        cursorShape: root.activeFocus ? Qt.IBeamCursor : Qt.ArrowCursor
+        onClicked: mouse => {
+            root.forceActiveFocus(Qt.MouseFocusReason);
+            root.cursorPosition = root.positionAt(mouse.x, mouse.y);
+        }
+        onDoubleClicked: {
+            root.forceActiveFocus(Qt.MouseFocusReason);
+            root.selectAll();
+        }
+    }
+}

@@ -1,0 +1,72 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// A symbol without a border. Its accessible name is what its tooltip says.
+Item {
+    id: root
+
+    required property string symbol
+    required property string label
+    property bool available: true
+    property bool keepsColors: false
+    property bool tooltip: true
+    property int side: 20
+    property real buttonOpacity: 1
+    signal clicked
+    signal hoverChanged(bool hovering)
+
+    implicitWidth: 32
+    implicitHeight: 32
+
+    // It hears of the pointer also while the button is disabled.
+    HoverHandler {
+        id: pointer
+
+        onHoveredChanged: root.hoverChanged(hovered)
+    }
+
+    // A disabled button lets presses through; they are not for what lies below.
+    MouseArea {
+        anchors.fill: parent
+    }
+
+    T.Button {
+        id: button
+
+        anchors.fill: parent
+        text: root.label
+        enabled: root.available
+        opacity: visualFocus ? 1 : root.buttonOpacity
+        hoverEnabled: true
+        focusPolicy: Qt.StrongFocus
+        Accessible.description: root.label
+        Keys.onReturnPressed: root.clicked()
+        Keys.onEnterPressed: root.clicked()
+        onClicked: root.clicked()
+
+        contentItem: Item {
+            Symbol {
+                anchors.centerIn: parent
+                name: root.symbol
+                keepsColors: root.keepsColors
+                side: root.side
+                opacity: button.enabled ? (button.down ? 0.5 : 1) : 0.3
+            }
+        }
+
+        background: Item {
+            FocusRing {
+                control: button
+                controlRadius: 5
+                gap: -1
+                visible: button.visualFocus
+            }
+        }
+
+        Tip {
+            control: button
+            text: root.label
+            visible: root.tooltip && pointer.hovered && !button.down
+        }
+    }
+}

@@ -1,0 +1,61 @@
+import QtQuick
+import Tapeloop
+
+// The program's menu and the buttons that a hidden title bar leaves out.
+Item {
+    id: root
+
+    required property MenuModel menuModel
+    readonly property alias menuIsOpen: menu.opened
+    signal closeRequested
+    signal minimiseRequested
+
+    function openMenu(at: point) {
+        menu.popup(at.x, at.y);
+    }
+
+    implicitHeight: 30
+
+    SymbolButton {
+        id: menuButton
+
+        x: 3
+        anchors.verticalCenter: parent.verticalCenter
+        width: 26
+        height: 26
+        side: 16
+        symbol: "menu"
+        label: "Menu"
+        onClicked: menu.popup(menuButton, 0, menuButton.height)
+
+        AppMenu {
+            id: menu
+
+            model: root.menuModel
+        }
+    }
+
+    Row {
+        anchors.right: parent.right
+        anchors.rightMargin: 3
+        anchors.verticalCenter: parent.verticalCenter
+
+        SymbolButton {
+            width: 26
+            height: 26
+            side: 16
+            symbol: "minimise"
+            label: "Minimise"
+            onClicked: root.minimiseRequested()
+        }
+
+        SymbolButton {
+            width: 26
+            height: 26
+            side: 16
+            symbol: "close"
+            label: "Close"
+            onClicked: root.closeRequested()
+        }
+    }
+}

@@ -1,0 +1,46 @@
+import QtQuick
+
+// A notice over the window, with a green check mark. A tap takes it away.
+Rectangle {
+    id: root
+
+    required property string title
+    required property bool showing
+    required property bool dark
+    signal tapped
+
+    visible: showing
+    implicitWidth: 170
+    implicitHeight: 120
+    radius: 12
+    color: dark ? "#3a3a3c" : "#f4f4f6"
+    border.color: Qt.rgba(0.5, 0.5, 0.5, 0.5)
+    Accessible.role: Accessible.AlertMessage
+    Accessible.name: title
+
+    Column {
+        anchors.centerIn: parent
+        spacing: 8
+
+        Symbol {
+            anchors.horizontalCenter: parent.horizontalCenter
+            name: "check"
+            side: 56
+            tint: "#2ba84a"
+        }
+
+        Text {
+            text: root.title
+            color: root.dark ? "white" : "black"
+            font.pointSize: 11
+            font.weight: Font.DemiBold
+            Accessible.ignored: true
+        }
+    }
+
+    // A press on the notice is not for the control below.
+    MouseArea {
+        anchors.fill: parent
+        onClicked: root.tapped()
+    }
+}

@@ -1,0 +1,29 @@
+import QtQuick
+import QtQuick.Window
+
+// The window moves with its background.
+MouseArea {
+    id: root
+
+    property point start
+    property bool dragging: false
+    signal menuRequested(point at)
+
+    acceptedButtons: Qt.LeftButton | Qt.RightButton
+    onPressed: mouse => {
+        start = Qt.point(mouse.x, mouse.y);
+        dragging = mouse.button === Qt.RightButton;
+    }
+    onPositionChanged: mouse => {
+        if (dragging || Math.hypot(mouse.x - start.x, mouse.y - start.y) < drag.threshold)
+            return;
+        dragging = true;
+        root.Window.window.startSystemMove();
+    }
+    onClicked: mouse => {
+        if (mouse.button === Qt.RightButton)
+            root.menuRequested(Qt.point(mouse.x, mouse.y));
+        else if (!dragging)
+            root.forceActiveFocus();
+    }
+}
