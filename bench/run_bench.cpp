@@ -53,7 +53,9 @@ Cost schedule(std::size_t count) {
                          desktop.eventSynthesis,
                          desktop.screens,
                          desktop.windows,
-                         desktop.review};
+                         desktop.review,
+                         desktop.workspace,
+                         desktop.mainMenu};
   Settings settings(desktop.defaults);
   ContentView view(services, settings);
   view.onAppear();
