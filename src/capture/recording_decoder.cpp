@@ -87,10 +87,10 @@ class Decoder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Decoder> 
   [[nodiscard]] std::vector<Recording>& records() { return records_; }
 
   /// Only the places of the records are wanted: they are read one after the other into the same
-  /// memory. `stream` is what is being read.
-  void indexInto(std::vector<RecordingSpan>& spans, const rapidjson::MemoryStream& stream) {
-    spans_ = &spans;
-    stream_ = &stream;
+  /// memory. `stream` is what is being read; null for both when it has been.
+  void indexInto(std::vector<RecordingSpan>* spans, const rapidjson::MemoryStream* stream) {
+    spans_ = spans;
+    stream_ = stream;
   }
 
   // What is called for values that have no rule of their own: null, true and false.
@@ -313,9 +313,11 @@ bool parse(std::string_view text, Decoder& decoder, std::vector<RecordingSpan>* 
                              rapidjson::kParseNumbersAsStringsFlag;
   rapidjson::MemoryStream stream(text.data(), text.size());
   rapidjson::Reader reader;
-  if (spans) decoder.indexInto(*spans, stream);
+  if (spans) decoder.indexInto(spans, &stream);
   // The parser takes a zero byte for the end.
-  return reader.Parse<flags>(stream, decoder) && stream.Tell() == text.size();
+  const bool isValid = reader.Parse<flags>(stream, decoder) && stream.Tell() == text.size();
+  decoder.indexInto(nullptr, nullptr);
+  return isValid;
 }
 
 }  // namespace
