@@ -23,6 +23,7 @@
 #include "platform/qt/workspace.h"
 #include "platform/x11/connection.h"
 #include "platform/x11/event_synthesis.h"
+#include "platform/x11/first_instance.h"
 #include "platform/x11/input_monitor.h"
 #include "platform/x11/keyboard_map.h"
 #include "platform/x11/own_windows.h"
@@ -99,6 +100,11 @@ int run(char* program) {
     complain(error);
     return couldNotStart;
   }
+  MainWindow* window = nullptr;
+  const x11::FirstInstance instance(*connection, [&window] {
+    if (window) window->bringToFront();
+  });
+  if (!instance.isFirst()) return 0;
   const auto store = openStore();
 
   qt::Application application(program);
@@ -129,8 +135,9 @@ int run(char* program) {
   AppDelegate delegate(desktop, settings);
   ContentView contentView(desktop, settings);
   delegate.applicationDidFinishLaunching();
-  const MainWindow mainWindow(display.engine, contentView, menu.menu(), *store);
+  MainWindow mainWindow(display.engine, contentView, menu.menu(), *store);
   if (!mainWindow.isShown()) return couldNotStart;
+  window = &mainWindow;
   return application.run();
 }
 

@@ -1,5 +1,3 @@
-pragma ComponentBehavior: Bound
-
 import QtQuick
 import Tapeloop
 
@@ -21,42 +19,39 @@ DropArea {
         root.model.drop();
     }
 
-    Loader {
+    Rectangle {
         anchors.centerIn: parent
-        active: root.model.dragOver
+        visible: root.model.dragOver
+        width: 130
+        height: 130
+        radius: 10
+        color: root.dark ? "#3a3a3c" : "#f4f4f6"
 
-        sourceComponent: Rectangle {
-            width: 130
-            height: 130
-            radius: 10
-            color: root.dark ? "#3a3a3c" : "#f4f4f6"
-
-            Canvas {
-                anchors.fill: parent
-                onPaint: {
-                    const context = getContext("2d");
-                    context.lineWidth = 2;
-                    context.strokeStyle = "grey";
-                    context.fillStyle = Qt.rgba(0, 0.48, 1, 0.2);
-                    context.setLineDash([2, 2]); // in widths of the line
-                    context.roundedRect(1, 1, width - 2, height - 2, 10, 10);
-                    context.fill();
-                    context.stroke();
-                }
+        Canvas {
+            anchors.fill: parent
+            onPaint: {
+                const context = getContext("2d");
+                context.lineWidth = 2;
+                context.strokeStyle = "grey";
+                context.fillStyle = Qt.rgba(0, 0.48, 1, 0.2);
+                context.setLineDash([2, 2]); // in widths of the line
+                context.roundedRect(1, 1, width - 2, height - 2, 10, 10);
+                context.fill();
+                context.stroke();
             }
+        }
 
-            Item {
-                x: 15
-                y: 15
-                width: 100
-                height: 100
+        Item {
+            x: 15
+            y: 15
+            width: 100
+            height: 100
 
-                Symbol {
-                    anchors.centerIn: parent
-                    name: "drop"
-                    side: 64
-                    tint: "grey"
-                }
+            Symbol {
+                anchors.centerIn: parent
+                name: "drop"
+                side: 64
+                tint: "grey"
             }
         }
     }

@@ -8,6 +8,7 @@ T.TextField {
     required property string name
     signal nameEdited(string text)
     signal committed
+    signal menuRequested(point at)
 
     implicitHeight: 20
     padding: 0
@@ -41,13 +42,19 @@ T.TextField {
 
     MouseArea {
         anchors.fill: parent
-        enabled: !root.activeFocus
+        acceptedButtons: root.activeFocus ? Qt.RightButton : Qt.LeftButton | Qt.RightButton
         cursorShape: root.activeFocus ? Qt.IBeamCursor : Qt.ArrowCursor
         onClicked: mouse => {
+            if (mouse.button === Qt.RightButton) {
+                root.menuRequested(Qt.point(mouse.x, mouse.y));
+                return;
+            }
             root.forceActiveFocus(Qt.MouseFocusReason);
             root.cursorPosition = root.positionAt(mouse.x, mouse.y);
         }
-        onDoubleClicked: {
+        onDoubleClicked: mouse => {
+            if (mouse.button === Qt.RightButton)
+                return;
             root.forceActiveFocus(Qt.MouseFocusReason);
             root.selectAll();
         }

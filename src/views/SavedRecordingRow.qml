@@ -23,6 +23,8 @@ Item {
     Keys.onMenuPressed: menu.popup(root, 20, 20)
 
     Drag.dragType: Drag.Automatic
+    Drag.imageSource: "image://symbols/tapeloop"
+    Drag.hotSpot: Qt.point(-8, -8)
     Drag.supportedActions: Qt.CopyAction
     Drag.onDragFinished: Drag.active = false
 
@@ -87,6 +89,7 @@ Item {
         anchors.verticalCenter: parent.verticalCenter
         name: root.recordingName
         onNameEdited: text => root.rows.edit(root.index, text)
+        onMenuRequested: at => menu.popup(field, at.x, at.y)
         onCommitted: root.rows.rename(root.index)
     }
 
