@@ -120,10 +120,8 @@ TEST_F(SqliteDefaultsStoreTest, IsNotOpenedWhenDamagedAndTheFileStaysAsItIs) {
   const std::string sound = contents(file_);
   std::string brokenHeader = sound;
   brokenHeader[0] = '!';
-  std::string brokenPages = sound;
-  for (std::size_t i = 20 * 4096; i < 30 * 4096; ++i) brokenPages[i] = '\x7f';
   for (const std::string& broken : {std::string("not a database, but long enough to be looked at"),
-                                    brokenHeader, brokenPages, sound.substr(0, 50'000)}) {
+                                    brokenHeader, sound.substr(0, 50'000)}) {
     writeContents(file_, broken);
     const auto opened = open();
     EXPECT_FALSE(opened.store);
@@ -132,6 +130,21 @@ TEST_F(SqliteDefaultsStoreTest, IsNotOpenedWhenDamagedAndTheFileStaysAsItIs) {
               "Settings and recordings can't be read or saved: " + file_.string() + " is damaged.");
     EXPECT_TRUE(contents(file_) == broken);
   }
+}
+
+TEST_F(SqliteDefaultsStoreTest, KeepsALongValueThatIsDamagedInsideFromBeingWrittenOver) {
+  storeText(std::string(200'000, 'x'));
+  std::string broken = contents(file_);
+  for (std::size_t i = 20 * 4096; i < 30 * 4096; ++i) broken[i] = '\x7f';
+  writeContents(file_, broken);
+  {
+    const auto opened = open();
+    ASSERT_TRUE(opened.store) << "what is inside of values is not read at the start";
+    EXPECT_EQ(opened.store->objectForKey("key"), std::nullopt);
+    EXPECT_EQ(opened.store->setObjectForKey(std::string("new"), "key"), StoreStatus::damaged);
+    EXPECT_EQ(opened.store->setObjectForKey(true, "another"), StoreStatus::stored);
+  }
+  EXPECT_NE(contents(file_).find(std::string(1000, 'x')), std::string::npos);
 }
 
 TEST_F(SqliteDefaultsStoreTest, IsNotOpenedWhenSomethingElseStandsInItsPlace) {
