@@ -25,7 +25,9 @@ std::shared_ptr<QQmlComponent> load(QQmlEngine& engine, const char* file) {
 }
 
 std::unique_ptr<QQuickItem> create(QQmlComponent& component, const QVariantMap& properties = {}) {
-  QObject* const object = component.createWithInitialProperties(properties);
+  // Qt crashes when it is to create what it could not load, such as with a module missing.
+  QObject* const object =
+      component.isReady() ? component.createWithInitialProperties(properties) : nullptr;
   if (!object) {
     qWarning("%s", qPrintable(component.errorString()));
     return nullptr;
