@@ -138,6 +138,8 @@ int run(char* program) {
   MainWindow mainWindow(display.engine, contentView, menu.menu(), *store);
   if (!mainWindow.isShown()) return couldNotStart;
   window = &mainWindow;
+  display.windows.adopt(mainWindow.window());
+  application.onWillUpdate([&delegate] { delegate.applicationWillUpdate(); });
   return application.run();
 }
 

@@ -60,14 +60,21 @@ struct HostingView {
   double cornerRadius = 0;
 };
 
-/// One top-level window. Letting go of the last reference closes it.
-class Window {
+/// What can be said and done of any open window of the program, whoever made it.
+class WindowChrome {
  public:
-  virtual ~Window() = default;
+  virtual ~WindowChrome() = default;
 
   [[nodiscard]] virtual std::string title() const = 0;
-  virtual void makeKeyAndOrderFront() = 0;
   virtual void setMovableByWindowBackground(bool movable) = 0;
+  /// Does nothing if the window lacks the button.
+  virtual void setStandardWindowButtonHidden(WindowButton button, bool hidden) = 0;
+};
+
+/// One top-level window. Letting go of the last reference closes it.
+class Window : public WindowChrome {
+ public:
+  virtual void makeKeyAndOrderFront() = 0;
   virtual void setLevel(WindowLevel level) = 0;
   virtual void setBackgroundColor(Color color) = 0;
   [[nodiscard]] virtual StyleMask styleMask() const = 0;
@@ -86,8 +93,6 @@ class Window {
   /// before every other place that it is given.
   virtual void setFrameAutosaveName(std::string_view name) = 0;
   virtual void setTitlebarAppearsTransparent(bool transparent) = 0;
-  /// Does nothing if the window lacks the button.
-  virtual void setStandardWindowButtonHidden(WindowButton button, bool hidden) = 0;
   /// Takes the window off the screen. Closing twice is harmless.
   virtual void close() = 0;
 };
@@ -99,7 +104,7 @@ class WindowSystem {
   virtual std::shared_ptr<Window> createWindow(Rect contentRect, StyleMask mask,
                                                BackingType backing, DeferCreation defer) = 0;
   /// Every open window of the program, in the platform's order.
-  [[nodiscard]] virtual std::vector<std::shared_ptr<Window>> windows() = 0;
+  [[nodiscard]] virtual std::vector<std::shared_ptr<WindowChrome>> windows() = 0;
 };
 
 }  // namespace tapeloop

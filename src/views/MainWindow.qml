@@ -7,6 +7,7 @@ Window {
 
     required property ContentViewModel model
 
+    property bool movableByBackground: false
     readonly property bool dark: palette.window.hslLightness < 0.5
     readonly property int contentWidth: panelArea.width + (sidebar.visible ? sidebar.width + 20 : 0)
     readonly property int contentHeight: titleBar.height + Math.max(panel.height, sidebar.height) + 24
@@ -48,6 +49,7 @@ Window {
 
     WindowBackground {
         anchors.fill: parent
+        movable: root.movableByBackground
         onMenuRequested: at => titleBar.openMenu(at)
     }
 

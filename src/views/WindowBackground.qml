@@ -5,6 +5,7 @@ import QtQuick.Window
 MouseArea {
     id: root
 
+    property bool movable: true
     property point start
     property bool dragging: false
     signal menuRequested(point at)
@@ -15,7 +16,7 @@ MouseArea {
         dragging = mouse.button === Qt.RightButton;
     }
     onPositionChanged: mouse => {
-        if (dragging || Math.hypot(mouse.x - start.x, mouse.y - start.y) < drag.threshold)
+        if (!movable || dragging || Math.hypot(mouse.x - start.x, mouse.y - start.y) < drag.threshold)
             return;
         dragging = true;
         root.Window.window.startSystemMove();

@@ -21,6 +21,8 @@ class MainWindow {
   MainWindow(QQmlEngine& engine, ContentView& view, const Menu& mainMenu, DefaultsStore& frames);
   /// False when the window could not be made; why was written to standard error.
   [[nodiscard]] bool isShown() const { return window_ != nullptr; }
+  /// There is one when it is shown.
+  [[nodiscard]] QQuickWindow& window() const { return *window_; }
   /// Also from the state of being minimised.
   void bringToFront();
 

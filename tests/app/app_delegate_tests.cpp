@@ -60,7 +60,7 @@ TEST_F(AppDelegateTest, ALaunchWithoutPermissionOpensTheAuthorizationWindow) {
                   "setStandardWindowButtonHidden 2 true"));
   EXPECT_TRUE(std::dynamic_pointer_cast<AuthorizeView>(window.view.lock()));
   // The user closes it: it is kept, and never opened again.
-  desktop.windows.windows().at(0)->close();
+  std::dynamic_pointer_cast<Window>(desktop.windows.windows().at(0))->close();
   desktop.permission.granted = true;
   delegate->applicationWillUpdate();
   EXPECT_FALSE(window.visible);

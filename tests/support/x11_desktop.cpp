@@ -30,7 +30,7 @@ class NoWindows final : public WindowSystem {
   std::shared_ptr<Window> createWindow(Rect, StyleMask, BackingType, DeferCreation) override {
     return nullptr;
   }
-  std::vector<std::shared_ptr<Window>> windows() override { return {}; }
+  std::vector<std::shared_ptr<WindowChrome>> windows() override { return {}; }
 };
 
 class NoReview final : public AppReview {

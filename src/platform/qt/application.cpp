@@ -1,5 +1,8 @@
 #include "platform/qt/application.h"
 
+#include <utility>
+
+#include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QByteArray>
 #include <QtCore/QDir>
 #include <QtCore/QMetaObject>
@@ -69,6 +72,11 @@ ClientIds Application::clientIds() const {
   if (!x11) return {};
   const auto* setup = xcb_get_setup(x11->connection());
   return {setup->resource_id_base, setup->resource_id_mask};
+}
+
+void Application::onWillUpdate(std::function<void()> callback) {
+  QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock,
+                   application_.get(), std::move(callback));
 }
 
 int Application::run() {

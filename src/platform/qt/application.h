@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -35,6 +36,9 @@ class Application {
   /// where it is installed.
   [[nodiscard]] std::string dataFolder() const;
   [[nodiscard]] ClientIds clientIds() const;
+
+  /// `callback` runs before each update cycle of the windows.
+  void onWillUpdate(std::function<void()> callback);
 
   /// Runs Qt's event loop until `quit`, or until the last ordinary window has been closed.
   int run();

@@ -4,8 +4,34 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>
+#include <QtCore/QPointer>
 
 namespace tapeloop::qt {
+namespace {
+
+class AdoptedWindow final : public WindowChrome {
+ public:
+  explicit AdoptedWindow(QQuickWindow& window) : window_(&window) {}
+
+  [[nodiscard]] std::string title() const override {
+    return window_ ? window_->title().toStdString() : std::string();
+  }
+  void setMovableByWindowBackground(bool movable) override {
+    if (window_) window_->setProperty("movableByBackground", movable);
+  }
+  void setStandardWindowButtonHidden(WindowButton button, bool hidden) override {
+    if (!window_ || button != WindowButton::zoom) return;
+    // Flags that are set make a new frame, even if they are the same.
+    if (window_->flags().testFlag(Qt::WindowMaximizeButtonHint) == hidden) {
+      window_->setFlag(Qt::WindowMaximizeButtonHint, !hidden);
+    }
+  }
+
+ private:
+  const QPointer<QQuickWindow> window_;
+};
+
+}  // namespace
 
 WindowSystem::~WindowSystem() {
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -19,8 +45,12 @@ std::shared_ptr<tapeloop::Window> WindowSystem::createWindow(Rect contentRect, S
   return window;
 }
 
-std::vector<std::shared_ptr<tapeloop::Window>> WindowSystem::windows() {
-  std::vector<std::shared_ptr<tapeloop::Window>> open;
+void WindowSystem::adopt(QQuickWindow& window) {
+  adopted_.push_back(std::make_shared<AdoptedWindow>(window));
+}
+
+std::vector<std::shared_ptr<WindowChrome>> WindowSystem::windows() {
+  std::vector<std::shared_ptr<WindowChrome>> open = adopted_;
   for (const auto& made : made_) {
     if (auto window = made.lock(); window && window->isOpen()) open.push_back(std::move(window));
   }

@@ -23,11 +23,16 @@ class WindowSystem final : public tapeloop::WindowSystem {
 
   std::shared_ptr<tapeloop::Window> createWindow(Rect contentRect, StyleMask mask,
                                                  BackingType backing, DeferCreation defer) override;
-  [[nodiscard]] std::vector<std::shared_ptr<tapeloop::Window>> windows() override;
+  [[nodiscard]] std::vector<std::shared_ptr<WindowChrome>> windows() override;
+
+  /// Counts a window that was made otherwise among the program's. Its QML has a property
+  /// `movableByBackground`.
+  void adopt(QQuickWindow& window);
 
  private:
   const ViewRegistry& views_;
   DefaultsStore& frames_;
+  std::vector<std::shared_ptr<WindowChrome>> adopted_;
   std::vector<std::weak_ptr<Window>> made_;
 };
 

@@ -98,8 +98,8 @@ std::shared_ptr<Window> RecordedWindowSystem::createWindow(Rect contentRect, Sty
   return window;
 }
 
-std::vector<std::shared_ptr<Window>> RecordedWindowSystem::windows() {
-  std::vector<std::shared_ptr<Window>> open;
+std::vector<std::shared_ptr<WindowChrome>> RecordedWindowSystem::windows() {
+  std::vector<std::shared_ptr<WindowChrome>> open;
   for (std::size_t i = 0; i < made_.size(); ++i) {
     if (auto window = made_[i].lock(); window && records_[i]->visible) {
       open.push_back(std::move(window));

@@ -26,7 +26,7 @@ class RecordedWindowSystem final : public WindowSystem {
   std::shared_ptr<Window> createWindow(Rect contentRect, StyleMask mask, BackingType backing,
                                        DeferCreation defer) override;
 
-  [[nodiscard]] std::vector<std::shared_ptr<Window>> windows() override;
+  [[nodiscard]] std::vector<std::shared_ptr<WindowChrome>> windows() override;
 
   /// Puts a window of this title on screen that somebody else holds.
   std::shared_ptr<Window> openWindow(std::string title);
