@@ -70,7 +70,9 @@ void Window::makeKeyAndOrderFront() {
   changed();
 }
 
+// This and the buttons are set again before each update cycle, and mostly change nothing.
 void Window::setMovableByWindowBackground(bool movable) {
+  if (movable_ == movable) return;
   movable_ = movable;
   changed();
 }
@@ -134,8 +136,8 @@ void Window::setFrameAutosaveName(std::string_view name) {
 
 void Window::setStandardWindowButtonHidden(WindowButton button, bool hidden) {
   const auto bit = 1U << static_cast<unsigned>(button);
-  hiddenButtons_ = hidden ? hiddenButtons_ | bit : hiddenButtons_ & ~bit;
-  changed();
+  const auto buttons = hidden ? hiddenButtons_ | bit : hiddenButtons_ & ~bit;
+  if (std::exchange(hiddenButtons_, buttons) != buttons) changed();
 }
 
 void Window::close() {
