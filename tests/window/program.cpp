@@ -115,6 +115,17 @@ bool TestDesktop::waitForFocus(const std::string& title, std::size_t index) cons
   });
 }
 
+std::uint32_t TestDesktop::pixel(int x, int y) const {
+  const XOwned<xcb_get_image_reply_t> image(xcb_get_image_reply(
+      connection_,
+      xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, connection_.root(),
+                    static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 1, 1, ~0U),
+      nullptr));
+  if (!image) return 0;
+  const auto* bytes = xcb_get_image_data(image.get());
+  return static_cast<std::uint32_t>(bytes[2] << 16 | bytes[1] << 8 | bytes[0]);
+}
+
 void TestDesktop::closeNewest(const std::string& title) const {
   const auto windows = managed(title);
   if (windows.empty()) throw std::runtime_error("no window to close");
@@ -137,9 +148,18 @@ Program::Program(TestDesktop& desktop, const std::vector<std::string>& arguments
                 "QT_SCALE_FACTOR=1", "DBUS_SESSION_BUS_ADDRESS=disabled:",
                 "XDG_DATA_HOME=" + dataFolder.value_or(folder_.path() / "data").string()}) {}
 
-void Program::press(int fromLeft) {
+void Program::point(int x, int y) {
   const auto window = desktop_.windows("Tapeloop").at(0);
-  desktop_.user().moveTo(window.x + fromLeft + aside_, window.y + 110);
+  desktop_.user().moveTo(window.x + x, window.y + y);
+}
+
+bool Program::shows(std::uint32_t color, int x, int y) const {
+  const auto window = desktop_.windows("Tapeloop").at(0);
+  return waitUntil([&] { return desktop_.pixel(window.x + x, window.y + y) == color; });
+}
+
+void Program::press(Place place) {
+  point(place.x + aside_, place.y);
   desktop_.user().click(1);
   aside_ = -aside_;
 }

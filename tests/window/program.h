@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -50,6 +51,8 @@ class TestDesktop {
   [[nodiscard]] bool waitForWindows(const std::string& title, std::size_t count) const;
   /// Waits until the one with this index has the input focus.
   [[nodiscard]] bool waitForFocus(const std::string& title, std::size_t index) const;
+  /// The colour of a point of the screen, as 0xRRGGBB.
+  [[nodiscard]] std::uint32_t pixel(int x, int y) const;
   /// Asks the newest one to close, as the button of its frame does.
   void closeNewest(const std::string& title) const;
 
@@ -77,16 +80,32 @@ class Program {
   }
   [[nodiscard]] std::optional<int> exitCode() { return process_.wait(generousLimit); }
 
-  void pressRecord() { press(80); }
-  void pressPlay() { press(200); }
+  void pressRecord() { press({80, 110}); }
+  void pressPlay() { press({200, 110}); }
+  void pressSave() { press({140, 156}); }
+  void pressSidebar() { press({188, 156}); }
+  void pressMinimise() { press({238, 15}); }
+  void pressClose(int windowWidth) { press({windowWidth - 16, 15}); }
+  /// Of the first row of the library.
+  void pressName() { press({390, 90}); }
+  void pressTrash() { press({532, 90}); }
+
+  /// Moves the pointer to a place in the window, counted from its top-left corner.
+  void point(int x, int y);
+  /// Waits until this place in the window has this colour.
+  [[nodiscard]] bool shows(std::uint32_t color, int x, int y) const;
 
  private:
-  void press(int fromLeft);
+  struct Place {
+    int x = 0;
+    int y = 0;
+  };
+  void press(Place place);
 
   TestDesktop& desktop_;
   TemporaryFolder folder_;
   ChildProcess process_;
-  int aside_ = 15;  // changes sign with each press: two at one place would make a double click
+  int aside_ = 6;  // changes sign with each press: two at one place would make a double click
 };
 
 }  // namespace tapeloop::support
