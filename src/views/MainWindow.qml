@@ -20,6 +20,10 @@ Window {
         maximumHeight = contentHeight;
         width = contentWidth;
         height = contentHeight;
+        // What the sidebar adds is not to lie beyond the edge of the screen.
+        const right = Screen.virtualX + Screen.desktopAvailableWidth;
+        if (visible && x + width > right)
+            x = Math.max(Screen.virtualX, right - width);
     }
 
     title: "Tapeloop"
