@@ -137,9 +137,9 @@ int main() {
   };
   constexpr std::array lines = {
       Line{"start to first frame", &Start::firstFrame, "ms", 2.0},
-      Line{"resident memory", &Start::resident, "MB", 1.5},
+      Line{"resident memory", &Start::resident, "MB", 2.0},
       Line{"processor time until idle", &Start::processor, "ms", 2.0},
-      Line{"threads", &Start::threads, "", 1.5},
+      Line{"threads", &Start::threads, "", 2.0},
   };
   bool good = true;
   for (const Line& line : lines) {
