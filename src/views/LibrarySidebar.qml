@@ -38,8 +38,16 @@ Item {
         ListView {
             id: list
 
+            function goTo(row: int, control: int) {
+                if (row < 0 || row >= count)
+                    return;
+                positionViewAtIndex(row, ListView.Contain);
+                (itemAtIndex(row) as SavedRecordingRow)?.controls[control].forceActiveFocus(Qt.TabFocusReason);
+            }
+
             anchors.fill: parent
             anchors.margins: 7
+            highlightMoveDuration: 0
             clip: true
             reuseItems: true
             // The pointer drags rows; the list scrolls with the wheel and the bar.
@@ -53,8 +61,10 @@ Item {
                 width: ListView.view.width - (bar.visible ? bar.width : 0)
                 rows: root.model.rows
                 available: root.available
-                onHoldsFocusChanged: if (holdsFocus)
-                    list.positionViewAtIndex(index, ListView.Contain)
+                onActiveFocusChanged: if (activeFocus)
+                    list.currentIndex = index
+                Keys.onUpPressed: list.goTo(index - 1, focusedControl())
+                Keys.onDownPressed: list.goTo(index + 1, focusedControl())
             }
 
             WheelHandler {

@@ -6,6 +6,7 @@ T.TextField {
     id: root
 
     required property string name
+    property bool tabbable: true
     signal nameEdited(string text)
     signal committed
     signal menuRequested(point at)
@@ -20,6 +21,7 @@ T.TextField {
     selectionColor: palette.highlight
     selectedTextColor: palette.highlightedText
     selectByMouse: true
+    activeFocusOnTab: tabbable
     clip: true
     Accessible.name: "Recording Name"
     onTextEdited: root.nameEdited(text)

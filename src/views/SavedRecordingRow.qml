@@ -2,7 +2,7 @@ import QtQuick
 import Tapeloop
 
 // One saved recording. It is dragged by any point that is not a button.
-Item {
+FocusScope {
     id: root
 
     required property int index
@@ -13,13 +13,26 @@ Item {
     required property SavedRecordingsModel rows
     required property bool available
 
-    readonly property bool holdsFocus: load.activeFocus || field.activeFocus || trash.activeFocus
+    // The Tab key stops at the controls of one row; the arrows go from row to row.
+    readonly property bool isCurrent: ListView.isCurrentItem
+    readonly property list<Item> controls: [load, field, trash]
+
+    function focusedControl(): int {
+        return load.activeFocus ? 0 : field.activeFocus ? 1 : 2;
+    }
 
     implicitHeight: 42
     Accessible.role: Accessible.ListItem
     Accessible.name: recordingName
     Component.onCompleted: rows.appear(index)
     ListView.onReused: rows.appear(index)
+    // The pointer leaves the row, not the item, which will be another row.
+    ListView.onPooled: {
+        field.focus = false;
+        rows.hoverLoad(index, false);
+        rows.hoverTrash(index, false);
+        rows.hoverRow(index, false);
+    }
     Keys.onMenuPressed: menu.popup(root, 20, 20)
 
     Drag.dragType: Drag.Automatic
@@ -29,6 +42,8 @@ Item {
     Drag.onDragFinished: Drag.active = false
 
     HoverHandler {
+        id: pointer
+
         onHoveredChanged: root.rows.hoverRow(root.index, hovered)
     }
 
@@ -76,6 +91,7 @@ Item {
         label: "Load Recording"
         available: root.available
         buttonOpacity: root.loadOpacity
+        tabbable: root.isCurrent
         onHoverChanged: hovering => root.rows.hoverLoad(root.index, hovering)
         onClicked: root.rows.load(root.index)
     }
@@ -88,6 +104,7 @@ Item {
         anchors.margins: 5
         anchors.verticalCenter: parent.verticalCenter
         name: root.recordingName
+        tabbable: root.isCurrent
         onNameEdited: text => root.rows.edit(root.index, text)
         onMenuRequested: at => menu.popup(field, at.x, at.y)
         onCommitted: root.rows.rename(root.index)
@@ -103,7 +120,13 @@ Item {
         label: "Delete Recording"
         available: root.available
         buttonOpacity: root.trashOpacity
-        onHoverChanged: hovering => root.rows.hoverTrash(root.index, hovering)
+        tabbable: root.isCurrent
+        onHoverChanged: hovering => {
+            root.rows.hoverTrash(root.index, hovering);
+            // The row is left last, whichever of the two is told first.
+            if (!hovering && !pointer.hovered)
+                root.rows.hoverRow(root.index, false);
+        }
         onClicked: root.rows.remove(root.index)
     }
 

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Templates as T
 
 // A symbol without a border. Its accessible name is what its tooltip says.
-Item {
+FocusScope {
     id: root
 
     required property string symbol
@@ -10,6 +10,7 @@ Item {
     property bool available: true
     property bool keepsColors: false
     property bool tooltip: true
+    property bool tabbable: true
     property int side: 20
     property real buttonOpacity: 1
     signal clicked
@@ -38,7 +39,8 @@ Item {
         enabled: root.available
         opacity: visualFocus ? 1 : root.buttonOpacity
         hoverEnabled: true
-        focusPolicy: Qt.StrongFocus
+        focus: true
+        focusPolicy: root.tabbable ? Qt.StrongFocus : Qt.ClickFocus
         Accessible.description: root.label
         Keys.onReturnPressed: root.clicked()
         Keys.onEnterPressed: root.clicked()
