@@ -1,7 +1,7 @@
 include(GoogleTest)
 
 # One test program. Labels: "unit" needs nothing but the processor, "x11" starts X servers of its
-# own, "window" also a window manager.
+# own, "window" also a window manager and the program. A program of tests has one label.
 #
 #   tapeloop_add_test(capture_tests LABELS unit SOURCES ... LINKS tapeloop::capture ...)
 function(tapeloop_add_test name)
