@@ -26,20 +26,21 @@ struct Uuid {
   friend bool operator==(const Uuid&, const Uuid&) = default;
 };
 
-/// The stored form of one captured sequence. Row i of the nine columns is the i-th event. Columns of
-/// a stored record may differ in length; a reader of row i checks i against each column it reads.
+/// The stored form of one captured sequence. Row i of the nine columns is the i-th event. Columns
+/// of a stored record may differ in length; a reader of row i checks i against each column it
+/// reads.
 struct Recording {
   std::string title;
   Uuid uniqueID;
-  std::vector<std::string> typeArray;          ///< Event kinds: ".keyDown".
-  std::vector<double> timestampArray;          ///< Seconds since system start-up.
-  std::vector<double> locXArray;               ///< Points.
-  std::vector<double> locYArray;               ///< Points, upwards.
-  std::vector<double> scrollingDeltaXArray;    ///< 0 but for scroll events.
-  std::vector<double> scrollingDeltaYArray;    ///< 0 but for scroll events.
-  std::vector<std::uint16_t> charArray;        ///< Virtual key codes; 0 but for key events.
-  std::vector<std::string> modifierArray;      ///< ".shift.command"; "" but for key events.
-  std::vector<std::int64_t> clickCountArray;   ///< 0 but for button events.
+  std::vector<std::string> typeArray;         ///< Event kinds: ".keyDown".
+  std::vector<double> timestampArray;         ///< Seconds since system start-up.
+  std::vector<double> locXArray;              ///< Points.
+  std::vector<double> locYArray;              ///< Points, upwards.
+  std::vector<double> scrollingDeltaXArray;   ///< 0 but for scroll events.
+  std::vector<double> scrollingDeltaYArray;   ///< 0 but for scroll events.
+  std::vector<std::uint16_t> charArray;       ///< Virtual key codes; 0 but for key events.
+  std::vector<std::string> modifierArray;     ///< ".shift.command"; "" but for key events.
+  std::vector<std::int64_t> clickCountArray;  ///< 0 but for button events.
 
   /// The row rule. An event of a kind that recordings do not hold adds nothing.
   void append(const InputEvent& event);
