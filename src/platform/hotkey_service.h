@@ -1,0 +1,107 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace tapeloop {
+
+using OSStatus = std::int32_t;
+inline constexpr OSStatus noErr = 0;
+inline constexpr OSStatus eventNotHandledErr = -9874;
+inline constexpr OSStatus eventParameterNotFoundErr = -9870;
+inline constexpr OSStatus eventHotKeyExistsErr = -9878;   ///< Another program has the combination.
+inline constexpr OSStatus eventHotKeyInvalidErr = -9879;  ///< The keyboard has no such combination.
+
+/// The text's first character lands in the high byte.
+constexpr std::uint32_t fourCharCode(const char (&text)[5]) {
+  std::uint32_t value = 0;
+  for (int i = 0; i < 4; ++i) value = value * 256 + static_cast<unsigned char>(text[i]);
+  return value;
+}
+
+inline constexpr std::uint32_t kEventClassKeyboard = fourCharCode("keyb");
+inline constexpr std::uint32_t kEventHotKeyPressed = 5;
+inline constexpr std::uint32_t kEventHotKeyReleased = 6;
+inline constexpr std::uint32_t kEventParamDirectObject = fourCharCode("----");
+inline constexpr std::uint32_t typeEventHotKeyID = fourCharCode("hkid");
+
+/// What a registration is called by whoever made it.
+struct EventHotKeyID {
+  std::uint32_t signature = 0;
+  std::uint32_t id = 0;
+  friend bool operator==(const EventHotKeyID&, const EventHotKeyID&) = default;
+};
+
+struct EventTypeSpec {
+  std::uint32_t eventClass;
+  std::uint32_t eventKind;
+  friend bool operator==(const EventTypeSpec&, const EventTypeSpec&) = default;
+};
+
+enum class EventTargetRef : std::uint32_t {};
+enum class EventHotKeyRef : std::uint64_t {};
+enum class EventHandlerRef : std::uint64_t {};
+
+/// A press or a release on its way through the handlers.
+struct HotKeyEvent {
+  std::uint32_t kind = 0;
+  std::optional<EventHotKeyID> directObject;
+};
+
+/// What becomes of the key press for the application that has the focus.
+enum class HotKeyClaim : std::uint8_t {
+  observe,  ///< It gets the key as if there were no hotkey.
+  take,     ///< It sees nothing of the key. Modifiers are seen in any case.
+};
+
+/// One of the combinations that the desktop or another program has taken, as far as its entry could
+/// be read.
+struct SymbolicHotKey {
+  std::optional<bool> enabled;            ///< kHISymbolicHotKeyEnabled
+  std::optional<std::int64_t> code;       ///< kHISymbolicHotKeyCode
+  std::optional<std::int64_t> modifiers;  ///< kHISymbolicHotKeyModifiers: modifier bits
+};
+
+/// Combinations of keys that act whichever application has the focus. A hotkey is pressed when its
+/// key goes down while exactly its modifiers are held, locks aside, and released when the key and
+/// all of its modifiers are up. Keys that this program posts press none. Main thread only.
+class HotKeyService {
+ public:
+  /// Returns `noErr` if it consumed the event; otherwise the handler that was installed before it
+  /// is asked. May register and unregister hotkeys.
+  using EventHandler = std::function<OSStatus(const HotKeyEvent*)>;
+
+  virtual ~HotKeyService() = default;
+
+  [[nodiscard]] virtual std::optional<EventTargetRef> GetEventDispatcherTarget() = 0;
+  /// `modifiers` are modifier bits, `options` is 0. On success `hotKey` names the registration,
+  /// which claims the key (`HotKeyClaim::take`) from here on.
+  virtual OSStatus RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers,
+                                       EventHotKeyID id, EventTargetRef target,
+                                       std::uint32_t options,
+                                       std::optional<EventHotKeyRef>& hotKey) = 0;
+  /// A hotkey that is down is forgotten without a release.
+  virtual OSStatus UnregisterEventHotKey(EventHotKeyRef hotKey) = 0;
+  virtual void setClaim(EventHotKeyRef hotKey, HotKeyClaim claim) = 0;
+
+  virtual OSStatus InstallEventHandler(EventTargetRef target, EventHandler handler,
+                                       std::span<const EventTypeSpec> types,
+                                       std::optional<EventHandlerRef>& installed) = 0;
+  [[nodiscard]] static OSStatus GetEventParameter(const HotKeyEvent& event, std::uint32_t name,
+                                                  std::uint32_t type, EventHotKeyID& id) {
+    if (name != kEventParamDirectObject || type != typeEventHotKeyID || !event.directObject) {
+      return eventParameterNotFoundErr;
+    }
+    id = *event.directObject;
+    return noErr;
+  }
+  [[nodiscard]] static std::uint32_t GetEventKind(const HotKeyEvent& event) { return event.kind; }
+
+  /// Asks the desktop anew. Nothing if it can't be asked.
+  [[nodiscard]] virtual std::optional<std::vector<SymbolicHotKey>> CopySymbolicHotKeys() = 0;
+};
+
+}  // namespace tapeloop

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+#include "platform/input_event.h"
+
+namespace tapeloop {
+
+/// Names one installed local monitor.
+enum class LocalMonitorToken : std::uint64_t {};
+
+enum class EventPass : std::uint8_t {
+  passOn,   ///< The window handles the event.
+  swallow,  ///< Nobody sees it.
+};
+
+/// Sees the input that is directed at the program's own windows before they do, and may keep it
+/// from them. Positions are points on the screen, as with the global monitor. Modifier keys alone
+/// are no key events. Main thread only.
+class LocalInputMonitor {
+ public:
+  using Handler = std::function<EventPass(const InputEvent&)>;
+
+  virtual ~LocalInputMonitor() = default;
+  /// `handler` runs for each event of an admitted type. It may add and remove monitors.
+  virtual std::optional<LocalMonitorToken> addLocalMonitorForEventsMatchingMask(
+      EventMask mask, Handler handler) = 0;
+  /// An unknown token is ignored.
+  virtual void removeMonitor(LocalMonitorToken token) = 0;
+};
+
+}  // namespace tapeloop
