@@ -77,14 +77,16 @@ class HotKeyService {
   virtual ~HotKeyService() = default;
 
   [[nodiscard]] virtual std::optional<EventTargetRef> GetEventDispatcherTarget() = 0;
-  /// `modifiers` are modifier bits, `options` is 0. On success `hotKey` names the registration,
-  /// which claims the key (`HotKeyClaim::take`) from here on.
+  /// `modifiers` are modifier bits, `options` is 0. On success `hotKey` names the registration.
+  /// `eventHotKeyExistsErr` if the key is to be taken and another program has it already; one that
+  /// is only to be observed is never refused for that.
   virtual OSStatus RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers,
                                        EventHotKeyID id, EventTargetRef target,
-                                       std::uint32_t options,
+                                       std::uint32_t options, HotKeyClaim claim,
                                        std::optional<EventHotKeyRef>& hotKey) = 0;
   /// A hotkey that is down is forgotten without a release.
   virtual OSStatus UnregisterEventHotKey(EventHotKeyRef hotKey) = 0;
+  /// A key that can't be taken any more because another program has it is observed.
   virtual void setClaim(EventHotKeyRef hotKey, HotKeyClaim claim) = 0;
 
   virtual OSStatus InstallEventHandler(EventTargetRef target, EventHandler handler,
