@@ -25,9 +25,13 @@
 #include "platform/x11/event_synthesis.h"
 #include "platform/x11/first_instance.h"
 #include "platform/x11/input_monitor.h"
+#include "platform/x11/key_grabs.h"
 #include "platform/x11/keyboard_map.h"
+#include "platform/x11/keyboard_state.h"
 #include "platform/x11/own_windows.h"
 #include "platform/x11/permission.h"
+#include "platform/x11/posted_keys.h"
+#include "platform/x11/raw_input.h"
 #include "platform/x11/screens.h"
 #include "views/main_window.h"
 #include "views/view_items.h"
@@ -59,15 +63,22 @@ std::unique_ptr<DefaultsStore> openStore() {
 struct Input {
   Input(x11::Connection& connection, x11::DoubleClick doubleClick)
       : keyboard(connection),
+        keyboardState(connection),
+        raw(connection),
         screens(connection),
         ownWindows(connection),
-        monitor(connection, keyboard, screens, ownWindows, doubleClick),
-        synthesis(connection, keyboard, screens),
+        grabs(connection, keyboard),
+        monitor(connection, keyboard, screens, ownWindows, raw, grabs, doubleClick),
+        synthesis(connection, keyboard, screens, postedKeys, grabs),
         permission(connection) {}
 
   x11::KeyboardMap keyboard;
+  x11::KeyboardState keyboardState;
+  x11::RawInput raw;
+  x11::PostedKeys postedKeys;
   x11::X11Screens screens;
   x11::OwnWindows ownWindows;
+  x11::KeyGrabs grabs;
   x11::X11InputMonitor monitor;
   x11::X11EventSynthesis synthesis;
   x11::X11Permission permission;

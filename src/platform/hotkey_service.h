@@ -28,6 +28,12 @@ inline constexpr std::uint32_t kEventHotKeyReleased = 6;
 inline constexpr std::uint32_t kEventParamDirectObject = fourCharCode("----");
 inline constexpr std::uint32_t typeEventHotKeyID = fourCharCode("hkid");
 
+/// The bits of a hotkey's modifier word.
+inline constexpr std::uint32_t cmdKey = 0x100;
+inline constexpr std::uint32_t shiftKey = 0x200;
+inline constexpr std::uint32_t optionKey = 0x800;
+inline constexpr std::uint32_t controlKey = 0x1000;
+
 /// What a registration is called by whoever made it.
 struct EventHotKeyID {
   std::uint32_t signature = 0;

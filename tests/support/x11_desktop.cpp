@@ -11,9 +11,13 @@
 #include "platform/memory_defaults_store.h"
 #include "platform/x11/connection.h"
 #include "platform/x11/input_monitor.h"
+#include "platform/x11/key_grabs.h"
 #include "platform/x11/keyboard_map.h"
+#include "platform/x11/keyboard_state.h"
 #include "platform/x11/own_windows.h"
 #include "platform/x11/permission.h"
+#include "platform/x11/posted_keys.h"
+#include "platform/x11/raw_input.h"
 #include "platform/x11/screens.h"
 
 namespace tapeloop::support {
@@ -69,8 +73,13 @@ struct X11Desktop::Services {
   x11::X11Screens screens{*connection};
   x11::OwnWindows ownWindows{*connection};
   x11::X11Permission permission{*connection};
-  x11::X11InputMonitor monitor{*connection, keyboard, screens, ownWindows, x11::DoubleClick{}};
-  x11::X11EventSynthesis synthesis{*connection, keyboard, screens};
+  x11::KeyboardState keyboardState{*connection};
+  x11::RawInput raw{*connection};
+  x11::PostedKeys postedKeys;
+  x11::KeyGrabs grabs{*connection, keyboard};
+  x11::X11InputMonitor monitor{*connection, keyboard, screens,           ownWindows,
+                               raw,         grabs,    x11::DoubleClick{}};
+  x11::X11EventSynthesis synthesis{*connection, keyboard, screens, postedKeys, grabs};
   linux::SystemClock clock;
   MemoryDefaultsStore defaults;
   NoWindows windows;

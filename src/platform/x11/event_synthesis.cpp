@@ -44,11 +44,12 @@ class X11EventSynthesis::Session final : public PostingSession {
 };
 
 X11EventSynthesis::X11EventSynthesis(Connection& connection, const KeyboardMap& keyboard,
-                                     const X11Screens& screens)
+                                     const X11Screens& screens, PostedKeys& posted, KeyGrabs& grabs)
     : connection_(connection),
       keyboard_(keyboard),
       screens_(screens),
-      devices_(connection),
+      grabs_(grabs),
+      devices_(connection, posted),
       pointer_(connection),
       locked_(connection, keyboard) {}
 
@@ -134,6 +135,7 @@ void X11EventSynthesis::postKey(const SyntheticEvent& event) {
   const auto keycode = keyboard_.keycodeOf(event.keyCode);
   if (!keycode) return;
   locked_.apply(event.flags);
+  grabs_.letThrough(*keycode, keyboard_.realModifiersOf(event.flags));
   if (event.type == EventType::keyUp) {
     devices_.releaseKey(*keycode);
   } else {
@@ -142,6 +144,7 @@ void X11EventSynthesis::postKey(const SyntheticEvent& event) {
     if (devices_.isKeyDown(*keycode)) devices_.releaseKey(*keycode);
     devices_.pressKey(*keycode);
   }
+  grabs_.closeAgain();
   locked_.restore();
 }
 

@@ -4,9 +4,11 @@
 #include <memory>
 
 #include "platform/event_synthesis.h"
+#include "platform/x11/key_grabs.h"
 #include "platform/x11/keyboard_map.h"
 #include "platform/x11/locked_modifiers.h"
 #include "platform/x11/pointer_tracker.h"
+#include "platform/x11/posted_keys.h"
 #include "platform/x11/screens.h"
 #include "platform/x11/test_devices.h"
 
@@ -17,7 +19,8 @@ namespace tapeloop::x11 {
 class X11EventSynthesis final : public EventSynthesis {
  public:
   /// Releases what a run that was killed has left pressed. What is handed in outlives the service.
-  X11EventSynthesis(Connection& connection, const KeyboardMap& keyboard, const X11Screens& screens);
+  X11EventSynthesis(Connection& connection, const KeyboardMap& keyboard, const X11Screens& screens,
+                    PostedKeys& posted, KeyGrabs& grabs);
   X11EventSynthesis(const X11EventSynthesis&) = delete;
   X11EventSynthesis& operator=(const X11EventSynthesis&) = delete;
   /// Ends all sessions.
@@ -49,6 +52,7 @@ class X11EventSynthesis final : public EventSynthesis {
   Connection& connection_;
   const KeyboardMap& keyboard_;
   const X11Screens& screens_;
+  KeyGrabs& grabs_;
   TestDevices devices_;
   PointerTracker pointer_;
   LockedModifiers locked_;

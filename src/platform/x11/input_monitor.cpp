@@ -38,11 +38,13 @@ constexpr bool isKey(std::uint8_t type) {
 
 X11InputMonitor::X11InputMonitor(Connection& connection, const KeyboardMap& keyboard,
                                  const X11Screens& screens, const OwnWindows& ownWindows,
-                                 DoubleClick doubleClick)
+                                 RawInput& input, const KeyGrabs& grabs, DoubleClick doubleClick)
     : connection_(connection),
       keyboard_(keyboard),
       screens_(screens),
       ownWindows_(ownWindows),
+      input_(input),
+      grabs_(grabs),
       clicks_(doubleClick),
       keyAims_(256, Aim::unknown) {
   events_ = connection_.onEvent([this](const xcb_generic_event_t& event) { handle(event); });
@@ -81,12 +83,12 @@ bool X11InputMonitor::startStream() {
   pressAim_ = Aim::unknown;
   std::fill(keyAims_.begin(), keyAims_.end(), Aim::unknown);
   announcedKeys_.clear();
-  selectRawEvents(true);
+  raw_ = input_.onAny([this](const RawEvent& event) { hear(event); });
   sacrifice_ = RecordStream::start(connection_, [](const DeviceEvent&) {});
   stream_ = RecordStream::start(connection_, [this](const DeviceEvent& event) { receive(event); });
   if (!stream_) {
     sacrifice_.reset();
-    selectRawEvents(false);
+    raw_.reset();
   }
   return stream_ != nullptr;
 }
@@ -95,43 +97,41 @@ void X11InputMonitor::stopStream() {
   if (!stream_) return;
   stream_.reset();
   sacrifice_.reset();
-  selectRawEvents(false);
+  raw_.reset();
   if (nudge_ != 0) xcb_discard_reply(connection_.xcb(), std::exchange(nudge_, 0));
   heldBack_ = false;
 }
 
-void X11InputMonitor::selectRawEvents(bool on) {
-  struct {
-    xcb_input_event_mask_t head;
-    std::uint32_t mask;
-  } selection{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, 0};
-  if (on) {
-    selection.mask =
-        XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE |
-        XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE |
-        XCB_INPUT_XI_EVENT_MASK_RAW_MOTION;
+void X11InputMonitor::hear(const RawEvent& event) {
+  heldBack_ = true;
+  serverTime_.announce(event.time, monotonicNow());
+  // By the time that the event itself comes, the key may have moved the focus.
+  if (event.type <= XCB_INPUT_RAW_KEY_RELEASE && canBeOurs()) {
+    announceKey(
+        {event.time, event.detail, ownWindows_.hasKeyboard() ? Aim::ours : Aim::otherApplication});
   }
-  xcb_input_xi_select_events(connection_.xcb(), connection_.root(), 1, &selection.head);
-  xcb_flush(connection_.xcb());
 }
 
+// Only a grab brings keys to this connection. The press that began it was announced just before.
 void X11InputMonitor::handle(const xcb_generic_event_t& event) {
-  if ((event.response_type & 0x7f) != XCB_GE_GENERIC) return;
-  const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
-  if (generic.extension != connection_.extensions().xinputOpcode) return;
-  if (generic.event_type >= XCB_INPUT_RAW_KEY_PRESS && generic.event_type <= XCB_INPUT_RAW_MOTION) {
-    if (!stream_) return;
-    heldBack_ = true;
-    const auto& raw = reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event);
-    serverTime_.announce(raw.time, monotonicNow());
-    // By the time that the event itself comes, the key may have moved the focus.
-    if (generic.event_type <= XCB_INPUT_RAW_KEY_RELEASE && ownWindows_.anyOnScreen()) {
-      if (announcedKeys_.size() == mostAnnouncedKeys) announcedKeys_.pop_front();
-      announcedKeys_.push_back(
-          {raw.time, static_cast<std::uint8_t>(raw.detail),
-           ownWindows_.hasKeyboard() ? Aim::ownWindow : Aim::otherApplication});
+  if (!stream_) return;
+  const auto type = event.response_type & 0x7f;
+  if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) return;
+  heldBack_ = true;
+  const auto& key = reinterpret_cast<const xcb_key_press_event_t&>(event);
+  if (!announcedKeys_.empty()) {
+    AnnouncedKey& latest = announcedKeys_.back();
+    if (latest.time == key.time && latest.keycode == key.detail) {
+      latest.aim = Aim::ours;
+      return;
     }
   }
+  announceKey({key.time, key.detail, Aim::ours});
+}
+
+void X11InputMonitor::announceKey(const AnnouncedKey& key) {
+  if (announcedKeys_.size() == mostAnnouncedKeys) announcedKeys_.pop_front();
+  announcedKeys_.push_back(key);
 }
 
 // Whatever the server writes to a client makes it pass on what RECORD holds back. The request that
@@ -155,9 +155,11 @@ void X11InputMonitor::receiveFocus() {
 }
 
 void X11InputMonitor::receive(const DeviceEvent& event) {
+  // A handler has removed the last monitor, and what is left of the stream concerns nobody.
+  if (monitors_.empty()) return;
   const double timestamp = serverTime_.timestamp(event.time, event.arrival);
   const Aim aim = isKey(event.type) ? aimOfKey(event) : aimOfPointer(event);
-  if (aim == Aim::ownWindow) return;
+  if (aim == Aim::ours) return;
   if (const auto translated = translate(event, timestamp)) deliver(*translated);
 }
 
@@ -168,18 +170,27 @@ X11InputMonitor::Aim X11InputMonitor::aimOfKey(const DeviceEvent& event) {
   if (aim != Aim::unknown) {
     return event.type == XCB_KEY_RELEASE ? std::exchange(aim, Aim::unknown) : aim;
   }
-  const Aim found = focus_ == XCB_INPUT_FOCUS_POINTER_ROOT ? aimAt(event) : announcedAim(event);
+  Aim found = announcedAim(event);
+  if (found == Aim::otherApplication && focus_ == XCB_INPUT_FOCUS_POINTER_ROOT) {
+    found = aimAt(event);
+  }
   if (event.type == XCB_KEY_PRESS) aim = found;
   return found;
 }
 
+bool X11InputMonitor::canBeOurs() const {
+  return ownWindows_.anyOnScreen() || grabs_.any();
+}
+
 X11InputMonitor::Aim X11InputMonitor::announcedAim(const DeviceEvent& event) {
-  if (!ownWindows_.anyOnScreen()) return Aim::otherApplication;
+  if (!canBeOurs()) return Aim::otherApplication;
+  // That a grab took the key is told right after the key itself, but maybe not in the same breath.
+  if (grabs_.has(event.detail)) connection_.catchUp();
   if (const auto aim = takeAnnouncement(event)) return *aim;
   // The two connections are not read in step: the announcement may still be under way.
   connection_.catchUp();
   if (const auto aim = takeAnnouncement(event)) return *aim;
-  return ownWindows_.hasKeyboard() ? Aim::ownWindow : Aim::otherApplication;
+  return ownWindows_.hasKeyboard() ? Aim::ours : Aim::otherApplication;
 }
 
 std::optional<X11InputMonitor::Aim> X11InputMonitor::takeAnnouncement(const DeviceEvent& event) {
@@ -203,7 +214,7 @@ X11InputMonitor::Aim X11InputMonitor::aimOfPointer(const DeviceEvent& event) {
 }
 
 X11InputMonitor::Aim X11InputMonitor::aimAt(const DeviceEvent& event) const {
-  return ownWindows_.isOnTopAt(event.x, event.y) ? Aim::ownWindow : Aim::otherApplication;
+  return ownWindows_.isOnTopAt(event.x, event.y) ? Aim::ours : Aim::otherApplication;
 }
 
 std::optional<InputEvent> X11InputMonitor::translate(const DeviceEvent& event, double timestamp) {

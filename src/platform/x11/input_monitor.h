@@ -7,8 +7,10 @@
 
 #include "platform/input_monitor.h"
 #include "platform/x11/click_counter.h"
+#include "platform/x11/key_grabs.h"
 #include "platform/x11/keyboard_map.h"
 #include "platform/x11/own_windows.h"
+#include "platform/x11/raw_input.h"
 #include "platform/x11/record_stream.h"
 #include "platform/x11/screens.h"
 #include "platform/x11/server_time.h"
@@ -21,7 +23,8 @@ class X11InputMonitor final : public InputMonitor {
  public:
   /// What is handed in outlives the monitor.
   X11InputMonitor(Connection& connection, const KeyboardMap& keyboard, const X11Screens& screens,
-                  const OwnWindows& ownWindows, DoubleClick doubleClick);
+                  const OwnWindows& ownWindows, RawInput& input, const KeyGrabs& grabs,
+                  DoubleClick doubleClick);
   X11InputMonitor(const X11InputMonitor&) = delete;
   X11InputMonitor& operator=(const X11InputMonitor&) = delete;
   ~X11InputMonitor() override;
@@ -36,7 +39,8 @@ class X11InputMonitor final : public InputMonitor {
     EventMask mask;
     Handler handler;
   };
-  enum class Aim : std::uint8_t { unknown, ownWindow, otherApplication };
+  // What is ours is a window of the program or one of its hotkeys.
+  enum class Aim : std::uint8_t { unknown, ours, otherApplication };
   // A key that a raw event has told of.
   struct AnnouncedKey {
     std::uint32_t time;
@@ -46,13 +50,15 @@ class X11InputMonitor final : public InputMonitor {
 
   bool startStream();
   void stopStream();
-  void selectRawEvents(bool on);
+  void hear(const RawEvent& event);
   void handle(const xcb_generic_event_t& event);
+  void announceKey(const AnnouncedKey& key);
   void nudge();
   void receiveFocus();
 
   void receive(const DeviceEvent& event);
   [[nodiscard]] Aim aimOfKey(const DeviceEvent& event);
+  [[nodiscard]] bool canBeOurs() const;
   [[nodiscard]] Aim announcedAim(const DeviceEvent& event);
   [[nodiscard]] std::optional<Aim> takeAnnouncement(const DeviceEvent& event);
   [[nodiscard]] Aim aimOfPointer(const DeviceEvent& event);
@@ -64,6 +70,8 @@ class X11InputMonitor final : public InputMonitor {
   const KeyboardMap& keyboard_;
   const X11Screens& screens_;
   const OwnWindows& ownWindows_;
+  RawInput& input_;
+  const KeyGrabs& grabs_;
   ServerTime serverTime_;
   ClickCounter clicks_;
 
@@ -83,6 +91,7 @@ class X11InputMonitor final : public InputMonitor {
   Aim pressAim_ = Aim::unknown;             // of the button press that began the grab in force
   std::vector<Aim> keyAims_;                // by keycode, of keys that are down
 
+  Subscription raw_;  // while the stream is there
   Subscription events_;
   Subscription drained_;
 };

@@ -18,7 +18,6 @@ struct Release {
   void operator()(T* object) const { release(object); }
 };
 using ContextPtr = std::unique_ptr<xkb_context, Release<xkb_context, xkb_context_unref>>;
-using KeymapPtr = std::unique_ptr<xkb_keymap, Release<xkb_keymap, xkb_keymap_unref>>;
 using StatePtr = std::unique_ptr<xkb_state, Release<xkb_state, xkb_state_unref>>;
 
 constexpr std::uint32_t realModifiers = 0xff;
@@ -48,10 +47,16 @@ std::uint64_t flagOfSymbol(xkb_keysym_t symbol) {
   }
 }
 
-std::uint64_t flagOfKey(xkb_keymap* keymap, xkb_keycode_t keycode) {
+bool isLockSymbol(xkb_keysym_t symbol) {
+  return symbol == XKB_KEY_Caps_Lock || symbol == XKB_KEY_Shift_Lock ||
+         symbol == XKB_KEY_Num_Lock || symbol == XKB_KEY_Scroll_Lock;
+}
+
+// What the key writes or does in the first layout.
+xkb_keysym_t symbolOfKey(xkb_keymap* keymap, xkb_keycode_t keycode) {
   const xkb_keysym_t* symbols = nullptr;
   const int count = xkb_keymap_key_get_syms_by_level(keymap, keycode, 0, 0, &symbols);
-  return count == 1 ? flagOfSymbol(symbols[0]) : 0;
+  return count == 1 ? symbols[0] : xkb_keysym_t{XKB_KEY_NoSymbol};
 }
 
 // The real modifiers that a press of the key alone brings about.
@@ -66,7 +71,7 @@ std::uint32_t modifiersOfPress(xkb_keymap* keymap, xkb_keycode_t keycode) {
 
 struct KeyboardMap::Xkb {
   ContextPtr context{xkb_context_new(XKB_CONTEXT_NO_FLAGS)};
-  KeymapPtr keymap;
+  std::shared_ptr<xkb_keymap> keymap;
 };
 
 KeyboardMap::KeyboardMap(Connection& connection)
@@ -111,16 +116,18 @@ void KeyboardMap::load() {
   if (connection_.extensions().xkb) {
     auto* xcb = connection_.xcb();
     const int device = xkb_x11_get_core_keyboard_device_id(xcb);
-    KeymapPtr keymap(xkb_x11_keymap_new_from_device(xkb_->context.get(), xcb, device,
-                                                    XKB_KEYMAP_COMPILE_NO_FLAGS));
+    auto* const keymap = xkb_x11_keymap_new_from_device(xkb_->context.get(), xcb, device,
+                                                        XKB_KEYMAP_COMPILE_NO_FLAGS);
     // A map that can't be read leaves the one before it in force.
-    if (!keymap) return;
-    xkb_->keymap = std::move(keymap);
+    if (keymap == nullptr) return;
+    xkb_->keymap.reset(keymap, xkb_keymap_unref);
+    device_ = static_cast<std::uint16_t>(device);
   }
 
   keycodes_.fill(0);
   keyFlags_.fill(0);
   flagsOfModifier_.fill(0);
+  lockModifiers_ = 0;
   xkb_keymap* keymap = xkb_->keymap.get();
   for (unsigned keycode = 0; keycode < keyCodes_.size(); ++keycode) {
     const auto foreign = static_cast<std::uint16_t>(firstForeignKeyCode + keycode);
@@ -131,13 +138,20 @@ void KeyboardMap::load() {
     // A key that has a place can be asked for by its keycode too.
     keycodes_[foreign] = static_cast<std::uint8_t>(keycode);
 
-    keyFlags_[keycode] = flagOfKey(keymap, keycode);
-    if (keyFlags_[keycode] == 0) continue;
+    const xkb_keysym_t symbol = symbolOfKey(keymap, keycode);
+    keyFlags_[keycode] = flagOfSymbol(symbol);
+    const bool isLock = isLockSymbol(symbol);
+    if (keyFlags_[keycode] == 0 && !isLock) continue;
     const std::uint32_t modifiers = modifiersOfPress(keymap, keycode);
+    if (isLock) lockModifiers_ |= static_cast<std::uint8_t>(modifiers);
     for (unsigned bit = 0; bit < flagsOfModifier_.size(); ++bit) {
       if (modifiers & (1U << bit)) flagsOfModifier_[bit] |= keyFlags_[keycode];
     }
   }
+}
+
+std::shared_ptr<xkb_keymap> KeyboardMap::keymap() const {
+  return xkb_->keymap;
 }
 
 std::optional<std::uint8_t> KeyboardMap::keycodeOf(std::uint16_t keyCode) const {

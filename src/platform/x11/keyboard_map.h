@@ -9,6 +9,8 @@
 #include "platform/x11/connection.h"
 #include "platform/x11/key_positions.h"
 
+struct xkb_keymap;
+
 namespace tapeloop::x11 {
 
 /// What the server's keys and modifier bits mean, kept up with changes of the keyboard map. "Real
@@ -24,6 +26,8 @@ class KeyboardMap {
   [[nodiscard]] std::uint16_t keyCodeOf(std::uint8_t keycode) const { return keyCodes_[keycode]; }
   /// Nothing when the keyboard has no such key.
   [[nodiscard]] std::optional<std::uint8_t> keycodeOf(std::uint16_t keyCode) const;
+  /// The same for all key codes; 0: the keyboard has no such key.
+  [[nodiscard]] const std::array<std::uint8_t, 0x200>& keycodes() const { return keycodes_; }
   /// A key that does nothing but change one of the six modifier flags.
   [[nodiscard]] bool isModifierKey(std::uint8_t keycode) const { return keyFlags_[keycode] != 0; }
 
@@ -31,6 +35,15 @@ class KeyboardMap {
   [[nodiscard]] std::uint64_t flagsOf(std::uint16_t state) const;
   /// The real modifiers that make these flags.
   [[nodiscard]] std::uint8_t realModifiersOf(std::uint64_t flags) const;
+
+  /// The real modifiers that a key switches on and off for good, such as those of caps lock and num
+  /// lock.
+  [[nodiscard]] std::uint8_t lockModifiers() const { return lockModifiers_; }
+
+  /// Null when it can't be read.
+  [[nodiscard]] std::shared_ptr<xkb_keymap> keymap() const;
+  /// The number of the keyboard that programs know.
+  [[nodiscard]] std::uint16_t device() const { return device_; }
 
   /// The keyboard map was read anew.
   Subscription onChange(std::function<void()> callback) {
@@ -49,7 +62,9 @@ class KeyboardMap {
   std::array<std::uint8_t, 0x200> keycodes_{};      // by key code; 0: no such key
   std::array<std::uint64_t, 256> keyFlags_{};       // by keycode: flag of a modifier key, or 0
   std::array<std::uint64_t, 8> flagsOfModifier_{};  // by real modifier
-  bool stale_ = false;                              // changed since it was read
+  std::uint8_t lockModifiers_ = 0;
+  std::uint16_t device_ = 0;
+  bool stale_ = false;  // changed since it was read
   Signal<> changed_;
   Subscription events_;
   Subscription drained_;

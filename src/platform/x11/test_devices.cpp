@@ -33,7 +33,8 @@ std::string_view deviceName(const xcb_input_xi_device_info_t& device) {
           static_cast<std::size_t>(xcb_input_xi_device_info_name_length(&device))};
 }
 
-TestDevices::TestDevices(Connection& connection) : connection_(connection) {
+TestDevices::TestDevices(Connection& connection, PostedKeys& posted)
+    : connection_(connection), posted_(posted) {
   const auto& extensions = connection_.extensions();
   if (!extensions.xtest || !extensions.xinput || !extensions.xkb) return;
   findDevices();
@@ -171,8 +172,9 @@ void TestDevices::setRepeats(bool on) {
 void TestDevices::fake(std::uint8_t type, std::uint8_t detail, std::int16_t x, std::int16_t y) {
   // A request of an extension that the server lacks would end the connection.
   if (!connection_.extensions().xtest) return;
-  xcb_test_fake_input(connection_.xcb(), type, detail, XCB_CURRENT_TIME, connection_.root(), x, y,
-                      0);
+  const auto request = xcb_test_fake_input(connection_.xcb(), type, detail, XCB_CURRENT_TIME,
+                                           connection_.root(), x, y, 0);
+  if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE) posted_.posted(request.sequence, detail);
 }
 
 }  // namespace tapeloop::x11

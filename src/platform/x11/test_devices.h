@@ -8,6 +8,7 @@
 #include <xcb/xinput.h>
 
 #include "platform/x11/connection.h"
+#include "platform/x11/posted_keys.h"
 
 namespace tapeloop::x11 {
 
@@ -23,7 +24,8 @@ std::string_view deviceName(const xcb_input_xi_device_info_t& device);
 class TestDevices {
  public:
   /// Cleans up after a run that was killed while it posted.
-  explicit TestDevices(Connection& connection);
+  /// `posted` hears of every key and outlives this.
+  TestDevices(Connection& connection, PostedKeys& posted);
   TestDevices(const TestDevices&) = delete;
   TestDevices& operator=(const TestDevices&) = delete;
 
@@ -55,6 +57,7 @@ class TestDevices {
   void fake(std::uint8_t type, std::uint8_t detail, std::int16_t x = 0, std::int16_t y = 0);
 
   Connection& connection_;
+  PostedKeys& posted_;
   std::uint8_t keyboard_ = 0;  // device number; 0: the server has none
   std::uint8_t pointer_ = 0;
   std::uint8_t master_ = 0;  // the keyboard that programs know

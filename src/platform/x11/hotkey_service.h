@@ -1,0 +1,95 @@
+#pragma once
+
+#include <bitset>
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <vector>
+
+#include "platform/hotkey_service.h"
+#include "platform/x11/key_grabs.h"
+#include "platform/x11/keyboard_map.h"
+#include "platform/x11/keyboard_state.h"
+#include "platform/x11/posted_keys.h"
+#include "platform/x11/raw_input.h"
+
+namespace tapeloop::x11 {
+
+/// Hotkeys that are seen through raw events, which tell of every key whoever has the keyboard, and
+/// kept from other programs by grabs. Handlers run after all events that have arrived so far were
+/// handed out. Main thread only.
+class X11HotKeyService final : public HotKeyService {
+ public:
+  /// What is handed in outlives the service.
+  X11HotKeyService(Connection& connection, KeyboardMap& keyboard, KeyboardState& state,
+                   RawInput& input, PostedKeys& posted, KeyGrabs& grabs);
+  X11HotKeyService(const X11HotKeyService&) = delete;
+  X11HotKeyService& operator=(const X11HotKeyService&) = delete;
+  ~X11HotKeyService() override;
+
+  std::optional<EventTargetRef> GetEventDispatcherTarget() override;
+  OSStatus RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers, EventHotKeyID id,
+                               EventTargetRef target, std::uint32_t options, HotKeyClaim claim,
+                               std::optional<EventHotKeyRef>& hotKey) override;
+  OSStatus UnregisterEventHotKey(EventHotKeyRef hotKey) override;
+  void setClaim(EventHotKeyRef hotKey, HotKeyClaim claim) override;
+  OSStatus InstallEventHandler(EventTargetRef target, EventHandler handler,
+                               std::span<const EventTypeSpec> types,
+                               std::optional<EventHandlerRef>& installed) override;
+  [[nodiscard]] std::optional<std::vector<SymbolicHotKey>> CopySymbolicHotKeys() override;
+
+ private:
+  struct HotKey {
+    EventHotKeyRef ref;
+    std::uint32_t keyCode;
+    std::uint32_t modifiers;  // modifier bits
+    EventHotKeyID id;
+    HotKeyClaim claim;
+    std::optional<KeyCombination> combination;  // none: the keyboard has no such keys
+    bool isDown = false;
+    bool keyIsUp = false;  // of one that is down: only modifiers are still held
+  };
+  struct Happening {
+    EventHotKeyRef hotKey;
+    std::uint32_t kind;
+  };
+
+  [[nodiscard]] std::optional<KeyCombination> combinationOf(std::uint32_t keyCode,
+                                                            std::uint32_t modifiers) const;
+  [[nodiscard]] std::list<HotKey>::iterator find(EventHotKeyRef hotKey);
+  [[nodiscard]] bool isTaken(KeyCombination combination) const;
+  [[nodiscard]] bool grab(KeyCombination combination);
+  void releaseUnused(KeyCombination combination);
+  void followKeyboard();
+
+  void handle(const xcb_generic_event_t& event);
+  void keyWentDown(std::uint8_t keycode);
+  void keyWentUp(std::uint8_t keycode);
+  void releaseThoseThatAreUp();
+  void dispatch();
+  void send(const HotKeyEvent& event);
+
+  Connection& connection_;
+  const KeyboardMap& keyboard_;
+  KeyboardState& state_;
+  PostedKeys& posted_;
+  KeyGrabs& grabs_;
+  std::uint8_t locks_;  // as of when the keys were grabbed
+  std::list<HotKey> hotKeys_;
+  std::uint64_t latestRef_ = 0;
+  struct Handler {
+    EventHandler handle;
+    std::vector<EventTypeSpec> types;
+  };
+  std::vector<Handler> handlers_;
+  std::vector<Happening> happenings_;  // not told yet, in order
+  std::bitset<256> keysDown_;          // by keycode
+  bool dispatching_ = false;
+  Subscription keys_;
+  Subscription modifiers_;
+  Subscription keyboardChanged_;
+  Subscription events_;
+  Subscription drained_;
+};
+
+}  // namespace tapeloop::x11
