@@ -24,8 +24,10 @@
 #include "platform/x11/connection.h"
 #include "platform/x11/event_synthesis.h"
 #include "platform/x11/first_instance.h"
+#include "platform/x11/hotkey_service.h"
 #include "platform/x11/input_monitor.h"
 #include "platform/x11/key_grabs.h"
+#include "platform/x11/keyboard_layouts.h"
 #include "platform/x11/keyboard_map.h"
 #include "platform/x11/keyboard_state.h"
 #include "platform/x11/own_windows.h"
@@ -70,6 +72,8 @@ struct Input {
         grabs(connection, keyboard),
         monitor(connection, keyboard, screens, ownWindows, raw, grabs, doubleClick),
         synthesis(connection, keyboard, screens, postedKeys, grabs),
+        hotKeys(connection, keyboard, keyboardState, raw, postedKeys, grabs),
+        layouts(keyboard, keyboardState),
         permission(connection) {}
 
   x11::KeyboardMap keyboard;
@@ -81,6 +85,8 @@ struct Input {
   x11::KeyGrabs grabs;
   x11::X11InputMonitor monitor;
   x11::X11EventSynthesis synthesis;
+  x11::X11HotKeyService hotKeys;
+  x11::X11KeyboardLayouts layouts;
   x11::X11Permission permission;
 };
 
@@ -138,15 +144,17 @@ int run(char* program) {
   qt::AppReview review;
   qt::Workspace workspace(application.dataFolder());
   qt::MainMenu menu;
+  NotificationCenter notifications;
   const Desktop desktop{runLoop,          clock,         trace,           *store,
                         input.permission, input.monitor, input.synthesis, input.screens,
-                        display.windows,  review,        workspace,       menu};
+                        display.windows,  review,        workspace,       menu,
+                        input.hotKeys,    input.layouts, notifications};
 
   Settings settings(*store);
   AppDelegate delegate(desktop, settings);
   ContentView contentView(desktop, settings);
   delegate.applicationDidFinishLaunching();
-  MainWindow mainWindow(display.engine, contentView, menu.menu(), *store);
+  MainWindow mainWindow(display.engine, contentView, menu.mainMenu(), *store);
   if (!mainWindow.isShown()) return couldNotStart;
   window = &mainWindow;
   display.windows.adopt(mainWindow.window());

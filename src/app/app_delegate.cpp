@@ -21,6 +21,8 @@ Menu mainMenu() {
       MenuItem::separatorItem(),
       {"Quit Tapeloop", MenuAction::terminate, "q", {}},
   };
+  // What this desktop's other programs quit with.
+  application.items.back().keyEquivalentModifierMasks.push_back(modifier_flag::control);
   return {"My App", {{{}, MenuAction::none, {}, std::move(application)}}};
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -10,21 +9,9 @@
 #include <vector>
 
 #include "platform/input_event.h"
+#include "platform/uuid.h"
 
 namespace tapeloop {
-
-/// 128 bits that identify a saved recording.
-struct Uuid {
-  std::array<std::uint8_t, 16> bytes{};
-
-  /// A fresh random (version 4) one.
-  static Uuid random();
-  /// Accepts either case. Nothing if `text` is not 8-4-4-4-12 hexadecimal digits.
-  static std::optional<Uuid> parse(std::string_view text);
-  /// Canonical, in upper case: 36 characters.
-  [[nodiscard]] std::string text() const;
-  friend bool operator==(const Uuid&, const Uuid&) = default;
-};
 
 /// The stored form of one captured sequence. Row i of the nine columns is the i-th event. Columns
 /// of a stored record may differ in length; a reader of row i checks i against each column it

@@ -1,5 +1,8 @@
 #include "controller/content_view.h"
 
+#include "controller/shortcut_names.h"
+#include "hotkeys/key_combo.h"
+
 namespace tapeloop {
 namespace {
 
@@ -30,7 +33,14 @@ ContentView::ContentView(const Desktop& desktop, Settings& settings)
       playback_(captureState_, playbackState_, playbackSettings(settings),
                 playbackServices(desktop)),
       library_(libraryState_, captureState_, playbackState_, desktop.defaults, desktop.runLoop,
-               desktop.trace) {
+               desktop.trace),
+      hotKeysController_(desktop.hotKeys),
+      hotKey_(HotKey::create(hotKeysController_, KeyCombo(Key::escape, 0))),
+      keyboardShortcuts_(desktop.hotKeys, desktop.defaults, desktop.notifications) {
+  // Other applications need the key: it is kept from them only while it has something to stop.
+  hotKey_->setTakesKey(false);
+  playing_ = captureState_.isPlaying.subscribe(
+      [this] { hotKey_->setTakesKey(captureState_.isPlaying.get()); });
   playbackState_.loadedRecording.uniqueID = Uuid::random();
 }
 
@@ -45,11 +55,15 @@ void ContentView::onAppear() {
   if (desktop_.permission.AXIsProcessTrusted()) desktop_.review.requestReview();
 }
 
+void ContentView::onToolbarAppear() {
+  hotKey_->setKeyDownHandler([this] { escapeKeyPressed(); });
+  keyboardShortcuts_.onKeyUp(toggleUnicornMode, [this] { capture_.recordShortcutAction(); });
+  keyboardShortcuts_.onKeyUp(toggleUnicornMode2,
+                             [this] { playback_.startPlayback(PlayVariant::shortcut); });
+}
+
 void ContentView::recordButtonPressed() {
   capture_.recordAction();
-}
-void ContentView::recordShortcutPressed() {
-  capture_.recordShortcutAction();
 }
 void ContentView::playButtonPressed() {
   if (buttonsRespond()) playback_.startPlayback(PlayVariant::button);
@@ -77,9 +91,6 @@ void ContentView::trashButtonPressed(std::size_t row) {
   if (buttonsRespond()) library_.deleteSavedRecording(row);
 }
 
-void ContentView::playShortcutPressed() {
-  playback_.startPlayback(PlayVariant::shortcut);
-}
 void ContentView::escapeKeyPressed() {
   playback_.stopPlayback();
 }

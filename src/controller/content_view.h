@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 
 #include "capture/capture.h"
 #include "capture/capture_state.h"
@@ -9,6 +10,9 @@
 #include "controller/recording_library.h"
 #include "controller/settings.h"
 #include "controller/toolbar.h"
+#include "hotkeys/hot_key.h"
+#include "hotkeys/hot_keys_controller.h"
+#include "hotkeys/keyboard_shortcuts.h"
 #include "platform/desktop.h"
 #include "playback/playback.h"
 #include "playback/playback_state.h"
@@ -28,6 +32,7 @@ class ContentView {
 
   // What the window tells the controller.
   void onAppear();
+  void onToolbarAppear();
 
   // The buttons.
   void recordButtonPressed();
@@ -39,15 +44,12 @@ class ContentView {
   void loadButtonPressed(std::size_t row);
   void trashButtonPressed(std::size_t row);
 
+  /// What the Escape key does, whichever application has the focus.
   void escapeKeyPressed();
   /// The one button of either alert. The other alerts belong to the library and to the information
   /// button.
   void dismissAuthAlert();
   void dismissPlayAlert();
-
-  // The same actions started by the named shortcuts.
-  void recordShortcutPressed();
-  void playShortcutPressed();
 
   [[nodiscard]] CaptureState& captureState() { return captureState_; }
   [[nodiscard]] PlaybackState& playbackState() { return playbackState_; }
@@ -57,6 +59,8 @@ class ContentView {
   [[nodiscard]] Toolbar& toolbar() { return toolbar_; }
   [[nodiscard]] InformationButton& informationButton() { return informationButton_; }
   [[nodiscard]] State<bool>& showSheetView() { return showSheetView_; }
+  /// The slots of the shortcuts that record and play.
+  [[nodiscard]] KeyboardShortcuts& keyboardShortcuts() { return keyboardShortcuts_; }
   [[nodiscard]] Settings& settings() { return settings_; }
 
  private:
@@ -73,6 +77,10 @@ class ContentView {
   Capture capture_;
   Playback playback_;
   RecordingLibrary library_;
+  HotKeysController hotKeysController_;
+  const std::shared_ptr<HotKey> hotKey_;  // Escape
+  KeyboardShortcuts keyboardShortcuts_;
+  Subscription playing_;
 };
 
 }  // namespace tapeloop

@@ -4,8 +4,11 @@
 #include "platform/clock.h"
 #include "platform/defaults_store.h"
 #include "platform/event_synthesis.h"
+#include "platform/hotkey_service.h"
 #include "platform/input_monitor.h"
+#include "platform/keyboard_layout.h"
 #include "platform/main_menu.h"
+#include "platform/notification_center.h"
 #include "platform/permission.h"
 #include "platform/run_loop.h"
 #include "platform/screens.h"
@@ -30,6 +33,9 @@ struct Desktop {
   AppReview& review;
   Workspace& workspace;
   MainMenu& mainMenu;
+  HotKeyService& hotKeys;
+  KeyboardLayouts& keyboardLayouts;
+  NotificationCenter& notifications;
 };
 
 }  // namespace tapeloop

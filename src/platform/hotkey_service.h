@@ -98,6 +98,7 @@ class HotKeyService {
   virtual OSStatus InstallEventHandler(EventTargetRef target, EventHandler handler,
                                        std::span<const EventTypeSpec> types,
                                        std::optional<EventHandlerRef>& installed) = 0;
+  virtual OSStatus RemoveEventHandler(EventHandlerRef handler) = 0;
   [[nodiscard]] static OSStatus GetEventParameter(const HotKeyEvent& event, std::uint32_t name,
                                                   std::uint32_t type, EventHotKeyID& id) {
     if (name != kEventParamDirectObject || type != typeEventHotKeyID || !event.directObject) {

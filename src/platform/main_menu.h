@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/input_event.h"
+
 namespace tapeloop {
 
 enum class MenuAction : std::uint8_t {
@@ -23,8 +25,10 @@ struct Menu {
 struct MenuItem {
   std::string title;
   MenuAction action = MenuAction::none;
-  std::string keyEquivalent;  ///< Pressed with Command; empty: none.
+  std::string keyEquivalent;  ///< What the key writes; empty: none.
   Menu submenu;               ///< Without items: none.
+  /// The modifier flags that the key is pressed with, each set of them a way of its own.
+  std::vector<std::uint64_t> keyEquivalentModifierMasks{modifier_flag::command};
 
   static MenuItem separatorItem() { return {{}, MenuAction::separator, {}, {}}; }
 };
@@ -35,6 +39,8 @@ class MainMenu {
   virtual ~MainMenu() = default;
   /// Replaces the menu that was shown before.
   virtual void setMainMenu(Menu menu) = 0;
+  /// Without items before one was set. Lives until another one is.
+  [[nodiscard]] virtual const Menu& mainMenu() const = 0;
 };
 
 }  // namespace tapeloop

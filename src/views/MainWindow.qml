@@ -38,11 +38,6 @@ Window {
     }
 
     Shortcut {
-        sequence: "Escape"
-        enabled: !titleBar.menuIsOpen
-        onActivated: root.model.escapeKeyPressed()
-    }
-    Shortcut {
         sequences: ["Ctrl+Q", "Meta+Q"]
         onActivated: root.model.menu.terminate()
     }

@@ -52,7 +52,6 @@ class ContentViewModel : public QObject {
 
   Q_INVOKABLE void recordButtonPressed() { view_.recordButtonPressed(); }
   Q_INVOKABLE void playButtonPressed() { view_.playButtonPressed(); }
-  Q_INVOKABLE void escapeKeyPressed() { view_.escapeKeyPressed(); }
   Q_INVOKABLE void dismissAuthAlert() { view_.dismissAuthAlert(); }
   Q_INVOKABLE void dismissPlayAlert() { view_.dismissPlayAlert(); }
 

@@ -34,6 +34,7 @@ MainWindow::MainWindow(QQmlEngine& engine, ContentView& view, const Menu& mainMe
   frame_->restore();
   window_->show();
   view.onAppear();
+  view.onToolbarAppear();
 }
 
 void MainWindow::bringToFront() {

@@ -23,8 +23,7 @@ TEST_F(AppDelegateTest, ALaunchWithPermissionResetsTheCaptionInstallsTheMenuAndN
   settings.startStopButtonText.set("Stop Recording");
   launch();
   EXPECT_EQ(settings.startStopButtonText.get(), "Record");
-  ASSERT_TRUE(desktop.mainMenu.menu);
-  const Menu& bar = *desktop.mainMenu.menu;
+  const Menu& bar = desktop.mainMenu.menu;
   EXPECT_EQ(bar.title, "My App");
   ASSERT_EQ(bar.items.size(), 1u);
   EXPECT_EQ(bar.items[0].title, "");

@@ -1,6 +1,7 @@
 #include <memory>
 
 #include "controller/content_view.h"
+#include "controller/shortcut_names.h"
 #include "support/simulated_fixture.h"
 
 namespace tapeloop {
@@ -9,6 +10,9 @@ namespace {
 using namespace testing;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+
+constexpr simulated::ScriptedHotKeyService::Combination escape{53, 0};
+constexpr Shortcut commandP{35, cmdKey};
 
 /// The program without its window.
 class ContentViewTest : public SimulatedTest {
@@ -130,7 +134,11 @@ TEST_F(ContentViewTest, RecordsAndPlaysTwiceWithAWait) {
   EXPECT_TRUE(settings.isMiniturized.get());
   lines();
 
-  view->playShortcutPressed();
+  view->onToolbarAppear();
+  view->keyboardShortcuts().setShortcut(toggleUnicornMode2, commandP);
+  EXPECT_FALSE(desktop.hotKeys.press({35, cmdKey}));
+  EXPECT_FALSE(view->captureState().isPlaying.get());
+  desktop.hotKeys.release({35, cmdKey});
   advance(60);
   EXPECT_THAT(
       posted(),
@@ -152,8 +160,11 @@ TEST_F(ContentViewTest, RecordsAndPlaysTwiceWithAWait) {
 
 TEST_F(ContentViewTest, EscapeDuringCaptureStopsNothing) {
   view->onAppear();
-  view->recordShortcutPressed();
-  view->escapeKeyPressed();
+  view->onToolbarAppear();
+  view->keyboardShortcuts().setShortcut(toggleUnicornMode, commandP);
+  desktop.hotKeys.press({35, cmdKey});
+  desktop.hotKeys.release({35, cmdKey});
+  EXPECT_TRUE(desktop.hotKeys.press(escape));
   EXPECT_THAT(lines(),
               ElementsAre("record shortcut pressed", "Recording: true", "Escape Key Pressed"));
   EXPECT_TRUE(view->captureState().isRecording.get());
@@ -176,7 +187,9 @@ TEST_F(ContentViewTest, NothingOfARunIsLeftOnceEscapeAndANewRecordingFollowedIt)
   record({keyDown(0, 1), keyUp(10, 1)});
   view->playButtonPressed();
   advance(1);
-  view->escapeKeyPressed();
+  view->onToolbarAppear();
+  EXPECT_FALSE(desktop.hotKeys.press(escape));
+  EXPECT_TRUE(desktop.hotKeys.press(escape)) << "nothing plays any more";
   record({move(0), move(1)});
   advance(100);
   EXPECT_EQ(posted().size(), 1u);

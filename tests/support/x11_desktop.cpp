@@ -10,8 +10,10 @@
 #include "platform/linux/clock.h"
 #include "platform/memory_defaults_store.h"
 #include "platform/x11/connection.h"
+#include "platform/x11/hotkey_service.h"
 #include "platform/x11/input_monitor.h"
 #include "platform/x11/key_grabs.h"
+#include "platform/x11/keyboard_layouts.h"
 #include "platform/x11/keyboard_map.h"
 #include "platform/x11/keyboard_state.h"
 #include "platform/x11/own_windows.h"
@@ -50,6 +52,10 @@ class NoWorkspace final : public Workspace {
 class NoMenu final : public MainMenu {
  public:
   void setMainMenu(Menu) override {}
+  [[nodiscard]] const Menu& mainMenu() const override { return menu_; }
+
+ private:
+  Menu menu_;
 };
 
 std::unique_ptr<x11::Connection> connect(linux::EpollRunLoop& loop, const std::string& display) {
@@ -80,6 +86,9 @@ struct X11Desktop::Services {
   x11::X11InputMonitor monitor{*connection, keyboard, screens,           ownWindows,
                                raw,         grabs,    x11::DoubleClick{}};
   x11::X11EventSynthesis synthesis{*connection, keyboard, screens, postedKeys, grabs};
+  x11::X11HotKeyService hotKeys{*connection, keyboard, keyboardState, raw, postedKeys, grabs};
+  x11::X11KeyboardLayouts layouts{keyboard, keyboardState};
+  NotificationCenter notifications;
   linux::SystemClock clock;
   MemoryDefaultsStore defaults;
   NoWindows windows;
@@ -87,14 +96,16 @@ struct X11Desktop::Services {
   NoWorkspace workspace;
   NoMenu menu;
   Settings settings{defaults};
-  ContentView contentView{Desktop{loop, clock, *trace, defaults, permission, monitor, synthesis,
-                                  screens, windows, review, workspace, menu},
-                          settings};
+  ContentView contentView{
+      Desktop{loop, clock, *trace, defaults, permission, monitor, synthesis, screens, windows,
+              review, workspace, menu, hotKeys, layouts, notifications},
+      settings};
 };
 
 X11Desktop::X11Desktop(const std::string& display, const MakeTrace& makeTrace)
     : services_(std::make_unique<Services>(display, makeTrace)) {
   services_->contentView.onAppear();
+  services_->contentView.onToolbarAppear();
 }
 
 X11Desktop::~X11Desktop() = default;

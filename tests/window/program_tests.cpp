@@ -55,12 +55,11 @@ TEST_F(ProgramTests, PlayWithNothingRecordedShowsAnAlertThatTheKeyboardDismisses
   ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
   for (const char* key : {"Return", "Escape", "space"}) {
     SCOPED_TRACE(key);
-    const auto before = program.process().lines().size();
     program.pressPlay();
     ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 2));
     ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 1));
     desktop.user().tapKey(key);
-    EXPECT_EQ(program.process().waitForLine(before, generousLimit), "Dismiss button pressed.");
+    EXPECT_TRUE(program.writes("Dismiss button pressed."));
     ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
     ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));  // the frame of the alert is gone, too
   }

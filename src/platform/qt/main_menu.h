@@ -10,7 +10,7 @@ namespace tapeloop::qt {
 class MainMenu final : public tapeloop::MainMenu {
  public:
   void setMainMenu(Menu menu) override { menu_ = std::move(menu); }
-  [[nodiscard]] const Menu& menu() const { return menu_; }
+  [[nodiscard]] const Menu& mainMenu() const override { return menu_; }
 
  private:
   Menu menu_;

@@ -9,7 +9,9 @@
 #include "platform/desktop.h"
 #include "platform/simulated/defaults_store.h"
 #include "platform/simulated/event_synthesis.h"
+#include "platform/simulated/hotkey_service.h"
 #include "platform/simulated/input_monitor.h"
+#include "platform/simulated/keyboard.h"
 #include "platform/simulated/run_loop.h"
 #include "platform/simulated/trace.h"
 #include "platform/simulated/window_system.h"
@@ -55,7 +57,8 @@ class RecordedWorkspace final : public Workspace {
 class RecordedMainMenu final : public MainMenu {
  public:
   void setMainMenu(Menu installed) override { menu = std::move(installed); }
-  std::optional<Menu> menu;
+  [[nodiscard]] const Menu& mainMenu() const override { return menu; }
+  Menu menu;
 };
 
 /// A whole desktop in memory. It records every effect, and nothing happens on it but what it is
@@ -72,6 +75,11 @@ struct SimulatedDesktop {
   CountedAppReview review;
   RecordedWorkspace workspace;
   RecordedMainMenu mainMenu;
+  ScriptedHotKeyService hotKeys;
+  ScriptedKeyboardLayouts keyboardLayouts;
+  ScriptedLocalInputMonitor localInput;
+  CountedSound sound;
+  NotificationCenter notifications;
 
   SimulatedDesktop() = default;
   SimulatedDesktop(const SimulatedDesktop&) = delete;
@@ -79,8 +87,9 @@ struct SimulatedDesktop {
 
   /// Its services live as long as this.
   [[nodiscard]] Desktop services() {
-    return {runLoop,        runLoop, trace,   defaults, permission, inputMonitor,
-            eventSynthesis, screens, windows, review,   workspace,  mainMenu};
+    return {runLoop,      runLoop,        trace,   defaults,        permission,
+            inputMonitor, eventSynthesis, screens, windows,         review,
+            workspace,    mainMenu,       hotKeys, keyboardLayouts, notifications};
   }
 };
 

@@ -114,6 +114,13 @@ OSStatus X11HotKeyService::InstallEventHandler(EventTargetRef target, EventHandl
   return noErr;
 }
 
+OSStatus X11HotKeyService::RemoveEventHandler(EventHandlerRef handler) {
+  const auto number = static_cast<std::size_t>(handler);
+  if (number == 0 || number > handlers_.size()) return eventHotKeyInvalidErr;
+  handlers_[number - 1].handle = nullptr;
+  return noErr;
+}
+
 std::optional<std::vector<SymbolicHotKey>> X11HotKeyService::CopySymbolicHotKeys() {
   if (connection_.isLost()) return std::nullopt;
   std::vector<SymbolicHotKey> candidates;
@@ -235,7 +242,7 @@ void X11HotKeyService::dispatch() {
   dispatching_ = false;
 }
 
-// Handlers stay installed, so an index stays good while one of them installs another.
+// What is removed leaves its place empty, so an index stays good while a handler runs.
 void X11HotKeyService::send(const HotKeyEvent& event) {
   for (std::size_t i = handlers_.size(); i-- > 0;) {
     const bool asked = std::any_of(
@@ -244,7 +251,7 @@ void X11HotKeyService::send(const HotKeyEvent& event) {
         });
     if (!asked) continue;
     const auto handler = handlers_[i].handle;
-    if (handler(&event) == noErr) return;
+    if (handler && handler(&event) == noErr) return;
   }
 }
 

@@ -36,6 +36,7 @@ class X11HotKeyService final : public HotKeyService {
   OSStatus InstallEventHandler(EventTargetRef target, EventHandler handler,
                                std::span<const EventTypeSpec> types,
                                std::optional<EventHandlerRef>& installed) override;
+  OSStatus RemoveEventHandler(EventHandlerRef handler) override;
   [[nodiscard]] std::optional<std::vector<SymbolicHotKey>> CopySymbolicHotKeys() override;
 
  private:
@@ -78,7 +79,7 @@ class X11HotKeyService final : public HotKeyService {
   std::list<HotKey> hotKeys_;
   std::uint64_t latestRef_ = 0;
   struct Handler {
-    EventHandler handle;
+    EventHandler handle;  // empty: removed
     std::vector<EventTypeSpec> types;
   };
   std::vector<Handler> handlers_;

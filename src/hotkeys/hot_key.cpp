@@ -1,0 +1,56 @@
+#include "hotkeys/hot_key.h"
+
+#include <utility>
+
+#include "hotkeys/hot_keys_controller.h"
+
+namespace tapeloop {
+
+std::shared_ptr<HotKey> HotKey::create(HotKeysController& controller, KeyCombo combo,
+                                       Handler keyDown, Handler keyUp) {
+  const std::shared_ptr<HotKey> hotKey(
+      new HotKey(controller, combo, std::move(keyDown), std::move(keyUp)));
+  controller.registerHotKey(hotKey);
+  return hotKey;
+}
+
+HotKey::HotKey(HotKeysController& controller, KeyCombo combo, Handler keyDown, Handler keyUp)
+    : controller_(controller),
+      identifier_(Uuid::random()),
+      keyCombo_(combo),
+      keyDownHandler_(std::move(keyDown)),
+      keyUpHandler_(std::move(keyUp)) {}
+
+HotKey::~HotKey() {
+  controller_.unregisterHotKey(*this);
+}
+
+void HotKey::setKeyDownHandler(Handler handler) {
+  keyDownHandler_ = std::move(handler);
+  controller_.renewClaim(*this);
+}
+
+void HotKey::setKeyUpHandler(Handler handler) {
+  keyUpHandler_ = std::move(handler);
+  controller_.renewClaim(*this);
+}
+
+void HotKey::setIsPaused(bool paused) {
+  isPaused_ = paused;
+  if (paused) {
+    controller_.unregisterHotKey(*this);
+  } else {
+    controller_.registerHotKey(shared_from_this());
+  }
+}
+
+void HotKey::setTakesKey(bool takes) {
+  takesKey_ = takes;
+  controller_.renewClaim(*this);
+}
+
+HotKeyClaim HotKey::claim() const {
+  return takesKey_ && (keyDownHandler_ || keyUpHandler_) ? HotKeyClaim::take : HotKeyClaim::observe;
+}
+
+}  // namespace tapeloop

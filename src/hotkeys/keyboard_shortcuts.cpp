@@ -1,0 +1,128 @@
+#include "hotkeys/keyboard_shortcuts.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "hotkeys/shortcut_json.h"
+
+namespace tapeloop {
+namespace {
+
+std::string storeKey(std::string_view rawValue) {
+  return "KeyboardShortcuts_" + std::string(rawValue);
+}
+
+}  // namespace
+
+Name KeyboardShortcuts::name(std::string rawValue, std::optional<Shortcut> defaultShortcut) {
+  Name name{std::move(rawValue), defaultShortcut};
+  if (defaultShortcut && !read(name.rawValue)) setShortcut(name, defaultShortcut);
+  return name;
+}
+
+std::optional<Shortcut> KeyboardShortcuts::shortcut(const Name& name) const {
+  return shortcutIn(name.rawValue);
+}
+
+std::optional<Shortcut> KeyboardShortcuts::shortcutIn(const std::string& rawValue) const {
+  const auto value = read(rawValue);
+  const auto* text = value ? std::get_if<std::string>(&*value) : nullptr;
+  return text != nullptr ? shortcutFromJson(*text) : std::nullopt;
+}
+
+void KeyboardShortcuts::setShortcut(const Name& name, const std::optional<Shortcut>& shortcut) {
+  const auto old = this->shortcut(name);
+  if (!shortcut && !old) return;
+  if (old) unregister(*old);
+  if (shortcut) registerIfNew(*shortcut, &name);
+  write(name, shortcut ? DefaultsValue(toJson(*shortcut)) : DefaultsValue(false));
+  // Another slot may hold what this one held.
+  if (old && isActedOn(*old)) registerIfNew(*old);
+  renewClaims();
+  notify(name);
+}
+
+void KeyboardShortcuts::onKeyDown(const Name& name, Action action) {
+  add(keyDownActions_, name, std::move(action));
+}
+
+void KeyboardShortcuts::onKeyUp(const Name& name, Action action) {
+  add(keyUpActions_, name, std::move(action));
+}
+
+void KeyboardShortcuts::add(Actions& actions, const Name& name, Action action) {
+  actions[name.rawValue].push_back(std::move(action));
+  if (const auto held = shortcut(name)) registerIfNew(*held);
+  renewClaims();
+}
+
+void KeyboardShortcuts::beginPause() {
+  ++pauses_;
+  renewClaims();
+}
+
+void KeyboardShortcuts::endPause() {
+  --pauses_;
+  renewClaims();
+}
+
+void KeyboardShortcuts::registerIfNew(const Shortcut& shortcut, const Name* holder) {
+  if (!registered_.insert(shortcut).second) return;
+  registrar_.registerShortcut(
+      shortcut, claimOf(shortcut, holder),
+      [this](const Shortcut& pressed) { dispatch(keyDownActions_, pressed); },
+      [this](const Shortcut& released) { dispatch(keyUpActions_, released); });
+}
+
+void KeyboardShortcuts::unregister(const Shortcut& shortcut) {
+  registrar_.unregisterShortcut(shortcut);
+  registered_.erase(shortcut);
+}
+
+bool KeyboardShortcuts::isActedOn(const Shortcut& shortcut, const Name* holder) const {
+  const auto has = [&](const Actions& actions) {
+    return std::any_of(actions.begin(), actions.end(), [&](const auto& entry) {
+      const std::string& rawValue = entry.first;
+      return (holder != nullptr && holder->rawValue == rawValue) ||
+             shortcutIn(rawValue) == shortcut;
+    });
+  };
+  return has(keyDownActions_) || has(keyUpActions_);
+}
+
+HotKeyClaim KeyboardShortcuts::claimOf(const Shortcut& shortcut, const Name* holder) const {
+  return !isPaused() && isActedOn(shortcut, holder) ? HotKeyClaim::take : HotKeyClaim::observe;
+}
+
+void KeyboardShortcuts::renewClaims() {
+  for (const Shortcut& each : registered_) registrar_.setClaim(each, claimOf(each));
+}
+
+// An action may change slots and add actions.
+void KeyboardShortcuts::dispatch(const Actions& actions, const Shortcut& pressed) {
+  if (isPaused()) return;
+  std::vector<Action> due;
+  for (const auto& [rawValue, list] : actions) {
+    if (shortcutIn(rawValue) == pressed) due.insert(due.end(), list.begin(), list.end());
+  }
+  for (const auto& action : due) action();
+}
+
+void KeyboardShortcuts::notify(const Name& name) {
+  notifications_.postNotificationName(didChange, {{changedSlot, name.rawValue}});
+}
+
+std::optional<DefaultsValue> KeyboardShortcuts::read(const std::string& rawValue) const {
+  if (const auto found = unstored_.find(rawValue); found != unstored_.end()) return found->second;
+  return store_.objectForKey(storeKey(rawValue));
+}
+
+void KeyboardShortcuts::write(const Name& name, DefaultsValue value) {
+  if (store_.setObjectForKey(value, storeKey(name.rawValue)) == StoreStatus::stored) {
+    unstored_.erase(name.rawValue);
+  } else {
+    unstored_.insert_or_assign(name.rawValue, std::move(value));
+  }
+}
+
+}  // namespace tapeloop

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+#include "hotkeys/carbon_keyboard_shortcuts.h"
+#include "hotkeys/shortcut.h"
+#include "platform/defaults_store.h"
+#include "platform/notification_center.h"
+
+namespace tapeloop {
+
+/// A slot that holds one combination, which the user chooses.
+struct Name {
+  std::string rawValue;
+  std::optional<Shortcut> defaultShortcut;
+  friend bool operator==(const Name& a, const Name& b) { return a.rawValue == b.rawValue; }
+};
+
+/// The slots and what they start. The combination of a slot is registered with the hotkey service
+/// from when it is set, or from when it has an action. It takes its keys from other programs only
+/// while somebody acts on it. Main thread only.
+class KeyboardShortcuts {
+ public:
+  using Action = std::function<void()>;
+  /// Posted after every change of a slot; under `changedSlot` the user info has its raw value.
+  static constexpr std::string_view didChange = "KeyboardShortcuts_shortcutByNameDidChange";
+  static constexpr const char* changedSlot = "name";
+
+  /// What is handed in outlives this.
+  KeyboardShortcuts(HotKeyService& service, DefaultsStore& store, NotificationCenter& notifications)
+      : registrar_(service), store_(store), notifications_(notifications) {}
+  KeyboardShortcuts(const KeyboardShortcuts&) = delete;
+  KeyboardShortcuts& operator=(const KeyboardShortcuts&) = delete;
+
+  /// A default is stored in a slot that never held anything.
+  Name name(std::string rawValue, std::optional<Shortcut> defaultShortcut = std::nullopt);
+
+  /// Nothing for a slot that is empty, was cleared or can't be read.
+  [[nodiscard]] std::optional<Shortcut> shortcut(const Name& name) const;
+  /// A value that the store refuses to write holds for this run all the same.
+  void setShortcut(const Name& name, const std::optional<Shortcut>& shortcut);
+
+  // Actions stay for as long as this does; each addition of one counts.
+  void onKeyDown(const Name& name, Action action);
+  void onKeyUp(const Name& name, Action action);
+
+  /// While paused no action runs, and no key is taken from anyone. Whoever begins a pause ends it.
+  void beginPause();
+  void endPause();
+  [[nodiscard]] bool isPaused() const { return pauses_ > 0; }
+
+ private:
+  using Actions = std::map<std::string, std::vector<Action>, std::less<>>;
+
+  void write(const Name& name, DefaultsValue value);
+  [[nodiscard]] std::optional<DefaultsValue> read(const std::string& rawValue) const;
+  [[nodiscard]] std::optional<Shortcut> shortcutIn(const std::string& rawValue) const;
+  void add(Actions& actions, const Name& name, Action action);
+  // `holder` is about to hold the shortcut.
+  void registerIfNew(const Shortcut& shortcut, const Name* holder = nullptr);
+  void unregister(const Shortcut& shortcut);
+  [[nodiscard]] bool isActedOn(const Shortcut& shortcut, const Name* holder = nullptr) const;
+  [[nodiscard]] HotKeyClaim claimOf(const Shortcut& shortcut, const Name* holder = nullptr) const;
+  void renewClaims();
+  void dispatch(const Actions& actions, const Shortcut& pressed);
+  void notify(const Name& name);
+
+  CarbonKeyboardShortcuts registrar_;
+  DefaultsStore& store_;
+  NotificationCenter& notifications_;
+  std::unordered_set<Shortcut> registered_;
+  Actions keyDownActions_;
+  Actions keyUpActions_;
+  int pauses_ = 0;
+  std::map<std::string, DefaultsValue, std::less<>> unstored_;  // by raw value
+};
+
+}  // namespace tapeloop

@@ -1,0 +1,165 @@
+#include "hotkeys/recorder_cocoa.h"
+
+#include <utility>
+
+#include "hotkeys/key.h"
+
+namespace tapeloop {
+namespace {
+
+constexpr EventMask bitOf(std::uint32_t type) {
+  return EventMask{1} << type;
+}
+// Mouse buttons that come up, left and right, and keys that go down.
+constexpr EventMask monitoredEvents = bitOf(2) | bitOf(4) | bitOf(10);
+
+// A click this near is meant for the control.
+constexpr double boundsMargin = 3;
+
+constexpr std::uint64_t shortcutFlags =
+    modifier_flag::shift | modifier_flag::control | modifier_flag::option | modifier_flag::command;
+
+bool isNear(Point point, const Rect& bounds) {
+  const double x = point.x - bounds.origin.x;
+  const double y = point.y - bounds.origin.y;
+  return x >= -boundsMargin && x <= bounds.size.width + boundsMargin && y >= -boundsMargin &&
+         y <= bounds.size.height + boundsMargin;
+}
+
+}  // namespace
+
+RecorderCocoa::RecorderCocoa(const RecorderServices& services, Name name, OnChange onChange)
+    : placeholderString(std::string(services.texts.text("record_shortcut"))),
+      services_(services),
+      shortcutName_(std::move(name)),
+      onChange_(std::move(onChange)) {
+  showShortcut();
+  observer_ = services_.notifications.addObserverForName(
+      KeyboardShortcuts::didChange, [this](const Notification& notification) {
+        const auto changed = notification.userInfo.find(KeyboardShortcuts::changedSlot);
+        if (changed == notification.userInfo.end()) return;
+        if (changed->second == shortcutName_.rawValue) showShortcut();
+      });
+  layoutChanged_ = services_.layouts.onChange([this] { showShortcut(); });
+}
+
+RecorderCocoa::~RecorderCocoa() {
+  endRecording();
+}
+
+void RecorderCocoa::setShortcutName(Name name) {
+  if (name == shortcutName_) return;
+  shortcutName_ = std::move(name);
+  showShortcut();
+}
+
+void RecorderCocoa::becomeFirstResponder() {
+  if (isRecording.get()) return;
+  placeholderString.set(std::string(services_.texts.text("press_shortcut")));
+  showCancelButtonIfText();
+  services_.shortcuts.beginPause();
+  eventMonitor_ = services_.localInput.addLocalMonitorForEventsMatchingMask(
+      monitoredEvents, [this](const InputEvent& event) { return handle(event); });
+  isRecording.set(true);
+}
+
+void RecorderCocoa::resignFirstResponder() {
+  endRecording();
+}
+
+void RecorderCocoa::endRecording() {
+  if (!isRecording.get()) return;
+  if (eventMonitor_) services_.localInput.removeMonitor(*std::exchange(eventMonitor_, {}));
+  placeholderString.set(std::string(services_.texts.text("record_shortcut")));
+  showCancelButtonIfText();
+  services_.shortcuts.endPause();
+  isRecording.set(false);
+}
+
+void RecorderCocoa::cancelButtonPressed() {
+  if (!stringValue.get().empty()) {
+    stringValue.set({});
+    services_.shortcuts.setShortcut(shortcutName_, std::nullopt);
+    if (onChange_) onChange_(std::nullopt);
+  }
+  showCancelButtonIfText();
+  // The user can type another one at once.
+  focusRequested_(true);
+}
+
+void RecorderCocoa::dismissAlert() {
+  if (!alert.get()) return;
+  alert.set(std::nullopt);
+  focusRequested_(true);
+}
+
+EventPass RecorderCocoa::handle(const InputEvent& event) {
+  if (event.type == EventType::keyDown) return handleKey(event);
+  if (!isNear(event.locationInWindow, bounds_)) {
+    giveUpKeyboard();
+    return EventPass::passOn;
+  }
+  return EventPass::swallow;
+}
+
+EventPass RecorderCocoa::handleKey(const InputEvent& event) {
+  const std::uint64_t flags = event.modifierFlags & shortcutFlags;
+  const auto key = keyWithCode(event.keyCode);
+  if (flags == 0 && key == Key::tab) {
+    endRecording();
+    return EventPass::passOn;
+  }
+  if (flags == 0 && key == Key::escape) {
+    giveUpKeyboard();
+    return EventPass::swallow;
+  }
+  if (flags == 0 && (key == Key::delete_ || key == Key::forwardDelete)) {
+    cancelButtonPressed();
+    return EventPass::swallow;
+  }
+
+  const auto shortcut = shortcutOf(event);
+  const bool isBare = (flags & ~modifier_flag::shift) == 0 && !(key && isFunctionKey(*key));
+  if (isBare || !shortcut) {
+    services_.sound.NSBeep();
+  } else if (const auto* item =
+                 menuItemOwning(*shortcut, services_.mainMenu.mainMenu(), services_.layouts)) {
+    refuse({services_.texts.format("keyboard_shortcut_used_by_menu_item", item->title), {}});
+  } else if (isSystemShortcut(*shortcut, services_.hotKeys)) {
+    refuse({std::string(services_.texts.text("keyboard_shortcut_used_by_system")),
+            std::string(services_.texts.text("keyboard_shortcuts_can_be_changed"))});
+  } else {
+    accept(*shortcut);
+  }
+  return EventPass::swallow;
+}
+
+void RecorderCocoa::refuse(RecorderAlert refusal) {
+  giveUpKeyboard();
+  alert.set(std::move(refusal));
+}
+
+void RecorderCocoa::accept(const Shortcut& shortcut) {
+  stringValue.set(displayText(shortcut, services_.layouts));
+  showCancelButtonIfText();
+  services_.shortcuts.setShortcut(shortcutName_, shortcut);
+  if (onChange_) onChange_(shortcut);
+  giveUpKeyboard();
+}
+
+void RecorderCocoa::giveUpKeyboard() {
+  endRecording();
+  focusRequested_(false);
+}
+
+void RecorderCocoa::showShortcut() {
+  const auto shortcut = services_.shortcuts.shortcut(shortcutName_);
+  stringValue.set(shortcut ? displayText(*shortcut, services_.layouts) : std::string());
+  showCancelButtonIfText();
+}
+
+void RecorderCocoa::showCancelButtonIfText() {
+  showsCancelButton.set(!stringValue.get().empty());
+}
+
+}  // namespace tapeloop

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "hotkeys/keyboard_shortcuts.h"
+#include "hotkeys/recorder_texts.h"
+#include "platform/geometry.h"
+#include "platform/keyboard_layout.h"
+#include "platform/local_input_monitor.h"
+#include "platform/main_menu.h"
+#include "platform/observable.h"
+#include "platform/sound.h"
+
+namespace tapeloop {
+
+/// What a recorder control works with. All of it outlives the control.
+struct RecorderServices {
+  KeyboardShortcuts& shortcuts;
+  NotificationCenter& notifications;
+  HotKeyService& hotKeys;
+  KeyboardLayouts& layouts;
+  LocalInputMonitor& localInput;
+  const MainMenu& mainMenu;
+  Sound& sound;
+  const RecorderTexts& texts;
+};
+
+/// Why a combination was turned down.
+struct RecorderAlert {
+  std::string title;
+  std::string informativeText;  ///< May be empty.
+  friend bool operator==(const RecorderAlert&, const RecorderAlert&) = default;
+};
+
+/// The field in which the user types the combination of a slot. It records while it has the
+/// keyboard. A view draws it, says when the keyboard comes and goes, and gives it the keyboard or
+/// takes it away when the field asks for it. Main thread only.
+class RecorderCocoa {
+ public:
+  using OnChange = std::function<void(const std::optional<Shortcut>&)>;
+  static constexpr double minimumWidth = 130;  ///< Points; also the width that it would like.
+
+  RecorderCocoa(const RecorderServices& services, Name name, OnChange onChange = {});
+  RecorderCocoa(const RecorderCocoa&) = delete;
+  RecorderCocoa& operator=(const RecorderCocoa&) = delete;
+  ~RecorderCocoa();
+
+  // What the view shows.
+  State<std::string> stringValue;             ///< Display text of the slot; empty: none.
+  State<std::string> placeholderString;       ///< Shown while there is no text.
+  State<bool> showsCancelButton{false};       ///< The button that clears the slot.
+  State<bool> isRecording{false};             ///< The caret is invisible meanwhile.
+  State<std::optional<RecorderAlert>> alert;  ///< To be shown over the window.
+
+  [[nodiscard]] const Name& shortcutName() const { return shortcutName_; }
+  void setShortcutName(Name name);
+
+  // What the view says.
+  void setBounds(Rect onScreen) { bounds_ = onScreen; }
+  void becomeFirstResponder();
+  void resignFirstResponder();
+  void cancelButtonPressed();
+  /// The alert was read: recording resumes.
+  void dismissAlert();
+
+  /// The field wants the keyboard (true) or wants to be without it.
+  Subscription onFocusRequest(std::function<void(bool)> callback) {
+    return focusRequested_.connect(std::move(callback));
+  }
+
+ private:
+  EventPass handle(const InputEvent& event);
+  EventPass handleKey(const InputEvent& event);
+  void refuse(RecorderAlert alert);
+  void accept(const Shortcut& shortcut);
+  void giveUpKeyboard();
+  void endRecording();
+  void showShortcut();
+  void showCancelButtonIfText();
+
+  const RecorderServices services_;
+  Name shortcutName_;
+  const OnChange onChange_;
+  Rect bounds_;
+  std::optional<LocalMonitorToken> eventMonitor_;  // while it records
+  Signal<bool> focusRequested_;
+  Subscription observer_;
+  Subscription layoutChanged_;
+};
+
+}  // namespace tapeloop

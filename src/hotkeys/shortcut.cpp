@@ -1,0 +1,137 @@
+#include "hotkeys/shortcut.h"
+
+#include <algorithm>
+#include <cwchar>
+#include <limits>
+#include <locale>
+#include <stdexcept>
+
+#include "hotkeys/hotkey_modifiers.h"
+
+namespace tapeloop {
+namespace {
+
+struct NamedKey {
+  std::int64_t code;
+  const char* name;
+};
+
+// Keys that write nothing, or something that can't be seen. Sorted by code.
+constexpr NamedKey namedKeys[] = {
+    {36, "\u21a9"},  {48, "\u21e5"},  {49, "\u23b5"},   {51, "\u232b"},  {53, "\u238b"},
+    {64, "F17"},     {79, "F18"},     {80, "F19"},      {90, "F20"},     {96, "F5"},
+    {97, "F6"},      {98, "F7"},      {99, "F3"},       {100, "F8"},     {101, "F9"},
+    {103, "F11"},    {105, "F13"},    {106, "F16"},     {107, "F14"},    {109, "F10"},
+    {111, "F12"},    {113, "F15"},    {114, "?\u20dd"}, {115, "\u2196"}, {116, "\u21de"},
+    {117, "\u2326"}, {118, "F4"},     {119, "\u2198"},  {120, "F2"},     {121, "\u21df"},
+    {122, "F1"},     {123, "\u2190"}, {124, "\u2192"},  {125, "\u2193"}, {126, "\u2191"}};
+
+constexpr bool byCode(const NamedKey& a, const NamedKey& b) {
+  return a.code < b.code;
+}
+static_assert(std::is_sorted(std::begin(namedKeys), std::end(namedKeys), byCode));
+
+constexpr const char* unknownCharacter = "\ufffd";
+constexpr std::size_t longestCharacter = 4;  // UTF-16 units
+
+std::uint64_t flagsOf(const Shortcut& shortcut) {
+  return modifierFlags(static_cast<std::uint64_t>(shortcut.carbonModifiers));
+}
+
+// Of texts that layouts write, some are not ASCII, whatever the locale that the program runs in.
+const std::locale& unicodeLocale() {
+  static const std::locale locale = [] {
+    try {
+      return std::locale("C.UTF-8");
+    } catch (const std::runtime_error&) {
+      return std::locale::classic();
+    }
+  }();
+  return locale;
+}
+
+std::string upperCase(const std::string& text) {
+  using Codec = std::codecvt<wchar_t, char, std::mbstate_t>;
+  const auto& codec = std::use_facet<Codec>(unicodeLocale());
+  std::wstring wide(text.size(), L'\0');
+  std::mbstate_t state{};
+  const char* read = nullptr;
+  wchar_t* wideEnd = nullptr;
+  if (codec.in(state, text.data(), text.data() + text.size(), read, wide.data(),
+               wide.data() + wide.size(), wideEnd) != Codec::ok) {
+    return text;
+  }
+  std::use_facet<std::ctype<wchar_t>>(unicodeLocale()).toupper(wide.data(), wideEnd);
+
+  constexpr std::size_t longest = 4;  // bytes of a character
+  std::string upper(wide.size() * longest, '\0');
+  const wchar_t* written = nullptr;
+  char* end = nullptr;
+  state = {};
+  if (codec.out(state, wide.data(), wideEnd, written, upper.data(), upper.data() + upper.size(),
+                end) != Codec::ok) {
+    return text;
+  }
+  upper.resize(static_cast<std::size_t>(end - upper.data()));
+  return upper;
+}
+
+}  // namespace
+
+std::optional<Shortcut> shortcutOf(const InputEvent& event) {
+  if (event.type != EventType::keyDown && event.type != EventType::keyUp) return std::nullopt;
+  return Shortcut{event.keyCode, modifierBits(event.modifierFlags)};
+}
+
+std::optional<std::string> characterOf(std::int64_t keyCode, KeyboardLayouts& layouts) {
+  const auto* named = std::lower_bound(std::begin(namedKeys), std::end(namedKeys),
+                                       NamedKey{keyCode, nullptr}, byCode);
+  if (named != std::end(namedKeys) && named->code == keyCode) return named->name;
+
+  if (keyCode < 0 || keyCode > std::numeric_limits<std::uint16_t>::max()) return std::nullopt;
+  const auto source = layouts.TISCopyCurrentASCIICapableKeyboardLayoutInputSource();
+  const auto* layout = source ? source->TISGetInputSourceProperty() : nullptr;
+  if (layout == nullptr) return std::nullopt;
+  std::uint32_t deadKeyState = 0;
+  return layout->UCKeyTranslate(static_cast<std::uint16_t>(keyCode), KeyAction::display, 0,
+                                layouts.LMGetKbdType(), 0, deadKeyState, longestCharacter);
+}
+
+std::string displayText(const Shortcut& shortcut, KeyboardLayouts& layouts) {
+  const auto character = characterOf(shortcut.carbonKeyCode, layouts);
+  return modifierGlyphs(flagsOf(shortcut)) +
+         (character ? upperCase(*character) : std::string(unknownCharacter));
+}
+
+std::vector<Shortcut> systemShortcuts(HotKeyService& service) {
+  std::vector<Shortcut> shortcuts;
+  const auto hotKeys = service.CopySymbolicHotKeys();
+  if (!hotKeys) return shortcuts;
+  for (const auto& each : *hotKeys) {
+    if (each.enabled != true || !each.code || !each.modifiers) continue;
+    const auto flags = modifierFlags(static_cast<std::uint64_t>(*each.modifiers));
+    shortcuts.push_back({*each.code, modifierBits(flags)});
+  }
+  return shortcuts;
+}
+
+bool isSystemShortcut(const Shortcut& shortcut, HotKeyService& service) {
+  const auto taken = systemShortcuts(service);
+  return std::find(taken.begin(), taken.end(), shortcut) != taken.end();
+}
+
+const MenuItem* menuItemOwning(const Shortcut& shortcut, const Menu& menu,
+                               KeyboardLayouts& layouts) {
+  const auto character = characterOf(shortcut.carbonKeyCode, layouts);
+  if (!character) return nullptr;
+  const std::uint64_t flags = flagsOf(shortcut);
+  for (const auto& item : menu.items) {
+    const bool sameKey = !item.keyEquivalent.empty() && item.keyEquivalent == *character;
+    const auto& masks = item.keyEquivalentModifierMasks;
+    if (sameKey && std::find(masks.begin(), masks.end(), flags) != masks.end()) return &item;
+    if (const auto* owner = menuItemOwning(shortcut, item.submenu, layouts)) return owner;
+  }
+  return nullptr;
+}
+
+}  // namespace tapeloop

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/keyboard_layout.h"
+#include "platform/local_input_monitor.h"
+#include "platform/sound.h"
+
+namespace tapeloop::simulated {
+
+/// A layout that writes what it is told to, by key code.
+class ScriptedLayout final : public InputSource, public UnicodeKeyLayoutData {
+ public:
+  explicit ScriptedLayout(std::map<std::uint16_t, std::string> characters)
+      : characters_(std::move(characters)) {}
+  [[nodiscard]] const UnicodeKeyLayoutData* TISGetInputSourceProperty() const override {
+    return this;
+  }
+  [[nodiscard]] std::optional<std::string> UCKeyTranslate(std::uint16_t keyCode, KeyAction,
+                                                          std::uint32_t, std::uint32_t,
+                                                          std::uint32_t, std::uint32_t&,
+                                                          std::size_t) const override {
+    const auto found = characters_.find(keyCode);
+    if (found == characters_.end()) return std::nullopt;
+    return found->second;
+  }
+
+ private:
+  const std::map<std::uint16_t, std::string> characters_;
+};
+
+/// One layout at a time, at first with the letters a, q and r where an ANSI keyboard has them.
+class ScriptedKeyboardLayouts final : public KeyboardLayouts {
+ public:
+  [[nodiscard]] std::shared_ptr<const InputSource>
+  TISCopyCurrentASCIICapableKeyboardLayoutInputSource() override {
+    return layout_;
+  }
+  [[nodiscard]] std::uint8_t LMGetKbdType() const override { return 40; }
+  Subscription onChange(std::function<void()> callback) override {
+    return changed_.connect(std::move(callback));
+  }
+  /// Null: there is none.
+  void use(std::shared_ptr<const InputSource> layout) {
+    layout_ = std::move(layout);
+    changed_();
+  }
+
+ private:
+  std::shared_ptr<const InputSource> layout_ = std::make_shared<ScriptedLayout>(
+      std::map<std::uint16_t, std::string>{{0, "a"}, {12, "q"}, {15, "r"}});
+  Signal<> changed_;
+};
+
+/// Events that the program's own windows get.
+class ScriptedLocalInputMonitor final : public LocalInputMonitor {
+ public:
+  std::optional<LocalMonitorToken> addLocalMonitorForEventsMatchingMask(EventMask mask,
+                                                                        Handler handler) override {
+    const LocalMonitorToken token{++latestToken_};
+    monitors_.emplace(token, Monitor{mask, std::move(handler)});
+    return token;
+  }
+  void removeMonitor(LocalMonitorToken token) override { monitors_.erase(token); }
+
+  /// What becomes of the event.
+  EventPass send(const InputEvent& event) {
+    const auto monitors = monitors_;
+    for (const auto& [token, monitor] : monitors) {
+      if ((monitor.mask >> static_cast<unsigned>(event.type) & 1U) == 0) continue;
+      if (monitor.handler(event) == EventPass::swallow) return EventPass::swallow;
+    }
+    return EventPass::passOn;
+  }
+  [[nodiscard]] bool isAnyInstalled() const { return !monitors_.empty(); }
+
+ private:
+  struct Monitor {
+    EventMask mask;
+    Handler handler;
+  };
+  std::map<LocalMonitorToken, Monitor> monitors_;
+  std::uint64_t latestToken_ = 0;
+};
+
+class CountedSound final : public Sound {
+ public:
+  void NSBeep() override { ++beeps; }
+  int beeps = 0;
+};
+
+}  // namespace tapeloop::simulated
