@@ -8,6 +8,8 @@
 #include "app/app_delegate.h"
 #include "controller/content_view.h"
 #include "controller/settings.h"
+#include "controller/sheet_view.h"
+#include "hotkeys/recorder_texts.h"
 #include "platform/linux/clock.h"
 #include "platform/linux/run_loop.h"
 #include "platform/linux/signals.h"
@@ -16,7 +18,9 @@
 #include "platform/memory_defaults_store.h"
 #include "platform/qt/app_review.h"
 #include "platform/qt/application.h"
+#include "platform/qt/local_input_monitor.h"
 #include "platform/qt/main_menu.h"
+#include "platform/qt/recorder_texts.h"
 #include "platform/qt/run_loop_bridge.h"
 #include "platform/qt/view_registry.h"
 #include "platform/qt/window_system.h"
@@ -35,6 +39,7 @@
 #include "platform/x11/posted_keys.h"
 #include "platform/x11/raw_input.h"
 #include "platform/x11/screens.h"
+#include "platform/x11/sound.h"
 #include "views/main_window.h"
 #include "views/view_items.h"
 
@@ -75,6 +80,13 @@ struct Input {
         hotKeys(connection, keyboard, keyboardState, raw, postedKeys, grabs),
         layouts(keyboard, keyboardState),
         permission(connection) {}
+
+  /// Lives as long as this.
+  [[nodiscard]] qt::NativeKeyboard nativeKeyboard() const {
+    return {[this](std::uint8_t keycode) { return keyboard.keyCodeOf(keycode); },
+            [this](std::uint16_t state) { return keyboard.flagsOf(state); },
+            [this](std::uint8_t keycode) { return keyboard.isModifierKey(keycode); }};
+  }
 
   x11::KeyboardMap keyboard;
   x11::KeyboardState keyboardState;
@@ -153,8 +165,14 @@ int run(char* program) {
   Settings settings(*store);
   AppDelegate delegate(desktop, settings);
   ContentView contentView(desktop, settings);
+  qt::LocalInputMonitor localInput(input.nativeKeyboard());
+  x11::X11Sound sound(*connection);
+  const RecorderTexts texts(qt::loadRecorderTexts(application.dataFolder()));
+  SheetView sheet(contentView.showSheetView(), settings, trace,
+                  {contentView.keyboardShortcuts(), notifications, input.hotKeys, input.layouts,
+                   localInput, menu, sound, texts});
   delegate.applicationDidFinishLaunching();
-  MainWindow mainWindow(display.engine, contentView, menu.mainMenu(), *store);
+  MainWindow mainWindow(display.engine, contentView, sheet, menu.mainMenu(), *store);
   if (!mainWindow.isShown()) return couldNotStart;
   window = &mainWindow;
   display.windows.adopt(mainWindow.window());

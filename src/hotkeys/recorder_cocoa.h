@@ -59,7 +59,7 @@ class RecorderCocoa {
   void setShortcutName(Name name);
 
   // What the view says.
-  void setBounds(Rect onScreen) { bounds_ = onScreen; }
+  void setBounds(Rect inWindow) { bounds_ = inWindow; }
   void becomeFirstResponder();
   void resignFirstResponder();
   void cancelButtonPressed();

@@ -17,8 +17,8 @@ enum class EventPass : std::uint8_t {
 };
 
 /// Sees the input that is directed at the program's own windows before they do, and may keep it
-/// from them. Positions are points on the screen, as with the global monitor. Modifier keys alone
-/// are no key events. Main thread only.
+/// from them. Positions are points from the top-left corner of the window that gets the event,
+/// downwards. Modifier keys alone are no key events. Main thread only.
 class LocalInputMonitor {
  public:
   using Handler = std::function<EventPass(const InputEvent&)>;

@@ -6,6 +6,8 @@ Window {
     id: root
 
     required property string message
+    property string heading: "Tapeloop"
+    property string dismissText: "Dismiss"
     property bool showing: false
     // A second button, which takes the place of the first as the default one; empty: none.
     property string defaultButton: ""
@@ -43,7 +45,7 @@ Window {
     Item {
         anchors.fill: parent
         Accessible.role: Accessible.AlertMessage
-        Accessible.name: root.title
+        Accessible.name: root.heading
         Accessible.description: root.message
 
         Column {
@@ -56,16 +58,18 @@ Window {
 
             Text {
                 width: parent.width
-                text: root.title
+                text: root.heading
                 color: palette.windowText
                 font.pointSize: 12
                 font.weight: Font.DemiBold
+                wrapMode: Text.WordWrap
                 Accessible.role: Accessible.StaticText
                 Accessible.name: text
             }
 
             Text {
                 width: parent.width
+                visible: text !== ""
                 text: root.message
                 color: palette.windowText
                 font.pointSize: 10
@@ -87,7 +91,7 @@ Window {
                 AlertButton {
                     id: dismiss
 
-                    text: "Dismiss"
+                    text: root.dismissText
                     isDefault: root.defaultButton === ""
                     onClicked: root.dismissed()
                 }
@@ -98,6 +102,7 @@ Window {
                     visible: root.defaultButton !== ""
                     text: root.defaultButton
                     isDefault: true
+                    Accessible.ignored: !visible
                     onClicked: root.defaultPressed()
                 }
             }

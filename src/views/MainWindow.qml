@@ -9,8 +9,8 @@ Window {
 
     property bool movableByBackground: false
     readonly property bool dark: palette.window.hslLightness < 0.5
-    readonly property int contentWidth: panelArea.width + (sidebar.visible ? sidebar.width + 20 : 0)
-    readonly property int contentHeight: titleBar.height + Math.max(panel.height, sidebar.height) + 24
+    readonly property int contentWidth: Math.max(panelArea.width + (sidebar.visible ? sidebar.width + 20 : 0), sheet.visible ? sheet.width : 0)
+    readonly property int contentHeight: titleBar.height + Math.max(panel.height + 24, sidebar.height + 24, sheet.visible ? sheet.height : 0)
 
     // In one step: the window manager holds a window to the limits that it knows.
     function fit() {
@@ -55,6 +55,7 @@ Window {
     Item {
         id: panelArea
 
+        enabled: !sheet.visible
         y: titleBar.height
         width: panel.width + 60
         height: root.height - y
@@ -71,10 +72,20 @@ Window {
     LibrarySidebar {
         id: sidebar
 
+        enabled: !sheet.visible
         x: panelArea.width
         y: titleBar.height + 4
         model: root.model.library
         available: !root.model.buttonDisabled
+    }
+
+    SettingsSheet {
+        id: sheet
+
+        y: titleBar.height
+        anchors.horizontalCenter: parent.horizontalCenter
+        model: root.model.sheet
+        dark: root.dark
     }
 
     TitleBar {

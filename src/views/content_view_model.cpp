@@ -7,12 +7,13 @@
 
 namespace tapeloop {
 
-ContentViewModel::ContentViewModel(ContentView& view, const Menu& mainMenu)
+ContentViewModel::ContentViewModel(ContentView& view, SheetView& sheet, const Menu& mainMenu)
     : view_(view),
       information_(view.informationButton(), [&view] { view.informationButtonPressed(); }),
       toolbar_(view),
       library_(view),
-      menu_(mainMenu) {
+      menu_(mainMenu),
+      sheet_(sheet) {
   const auto pass = [this](auto& value, void (ContentViewModel::*changed)()) {
     forward(subscriptions_, value, this, changed);
   };

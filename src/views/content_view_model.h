@@ -11,6 +11,7 @@
 #include "views/information_button_model.h"
 #include "views/library_model.h"
 #include "views/menu_model.h"
+#include "views/sheet_model.h"
 #include "views/toolbar_model.h"
 
 namespace tapeloop {
@@ -25,6 +26,7 @@ class ContentViewModel : public QObject {
   Q_PROPERTY(tapeloop::ToolbarModel* toolbar READ toolbar CONSTANT)
   Q_PROPERTY(tapeloop::LibraryModel* library READ library CONSTANT)
   Q_PROPERTY(tapeloop::MenuModel* menu READ menu CONSTANT)
+  Q_PROPERTY(tapeloop::SheetModel* sheet READ sheet CONSTANT)
   Q_PROPERTY(QString recordCaption READ recordCaption NOTIFY recordCaptionChanged)
   Q_PROPERTY(
       bool recordCaptionIsCallout READ recordCaptionIsCallout NOTIFY recordCaptionIsCalloutChanged)
@@ -35,13 +37,14 @@ class ContentViewModel : public QObject {
   Q_PROPERTY(bool showingPlayAlert READ showingPlayAlert NOTIFY showingPlayAlertChanged)
 
  public:
-  /// `view` outlives the model.
-  ContentViewModel(ContentView& view, const Menu& mainMenu);
+  /// `view` and `sheet` outlive the model.
+  ContentViewModel(ContentView& view, SheetView& sheet, const Menu& mainMenu);
 
   [[nodiscard]] InformationButtonModel* information() { return &information_; }
   [[nodiscard]] ToolbarModel* toolbar() { return &toolbar_; }
   [[nodiscard]] LibraryModel* library() { return &library_; }
   [[nodiscard]] MenuModel* menu() { return &menu_; }
+  [[nodiscard]] SheetModel* sheet() { return &sheet_; }
   [[nodiscard]] QString recordCaption() const;
   [[nodiscard]] bool recordCaptionIsCallout() const;
   [[nodiscard]] QColor unpressedColor() const;
@@ -70,6 +73,7 @@ class ContentViewModel : public QObject {
   ToolbarModel toolbar_;
   LibraryModel library_;
   MenuModel menu_;
+  SheetModel sheet_;
   std::vector<Subscription> subscriptions_;
 };
 

@@ -13,9 +13,9 @@ extern void qml_register_types_Tapeloop();
 
 namespace tapeloop {
 
-MainWindow::MainWindow(QQmlEngine& engine, ContentView& view, const Menu& mainMenu,
-                       DefaultsStore& frames)
-    : model_(view, mainMenu) {
+MainWindow::MainWindow(QQmlEngine& engine, ContentView& view, SheetView& sheet,
+                       const Menu& mainMenu, DefaultsStore& frames)
+    : model_(view, sheet, mainMenu) {
   [[maybe_unused]] const auto volatile registration = &qml_register_types_Tapeloop;
   QGuiApplication::setWindowIcon(SymbolProvider::programIcon());
   QQmlComponent component(&engine, QUrl(QStringLiteral("qrc:/Tapeloop/MainWindow.qml")));

@@ -18,7 +18,8 @@ class MainWindow {
  public:
   /// On screen when this returns. `engine`, `view` and `frames`, which keeps where the window was
   /// left, outlive the window.
-  MainWindow(QQmlEngine& engine, ContentView& view, const Menu& mainMenu, DefaultsStore& frames);
+  MainWindow(QQmlEngine& engine, ContentView& view, SheetView& sheet, const Menu& mainMenu,
+             DefaultsStore& frames);
   /// False when the window could not be made; why was written to standard error.
   [[nodiscard]] bool isShown() const { return window_ != nullptr; }
   /// There is one when it is shown.

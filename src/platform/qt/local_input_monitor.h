@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+
+#include <QtCore/QObject>
+#include <QtGui/QKeyEvent>
+#include <QtGui/QMouseEvent>
+
+#include "platform/local_input_monitor.h"
+
+namespace tapeloop::qt {
+
+/// What the X server's key numbers mean.
+struct NativeKeyboard {
+  std::function<std::uint16_t(std::uint8_t keycode)> keyCodeOf;
+  std::function<std::uint64_t(std::uint16_t state)> flagsOf;
+  std::function<bool(std::uint8_t keycode)> isModifierKey;
+};
+
+/// Filters the events of Qt's windows. Main thread only.
+class LocalInputMonitor final : public QObject, public tapeloop::LocalInputMonitor {
+ public:
+  /// There is an application.
+  explicit LocalInputMonitor(NativeKeyboard keyboard);
+
+  std::optional<LocalMonitorToken> addLocalMonitorForEventsMatchingMask(EventMask mask,
+                                                                        Handler handler) override;
+  void removeMonitor(LocalMonitorToken token) override;
+
+  bool eventFilter(QObject* receiver, QEvent* event) override;
+
+ private:
+  struct Monitor {
+    EventMask mask;
+    Handler handler;
+  };
+
+  [[nodiscard]] bool isMonitored(const QKeyEvent& key) const;
+  [[nodiscard]] bool admits(EventType type) const;
+  [[nodiscard]] bool swallows(const InputEvent& event);
+
+  const NativeKeyboard keyboard_;
+  std::map<LocalMonitorToken, Monitor> monitors_;
+  std::uint64_t latestToken_ = 0;
+};
+
+}  // namespace tapeloop::qt

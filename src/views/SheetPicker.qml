@@ -1,0 +1,110 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// One of several choices, which pop up over the sheet. A value that is none of them is shown too.
+T.ComboBox {
+    id: root
+
+    required property string name
+    // With a number as the model: what its first row stands for.
+    property int numbersFrom: 0
+    property int outside: 0
+    readonly property bool isNumber: numbersFrom > 0
+
+    function caption(index: int): string {
+        return isNumber ? String(index + numbersFrom) : textAt(index);
+    }
+
+    implicitHeight: 26
+    leftPadding: 9
+    rightPadding: 20
+    font.pointSize: 10
+    focusPolicy: Qt.StrongFocus
+    Accessible.name: name
+
+    contentItem: Text {
+        text: root.isNumber ? String(root.outside) : root.displayText
+        font: root.font
+        color: root.enabled ? root.palette.windowText : Qt.rgba(0.5, 0.5, 0.5, 1)
+        verticalAlignment: Text.AlignVCenter
+        elide: Text.ElideRight
+        Accessible.ignored: true
+    }
+
+    indicator: Canvas {
+        x: root.width - width - 7
+        anchors.verticalCenter: parent.verticalCenter
+        width: 8
+        height: 5
+        opacity: root.enabled ? 0.8 : 0.35
+        onPaint: {
+            const context = getContext("2d");
+            context.reset();
+            context.strokeStyle = root.palette.windowText;
+            context.lineWidth = 1.5;
+            context.moveTo(1, 0.5);
+            context.lineTo(4, 4);
+            context.lineTo(7, 0.5);
+            context.stroke();
+        }
+    }
+
+    background: Rectangle {
+        radius: 6
+        color: Qt.rgba(0.5, 0.5, 0.5, root.hovered || root.down ? 0.32 : 0.2)
+        opacity: root.enabled ? 1 : 0.6
+
+        FocusRing {
+            control: root
+            controlRadius: 6
+            gap: 2
+            visible: root.visualFocus
+        }
+    }
+
+    delegate: T.ItemDelegate {
+        id: choice
+
+        required property int index
+
+        width: ListView.view ? ListView.view.width : 0
+        implicitHeight: 24
+        text: root.caption(index)
+        highlighted: root.highlightedIndex === index
+
+        contentItem: Text {
+            leftPadding: 8
+            text: choice.text
+            font: root.font
+            color: choice.highlighted ? root.palette.highlightedText : root.palette.windowText
+            verticalAlignment: Text.AlignVCenter
+        }
+
+        background: Rectangle {
+            radius: 4
+            color: choice.highlighted ? root.palette.highlight : "transparent"
+        }
+    }
+
+    popup: T.Popup {
+        y: root.height + 2
+        width: root.width
+        height: Math.min(contentItem.implicitHeight + 8, 200)
+        margins: 4
+        padding: 4
+
+        contentItem: ListView {
+            clip: true
+            implicitHeight: contentHeight
+            model: root.delegateModel
+            currentIndex: root.highlightedIndex
+            boundsBehavior: Flickable.StopAtBounds
+        }
+
+        background: Rectangle {
+            color: root.palette.window
+            border.color: Qt.rgba(0.5, 0.5, 0.5, 0.6)
+            radius: 6
+        }
+    }
+}

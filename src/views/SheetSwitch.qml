@@ -1,0 +1,52 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// A setting that is on or off. Its accessible name is the caption.
+T.Switch {
+    id: root
+
+    implicitWidth: contentItem.implicitWidth
+    implicitHeight: 24
+    spacing: 10
+    font.pointSize: 10
+    focusPolicy: Qt.StrongFocus
+
+    contentItem: Text {
+        text: root.text
+        font: root.font
+        color: root.enabled ? root.palette.windowText : Qt.rgba(0.5, 0.5, 0.5, 1)
+        rightPadding: root.indicator.width + root.spacing
+        verticalAlignment: Text.AlignVCenter
+    }
+
+    indicator: Rectangle {
+        x: root.width - width
+        anchors.verticalCenter: parent.verticalCenter
+        width: 34
+        height: 20
+        radius: 10
+        color: root.checked ? Qt.rgba(43 / 255, 150 / 255, 72 / 255, 1) : Qt.rgba(0.5, 0.5, 0.5, 0.5)
+        opacity: root.enabled ? 1 : 0.45
+
+        Rectangle {
+            x: root.checked ? 16 : 2
+            y: 2
+            width: 16
+            height: 16
+            radius: 8
+            color: root.hovered ? "white" : Qt.rgba(0.95, 0.95, 0.95, 1)
+
+            Behavior on x {
+                NumberAnimation {
+                    duration: 90
+                }
+            }
+        }
+
+        FocusRing {
+            control: root.indicator
+            controlRadius: 10
+            visible: root.visualFocus
+        }
+    }
+}

@@ -1,0 +1,32 @@
+#include "views/recorder_model.h"
+
+#include <QtCore/QMetaObject>
+
+#include "views/forwarding.h"
+
+namespace tapeloop {
+
+RecorderModel::RecorderModel(RecorderCocoa& recorder) : recorder_(recorder) {
+  forward(subscriptions_, recorder.stringValue, this, &RecorderModel::textChanged);
+  forward(subscriptions_, recorder.placeholderString, this, &RecorderModel::placeholderChanged);
+  forward(subscriptions_, recorder.showsCancelButton, this,
+          &RecorderModel::showsCancelButtonChanged);
+  forward(subscriptions_, recorder.isRecording, this, &RecorderModel::isRecordingChanged);
+  subscriptions_.push_back(recorder.alert.subscribe([this] {
+    if (recorder_.alert.get()) alert_ = *recorder_.alert.get();
+    // Not while the key that was refused is still on its way.
+    QMetaObject::invokeMethod(this, &RecorderModel::alertChanged, Qt::QueuedConnection);
+  }));
+  // Nor does the keyboard change hands then.
+  subscriptions_.push_back(recorder.onFocusRequest([this](bool wanted) {
+    QMetaObject::invokeMethod(
+        this, [this, wanted] { Q_EMIT focusRequested(wanted); }, Qt::QueuedConnection);
+  }));
+}
+
+void RecorderModel::becomeFirstResponder(const QRectF& bounds) {
+  recorder_.setBounds({{bounds.x(), bounds.y()}, {bounds.width(), bounds.height()}});
+  recorder_.becomeFirstResponder();
+}
+
+}  // namespace tapeloop
