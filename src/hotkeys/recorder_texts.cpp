@@ -9,7 +9,7 @@ struct Text {
 };
 
 constexpr Text builtIn[] = {
-    {"record_shortcut", "Record Shortcut"},
+    {"record_shortcut", "Set Shortcut"},
     {"press_shortcut", "Press Shortcut"},
     {"keyboard_shortcut_used_by_menu_item",
      "This keyboard shortcut cannot be used because it already belongs to the menu item "

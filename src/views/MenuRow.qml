@@ -14,6 +14,7 @@ T.MenuItem {
     leftPadding: 10
     rightPadding: 10
     Accessible.role: isLine ? Accessible.Separator : Accessible.MenuItem
+    Accessible.onPressAction: click()
 
     contentItem: Item {
         Text {

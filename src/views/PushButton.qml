@@ -16,6 +16,7 @@ T.Button {
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus
 
+    Accessible.onPressAction: click()
     Keys.onReturnPressed: root.clicked()
     Keys.onEnterPressed: root.clicked()
 

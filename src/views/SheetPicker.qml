@@ -37,10 +37,12 @@ T.ComboBox {
         width: 8
         height: 5
         opacity: root.enabled ? 0.8 : 0.35
+        readonly property color ink: root.palette.windowText
+        onInkChanged: requestPaint()
         onPaint: {
             const context = getContext("2d");
             context.reset();
-            context.strokeStyle = root.palette.windowText;
+            context.strokeStyle = ink;
             context.lineWidth = 1.5;
             context.moveTo(1, 0.5);
             context.lineTo(4, 4);

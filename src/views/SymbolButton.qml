@@ -37,16 +37,18 @@ FocusScope {
         anchors.fill: parent
         text: root.label
         enabled: root.available
-        opacity: visualFocus ? 1 : root.buttonOpacity
         hoverEnabled: true
         focus: true
         focusPolicy: root.tabbable ? Qt.StrongFocus : Qt.ClickFocus
-        Accessible.description: root.label
+        Accessible.onPressAction: click()
         Keys.onReturnPressed: root.clicked()
         Keys.onEnterPressed: root.clicked()
         onClicked: root.clicked()
 
+        // A button that can't be seen is still there for those who don't look for it.
         contentItem: Item {
+            opacity: button.visualFocus ? 1 : root.buttonOpacity
+
             Symbol {
                 anchors.centerIn: parent
                 name: root.symbol

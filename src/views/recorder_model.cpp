@@ -13,10 +13,13 @@ RecorderModel::RecorderModel(RecorderCocoa& recorder) : recorder_(recorder) {
           &RecorderModel::showsCancelButtonChanged);
   forward(subscriptions_, recorder.isRecording, this, &RecorderModel::isRecordingChanged);
   subscriptions_.push_back(recorder.alert.subscribe([this] {
-    if (recorder_.alert.get()) alert_ = *recorder_.alert.get();
-    // Not while the key that was refused is still on its way.
-    QMetaObject::invokeMethod(this, &RecorderModel::alertChanged, Qt::QueuedConnection);
+    if (recorder_.alert.get()) {
+      alert_ = *recorder_.alert.get();
+      Q_EMIT alertTextsChanged();
+    }
   }));
+  // Not while the key that was refused is still on its way.
+  forwardLater(subscriptions_, recorder.alert, this, &RecorderModel::showingAlertChanged);
   // Nor does the keyboard change hands then.
   subscriptions_.push_back(recorder.onFocusRequest([this](bool wanted) {
     QMetaObject::invokeMethod(

@@ -22,9 +22,9 @@ class RecorderModel : public QObject {
   Q_PROPERTY(bool showsCancelButton READ showsCancelButton NOTIFY showsCancelButtonChanged)
   Q_PROPERTY(bool isRecording READ isRecording NOTIFY isRecordingChanged)
   Q_PROPERTY(double minimumWidth READ minimumWidth CONSTANT)
-  Q_PROPERTY(bool showingAlert READ showingAlert NOTIFY alertChanged)
-  Q_PROPERTY(QString alertTitle READ alertTitle NOTIFY alertChanged)
-  Q_PROPERTY(QString alertText READ alertText NOTIFY alertChanged)
+  Q_PROPERTY(bool showingAlert READ showingAlert NOTIFY showingAlertChanged)
+  Q_PROPERTY(QString alertTitle READ alertTitle NOTIFY alertTextsChanged)
+  Q_PROPERTY(QString alertText READ alertText NOTIFY alertTextsChanged)
 
  public:
   /// `recorder` outlives the model.
@@ -53,7 +53,8 @@ class RecorderModel : public QObject {
   void placeholderChanged();
   void showsCancelButtonChanged();
   void isRecordingChanged();
-  void alertChanged();
+  void alertTextsChanged();
+  void showingAlertChanged();
   void focusRequested(bool wanted);
 
  private:

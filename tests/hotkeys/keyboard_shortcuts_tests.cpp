@@ -1,0 +1,146 @@
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "hotkeys/keyboard_shortcuts.h"
+#include "hotkeys/shortcut_json.h"
+#include "support/simulated_fixture.h"
+
+namespace tapeloop {
+namespace {
+
+using namespace testing;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+const Shortcut commandShiftR{15, 768};
+const Shortcut f5{96, 0};
+constexpr const char* recordKey = "KeyboardShortcuts_toggleUnicornMode";
+
+class KeyboardShortcutsTest : public SimulatedTest {
+ protected:
+  KeyboardShortcutsTest()
+      : observer_(desktop.notifications.addObserverForName(
+            "KeyboardShortcuts_shortcutByNameDidChange",
+            [this](const Notification& each) { changes.push_back(each.userInfo.at("name")); })) {}
+
+  static simulated::ScriptedHotKeyService::Combination combination(const Shortcut& shortcut) {
+    return {static_cast<std::uint32_t>(shortcut.carbonKeyCode),
+            static_cast<std::uint32_t>(shortcut.carbonModifiers)};
+  }
+  bool press(const Shortcut& shortcut) { return desktop.hotKeys.press(combination(shortcut)); }
+  void release(const Shortcut& shortcut) { desktop.hotKeys.release(combination(shortcut)); }
+
+  std::vector<std::string> changes;
+  KeyboardShortcuts shortcuts{desktop.hotKeys, desktop.defaults, desktop.notifications};
+  const Name record{"toggleUnicornMode", std::nullopt};
+  const Name play{"toggleUnicornMode2", std::nullopt};
+  int runs = 0;
+
+ private:
+  Subscription observer_;
+};
+
+TEST_F(KeyboardShortcutsTest, ASetSlotIsStoredAsJsonAndAClearedOneAsFalse) {
+  shortcuts.setShortcut(record, std::nullopt);
+  EXPECT_THAT(changes, IsEmpty()) << "an empty slot can't be cleared";
+  shortcuts.setShortcut(record, commandShiftR);
+  const auto text = std::get<std::string>(desktop.defaults.objectForKey(recordKey).value());
+  EXPECT_EQ(shortcutFromJson(text), commandShiftR);
+  EXPECT_EQ(shortcuts.shortcut(record), commandShiftR);
+  shortcuts.setShortcut(record, std::nullopt);
+  EXPECT_EQ(desktop.defaults.objectForKey(recordKey), DefaultsValue(false));
+  EXPECT_FALSE(shortcuts.shortcut(record));
+  EXPECT_TRUE(desktop.hotKeys.registrations.empty());
+  EXPECT_THAT(changes, ElementsAre("toggleUnicornMode", "toggleUnicornMode"));
+  shortcuts.name("toggleUnicornMode", f5);
+  EXPECT_FALSE(shortcuts.shortcut(record)) << "a default is for slots that never held anything";
+  shortcuts.name("another", f5);
+  EXPECT_EQ(shortcuts.shortcut({"another", std::nullopt}), f5);
+}
+
+TEST_F(KeyboardShortcutsTest, WhatIsNoShortcutReadsAsNone) {
+  for (const char* text : {"", "{", "[]", "null", R"({"carbonKeyCode":15})", "\xff\xfe",
+                           R"({"carbonKeyCode":"15","carbonModifiers":768})",
+                           R"({"carbonKeyCode":1.5,"carbonModifiers":768})",
+                           R"({"carbonKeyCode":15,"carbonModifiers":99999999999999999999})",
+                           R"({"carbonKeyCode":15,"carbonModifiers":768} x)"}) {
+    ASSERT_EQ(desktop.defaults.setObjectForKey(std::string(text), recordKey), StoreStatus::stored);
+    EXPECT_FALSE(shortcuts.shortcut(record)) << text;
+    shortcuts.onKeyUp(record, [this] { ++runs; });
+  }
+  EXPECT_FALSE(shortcutFromJson(std::string(100'000, '[')));
+  EXPECT_TRUE(desktop.hotKeys.registrations.empty());
+  EXPECT_EQ(shortcutFromJson(R"( {"x":[],"carbonModifiers":768,"carbonKeyCode":15} )"),
+            commandShiftR);
+}
+
+TEST_F(KeyboardShortcutsTest, ActionsRunOnTheirEdgeAsOftenAsTheyWereAdded) {
+  shortcuts.setShortcut(play, commandShiftR);
+  EXPECT_TRUE(press(commandShiftR)) << "nobody acts on it yet";
+  shortcuts.onKeyUp(play, [this] { ++runs; });
+  EXPECT_FALSE(press(commandShiftR));
+  EXPECT_EQ(runs, 0);
+  release(commandShiftR);
+  EXPECT_EQ(runs, 1);
+  shortcuts.onKeyUp(play, [this] { ++runs; });
+  release(commandShiftR);
+  EXPECT_EQ(runs, 3);
+  EXPECT_EQ(desktop.hotKeys.registrations.size(), 1u);
+}
+
+TEST_F(KeyboardShortcutsTest, WhilePausedNothingRunsAndKeysReachTheirApplication) {
+  shortcuts.setShortcut(play, f5);
+  shortcuts.onKeyDown(play, [this] { ++runs; });
+  shortcuts.beginPause();
+  shortcuts.beginPause();
+  shortcuts.endPause();
+  EXPECT_TRUE(press(f5)) << "one of two pauses is still on";
+  EXPECT_EQ(runs, 0);
+  shortcuts.endPause();
+  EXPECT_FALSE(press(f5));
+  EXPECT_EQ(runs, 1);
+}
+
+TEST_F(KeyboardShortcutsTest, TwoSlotsShareACombinationUntilTheLastOfThemChanges) {
+  std::vector<std::string> ran;
+  shortcuts.setShortcut(record, f5);
+  shortcuts.setShortcut(play, f5);
+  shortcuts.onKeyUp(record, [&] { ran.emplace_back("record"); });
+  shortcuts.onKeyUp(play, [&] { ran.emplace_back("play"); });
+  release(f5);
+  EXPECT_THAT(ran, ElementsAre("record", "play"));
+  shortcuts.setShortcut(record, commandShiftR);
+  release(f5);
+  release(commandShiftR);
+  EXPECT_THAT(ran, ElementsAre("record", "play", "play", "record"));
+  shortcuts.setShortcut(play, std::nullopt);
+  EXPECT_TRUE(press(f5));
+}
+
+TEST_F(KeyboardShortcutsTest, AnActionMayClearItsSlotAndAddActions) {
+  shortcuts.setShortcut(record, f5);
+  shortcuts.onKeyUp(record, [&] {
+    ++runs;
+    shortcuts.setShortcut(record, std::nullopt);
+    shortcuts.onKeyUp(record, [this] { ++runs; });
+  });
+  release(f5);
+  release(f5);
+  EXPECT_EQ(runs, 1);
+}
+
+TEST_F(KeyboardShortcutsTest, WhatTheStoreRefusesHoldsForThisRunAndWhatItHadIsKept) {
+  shortcuts.setShortcut(record, f5);
+  shortcuts.onKeyUp(record, [this] { ++runs; });
+  desktop.defaults.setStatus(StoreStatus::diskFull);
+  shortcuts.setShortcut(record, commandShiftR);
+  EXPECT_EQ(shortcuts.shortcut(record), commandShiftR);
+  release(commandShiftR);
+  EXPECT_EQ(runs, 1);
+  KeyboardShortcuts next(desktop.hotKeys, desktop.defaults, desktop.notifications);
+  EXPECT_EQ(next.shortcut(record), f5);
+}
+
+}  // namespace
+}  // namespace tapeloop

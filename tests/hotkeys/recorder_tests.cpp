@@ -1,0 +1,173 @@
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "hotkeys/recorder_cocoa.h"
+#include "support/simulated_fixture.h"
+
+namespace tapeloop {
+namespace {
+
+using namespace testing;
+using namespace modifier_flag;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+const Shortcut commandR{15, 0x100};
+
+class RecorderTest : public SimulatedTest {
+ protected:
+  RecorderTest() {
+    Menu menu;
+    menu.items = {{"Quit Tapeloop", MenuAction::terminate, "q", {}}};
+    desktop.mainMenu.setMainMenu(menu);
+    recorder->setBounds({{100, 50}, {130, 26}});
+    focus_ = recorder->onFocusRequest([this](bool wanted) { focusRequests.push_back(wanted); });
+  }
+  RecorderServices services() {
+    return {shortcuts,          desktop.notifications, desktop.hotKeys, desktop.keyboardLayouts,
+            desktop.localInput, desktop.mainMenu,      desktop.sound,   texts};
+  }
+  EventPass type(std::uint16_t code, std::uint64_t flags = 0) {
+    return desktop.localInput.send(keyDown(0, code, flags));
+  }
+  void expectIdle() {
+    EXPECT_FALSE(recorder->isRecording.get());
+    EXPECT_FALSE(shortcuts.isPaused());
+    EXPECT_FALSE(desktop.localInput.isAnyInstalled());
+    EXPECT_EQ(recorder->placeholderString.get(), texts.text("record_shortcut"));
+  }
+
+  const RecorderTexts texts;
+  KeyboardShortcuts shortcuts{desktop.hotKeys, desktop.defaults, desktop.notifications};
+  const Name slot{"slot", std::nullopt};
+  std::vector<std::optional<Shortcut>> changes;
+  std::vector<bool> focusRequests;
+  std::unique_ptr<RecorderCocoa> recorder = std::make_unique<RecorderCocoa>(
+      services(), slot, [this](const auto& changed) { changes.push_back(changed); });
+
+ private:
+  Subscription focus_;
+};
+
+TEST_F(RecorderTest, AcceptsACombinationShowsItAndStoresIt) {
+  recorder->becomeFirstResponder();
+  EXPECT_EQ(recorder->placeholderString.get(), texts.text("press_shortcut"));
+  EXPECT_TRUE(shortcuts.isPaused());
+  EXPECT_FALSE(recorder->showsCancelButton.get());
+  EXPECT_EQ(type(15, command | capsLock | function), EventPass::swallow);
+  EXPECT_EQ(recorder->stringValue.get(), "⌘R");
+  EXPECT_TRUE(recorder->showsCancelButton.get());
+  EXPECT_EQ(shortcuts.shortcut(slot), commandR);
+  EXPECT_THAT(changes, ElementsAre(commandR));
+  EXPECT_THAT(focusRequests, ElementsAre(false));
+  expectIdle();
+}
+
+TEST_F(RecorderTest, BareKeysBeepAndFunctionKeysNeedNoModifier) {
+  recorder->becomeFirstResponder();
+  for (const std::uint64_t flags : {std::uint64_t{0}, shift, capsLock}) {
+    EXPECT_EQ(type(0, flags), EventPass::swallow);
+  }
+  EXPECT_EQ(type(48, shift), EventPass::swallow);
+  EXPECT_EQ(desktop.sound.beeps, 4);
+  EXPECT_TRUE(recorder->isRecording.get());
+  EXPECT_THAT(changes, IsEmpty());
+  type(96, shift);
+  EXPECT_EQ(shortcuts.shortcut(slot), (Shortcut{96, 0x200}));
+  expectIdle();
+}
+
+TEST_F(RecorderTest, EscapeTabAndClicksOutsideEndItAndKeepTheOldValue) {
+  shortcuts.setShortcut(slot, commandR);
+  recorder->becomeFirstResponder();
+  EXPECT_EQ(type(53), EventPass::swallow);
+  expectIdle();
+  recorder->becomeFirstResponder();
+  EXPECT_EQ(type(48), EventPass::passOn);
+  expectIdle();
+  recorder->becomeFirstResponder();
+  EXPECT_EQ(desktop.localInput.send(leftUp(0, {97.5, 78})), EventPass::swallow);
+  EXPECT_EQ(desktop.localInput.send(mouse(EventType::rightMouseUp, 0, {233, 53})),
+            EventPass::swallow);
+  EXPECT_EQ(desktop.localInput.send(leftUp(0, {96.5, 60})), EventPass::passOn);
+  expectIdle();
+  recorder->becomeFirstResponder();
+  recorder->resignFirstResponder();
+  expectIdle();
+  EXPECT_EQ(shortcuts.shortcut(slot), commandR);
+  EXPECT_THAT(changes, IsEmpty());
+  EXPECT_THAT(focusRequests, ElementsAre(false, false));
+}
+
+TEST_F(RecorderTest, DeletingClearsTheSlotAndGoesOnRecording) {
+  for (const auto code : {std::uint16_t{51}, std::uint16_t{117}}) {
+    shortcuts.setShortcut(slot, commandR);
+    recorder->becomeFirstResponder();
+    EXPECT_EQ(type(code), EventPass::swallow);
+    EXPECT_EQ(recorder->stringValue.get(), "");
+    EXPECT_FALSE(recorder->showsCancelButton.get());
+    EXPECT_FALSE(shortcuts.shortcut(slot));
+    EXPECT_TRUE(recorder->isRecording.get());
+  }
+  EXPECT_THAT(changes, ElementsAre(std::nullopt, std::nullopt));
+  EXPECT_EQ(type(51, command), EventPass::swallow) << "with a modifier it is a combination";
+  EXPECT_EQ(shortcuts.shortcut(slot), (Shortcut{51, 0x100}));
+}
+
+TEST_F(RecorderTest, CombinationsThatAreTakenAreRefusedWithAnAlertAndRecordingResumes) {
+  desktop.hotKeys.symbolic = {{true, 49, 0x1000}};
+  recorder->becomeFirstResponder();
+  type(12, command);
+  expectIdle();
+  ASSERT_TRUE(recorder->alert.get());
+  EXPECT_NE(recorder->alert.get()->title.find("“Quit Tapeloop”"), std::string::npos);
+  EXPECT_EQ(recorder->alert.get()->informativeText, "");
+  recorder->dismissAlert();
+  EXPECT_FALSE(recorder->alert.get());
+  EXPECT_THAT(focusRequests, ElementsAre(false, true));
+
+  recorder->becomeFirstResponder();
+  type(49, control);
+  ASSERT_TRUE(recorder->alert.get());
+  EXPECT_EQ(recorder->alert.get()->title, texts.text("keyboard_shortcut_used_by_system"));
+  EXPECT_EQ(recorder->alert.get()->informativeText,
+            texts.text("keyboard_shortcuts_can_be_changed"));
+  EXPECT_THAT(changes, IsEmpty());
+}
+
+TEST_F(RecorderTest, TheTextFollowsTheSlotItsNameAndTheLayout) {
+  shortcuts.setShortcut(slot, commandR);
+  EXPECT_EQ(recorder->stringValue.get(), "⌘R");
+  desktop.keyboardLayouts.use(
+      std::make_shared<simulated::ScriptedLayout>(std::map<std::uint16_t, std::string>{{15, "p"}}));
+  EXPECT_EQ(recorder->stringValue.get(), "⌘P");
+  shortcuts.setShortcut({"other", std::nullopt}, Shortcut{96, 0});
+  EXPECT_EQ(recorder->stringValue.get(), "⌘P");
+  recorder->setShortcutName({"other", std::nullopt});
+  EXPECT_EQ(recorder->stringValue.get(), "F5");
+}
+
+TEST_F(RecorderTest, OneThatGoesWhileItRecordsLeavesNothingBehind) {
+  RecorderCocoa other(services(), {"other", std::nullopt});
+  recorder->becomeFirstResponder();
+  other.becomeFirstResponder();
+  recorder.reset();
+  EXPECT_TRUE(shortcuts.isPaused());
+  other.resignFirstResponder();
+  EXPECT_FALSE(shortcuts.isPaused());
+  EXPECT_FALSE(desktop.localInput.isAnyInstalled());
+}
+
+TEST(RecorderTextsTest, AFormatTakesOneArgumentWhateverItsText) {
+  const RecorderTexts texts(
+      {{"a", "no place"}, {"b", "%@ and %@"}, {"c", "%s%n%@"}, {"press_shortcut", "Drück"}});
+  EXPECT_EQ(texts.format("a", "x"), "no place");
+  EXPECT_EQ(texts.format("b", "%@"), "%@ and %@");
+  EXPECT_EQ(texts.format("c", "x"), "%s%nx");
+  EXPECT_EQ(texts.text("press_shortcut"), "Drück");
+  EXPECT_EQ(texts.text("unknown"), "");
+}
+
+}  // namespace
+}  // namespace tapeloop
