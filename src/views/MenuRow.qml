@@ -14,7 +14,10 @@ T.MenuItem {
     leftPadding: 10
     rightPadding: 10
     Accessible.role: isLine ? Accessible.Separator : Accessible.MenuItem
-    Accessible.onPressAction: click()
+    Accessible.onPressAction: {
+        root.triggered();
+        root.menu?.dismiss();
+    }
 
     contentItem: Item {
         Text {

@@ -16,7 +16,8 @@ T.Button {
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus
 
-    Accessible.onPressAction: click()
+    Accessible.onPressAction: if (enabled)
+        root.clicked()
     Keys.onReturnPressed: root.clicked()
     Keys.onEnterPressed: root.clicked()
 

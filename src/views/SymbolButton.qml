@@ -40,7 +40,8 @@ FocusScope {
         hoverEnabled: true
         focus: true
         focusPolicy: root.tabbable ? Qt.StrongFocus : Qt.ClickFocus
-        Accessible.onPressAction: click()
+        Accessible.onPressAction: if (root.available)
+            root.clicked()
         Keys.onReturnPressed: root.clicked()
         Keys.onEnterPressed: root.clicked()
         onClicked: root.clicked()
