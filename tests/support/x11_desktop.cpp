@@ -145,6 +145,12 @@ ContentView& X11Desktop::contentView() {
 x11::X11EventSynthesis& X11Desktop::synthesis() {
   return services_->synthesis;
 }
+HotKeyService& X11Desktop::hotKeys() {
+  return services_->hotKeys;
+}
+KeyboardLayouts& X11Desktop::keyboardLayouts() {
+  return services_->layouts;
+}
 std::vector<Screen> X11Desktop::screens() const {
   return services_->screens.screens();
 }

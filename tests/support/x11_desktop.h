@@ -39,6 +39,8 @@ class X11Desktop {
 
   [[nodiscard]] ContentView& contentView();
   [[nodiscard]] x11::X11EventSynthesis& synthesis();
+  [[nodiscard]] HotKeyService& hotKeys();
+  [[nodiscard]] KeyboardLayouts& keyboardLayouts();
   [[nodiscard]] std::vector<Screen> screens() const;
   [[nodiscard]] bool isConnectionLost() const;
 

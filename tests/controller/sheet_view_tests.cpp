@@ -1,0 +1,89 @@
+#include <memory>
+
+#include "controller/sheet_view.h"
+#include "controller/shortcut_names.h"
+#include "support/simulated_fixture.h"
+
+namespace tapeloop {
+namespace {
+
+using namespace testing;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class SheetViewTest : public SimulatedTest {
+ protected:
+  Settings settings{desktop.defaults};
+  State<bool> shown{false};
+  KeyboardShortcuts shortcuts{desktop.hotKeys, desktop.defaults, desktop.notifications};
+  const RecorderTexts texts;
+  SheetView sheet{shown,
+                  settings,
+                  desktop.trace,
+                  {shortcuts, desktop.notifications, desktop.hotKeys, desktop.keyboardLayouts,
+                   desktop.localInput, desktop.mainMenu, desktop.sound, texts}};
+  void open() {
+    shown.set(true);
+    sheet.onAppear();
+  }
+};
+
+TEST_F(SheetViewTest, TheCaptionTellsTheRunsAsTheyWillBeCounted) {
+  open();
+  const std::pair<double, const char*> captions[] = {
+      {0.4, "Repeat Unlimited Times"}, {1.0, "Repeat 1 Time"},
+      {1.9, "Repeat 1 Time"},          {2.0, "Repeat 2 Times"},
+      {0.0, "Repeat Unlimited Times"}, {5.9, "Repeat 5 Times"},
+      {-3.0, "Repeat 5 Times"},        {100.0, "Repeat 100 Times"},
+      {-3.5, "Repeat 100 Times"},      {1e300, "Repeat 9000000000000000000 Times"}};
+  for (const auto& [times, caption] : captions) {
+    sheet.timesToRepeat.set(times);
+    EXPECT_EQ(sheet.repeatCaption(), caption) << times;
+  }
+}
+
+TEST_F(SheetViewTest, AChangeOfTheRunsIsPrintedInItsShortestForm) {
+  open();
+  EXPECT_THAT(lines(), IsEmpty());
+  for (const double times : {37.25, 6.0, 0.1, 0.0}) sheet.timesToRepeat.set(times);
+  EXPECT_THAT(lines(), ElementsAre("37.25", "6.0", "0.1", "0.0"));
+  shown.set(false);
+  sheet.timesToRepeat.set(3);
+  EXPECT_THAT(lines(), IsEmpty()) << "the sheet is away";
+}
+
+TEST_F(SheetViewTest, OpeningBringsTheCaptionsUpToDate) {
+  settings.timesToRepeat.set(1);
+  settings.waittimenumber.set(1);
+  open();
+  EXPECT_EQ(sheet.repeatCaption(), "Repeat 1 Time");
+  EXPECT_EQ(sheet.minutesLabel.get(), "Minute");
+  sheet.waittimenumber.set(2);
+  EXPECT_EQ(sheet.secondsLabel.get(), "Seconds");
+  EXPECT_EQ(sheet.hoursLabel.get(), "Hours");
+  EXPECT_EQ(settings.waittimeunit.get(), "seconds");
+}
+
+TEST_F(SheetViewTest, EditsAreStoredAtOnceAndSaveOnlyResetsTheCountAndCloses) {
+  open();
+  settings.playCount.set(3);
+  sheet.playbackSpeed.set(7);
+  EXPECT_EQ(desktop.defaults.objectForKey("playbackSpeed"), DefaultsValue(7.0));
+  EXPECT_EQ(sheet.speedCaption(), "Playback Speed: 7x");
+  int countWhenClosed = -1;
+  const auto watch = shown.subscribe([&] { countWhenClosed = int(settings.playCount.get()); });
+  sheet.saveButtonPressed();
+  EXPECT_THAT(lines(), ElementsAre("Saving Settings..."));
+  EXPECT_FALSE(shown.get());
+  EXPECT_EQ(countWhenClosed, 0);
+}
+
+TEST_F(SheetViewTest, EachFieldEditsItsOwnSlot) {
+  sheet.playShortcut().becomeFirstResponder();
+  desktop.localInput.send(keyDown(0, 96));
+  EXPECT_EQ(shortcuts.shortcut(toggleUnicornMode2), (Shortcut{96, 0}));
+  EXPECT_FALSE(shortcuts.shortcut(toggleUnicornMode));
+}
+
+}  // namespace
+}  // namespace tapeloop

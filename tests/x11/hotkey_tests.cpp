@@ -1,0 +1,259 @@
+#include <csignal>
+#include <cstdlib>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <xcb/xcb.h>
+
+#include "controller/shortcut_names.h"
+#include "hotkeys/shortcut.h"
+#include "support/child_process.h"
+#include "support/x_connection.h"
+#include "x11_fixture.h"
+
+// Shortcuts and Escape while another application has the focus.
+
+using namespace tapeloop;
+using namespace tapeloop::support;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+namespace {
+
+const Shortcut controlOptionR{15, controlKey | optionKey};
+const Shortcut controlOptionP{35, controlKey | optionKey};
+
+class HotKeys : public X11Test {
+ protected:
+  HotKeys() {
+    shortcuts().setShortcut(toggleUnicornMode, controlOptionR);
+    shortcuts().setShortcut(toggleUnicornMode2, controlOptionP);
+    desktop.sync();
+  }
+  KeyboardShortcuts& shortcuts() { return desktop.contentView().keyboardShortcuts(); }
+  [[nodiscard]] bool isRecording() {
+    return desktop.contentView().captureState().isRecording.get();
+  }
+  [[nodiscard]] bool turnUntil(const std::function<bool()>& condition) {
+    return desktop.runUntilElsewhere(condition, patience);
+  }
+  /// Everything that the user has done so far has been handled.
+  void settle() {
+    bool turned = false;
+    desktop.sync();
+    const auto observed = observer.size();
+    ASSERT_TRUE(turnUntil([&] { return std::exchange(turned, true) || observed == 0; }));
+    desktop.sync();
+    turned = false;
+    ASSERT_TRUE(turnUntil([&] { return std::exchange(turned, true); }));
+  }
+  void down(std::initializer_list<std::string_view> keys) {
+    for (const auto key : keys) poster.pressKey(key);
+  }
+  void up(std::initializer_list<std::string_view> keys) {
+    for (const auto key : keys) poster.releaseKey(key);
+  }
+  void strike(std::string_view key, int times = 1) {
+    const std::uint8_t keys[] = {poster.keycode("Control_L"), poster.keycode("Alt_L"),
+                                 poster.keycode(key)};
+    for (; times > 0; --times) {
+      for (const auto each : keys) poster.post({.kind = XEventKind::keyPress, .detail = each});
+      for (const auto each : keys) poster.post({.kind = XEventKind::keyRelease, .detail = each});
+    }
+    poster.sync();
+  }
+  /// Of the keys that the other application saw, those that are no modifiers.
+  [[nodiscard]] std::vector<std::uint8_t> keysSeen() const {
+    std::vector<std::uint8_t> keys;
+    for (const auto& event : withoutModifierKeys(window.received())) {
+      if (event.kind == XEventKind::keyPress) keys.push_back(event.detail);
+    }
+    return keys;
+  }
+  [[nodiscard]] std::vector<InputEvent> logged() {
+    std::vector<InputEvent> events;
+    const EventLog& log = desktop.contentView().captureState().eventLog;
+    for (std::size_t i = 0; i < log.size(); ++i) events.push_back(log[i]);
+    return events;
+  }
+  static InputEvent keyAt(EventType type, double offset, std::uint16_t code,
+                          std::uint64_t flags = 0) {
+    InputEvent event = inputEvent(type, offset);
+    event.keyCode = code;
+    event.modifierFlags = flags;
+    return event;
+  }
+};
+
+/// Another program that has a combination to itself.
+class Grabber {
+ public:
+  Grabber(const std::string& display, std::uint8_t keycode, std::uint16_t modifiers)
+      : connection_(display) {
+    xcb_grab_key(connection_, 0, xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root,
+                 modifiers, keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+    connection_.sync();
+  }
+
+ private:
+  XConnection connection_;
+};
+
+}  // namespace
+
+TEST_F(HotKeys, RecordShortcutTogglesOnReleaseOfTheWholeAndLeavesNoTrace) {
+  down({"Control_L", "Alt_L", "r"});
+  up({"r", "Alt_L"});
+  settle();
+  EXPECT_FALSE(isRecording()) << "Control is still down";
+  up({"Control_L"});
+  ASSERT_TRUE(turnUntil([this] { return isRecording(); }));
+  poster.tapKey("x");
+  down({"Control_L"});
+  poster.tapKey("y");
+  down({"Alt_L", "r"});
+  settle();
+  EXPECT_TRUE(isRecording());
+  up({"Control_L", "Alt_L", "r"});
+  ASSERT_TRUE(turnUntil([this] { return !isRecording(); }));
+
+  std::vector<std::uint16_t> codes;
+  for (const auto& event : logged()) codes.push_back(event.keyCode);
+  EXPECT_THAT(codes, ElementsAre(7, 7, 16, 16));
+  ASSERT_TRUE(turnUntil([this] { return keysSeen().size() >= 2; }));
+  EXPECT_THAT(keysSeen(), ElementsAre(poster.keycode("x"), poster.keycode("y")));
+}
+
+TEST_F(HotKeys, PlayShortcutWaitsUntilTheUsersModifiersAreGone) {
+  desktop.setLog({keyAt(EventType::keyDown, 0, 15), keyAt(EventType::keyUp, 0.01, 15),
+                  keyAt(EventType::keyDown, 0.02, 35), keyAt(EventType::keyUp, 0.03, 35)});
+  down({"Control_L", "Alt_L", "p"});
+  up({"p"});
+  settle();
+  up({"Control_L"});
+  settle();
+  EXPECT_FALSE(desktop.isPlaying());
+  window.clear();
+  up({"Alt_L"});
+  ASSERT_TRUE(turnUntil([this] { return window.count(XEventKind::keyRelease) >= 3; }));
+  EXPECT_THAT(keysSeen(), ElementsAre(poster.keycode("r"), poster.keycode("p")));
+  for (const auto& event : withoutModifierKeys(window.received())) EXPECT_EQ(event.state, 0);
+}
+
+TEST_F(HotKeys, EscapeIsTheApplicationsUntilSomethingPlays) {
+  poster.tapKey("Escape");
+  EXPECT_TRUE(window.waitFor(2, patience));
+  settle();
+  desktop.setLog({keyAt(EventType::keyDown, 0, 15), keyAt(EventType::keyUp, 3600, 15)});
+  desktop.startPlayback(1);
+  ASSERT_TRUE(turnUntil([this] { return window.count(XEventKind::keyPress) == 2; }));
+  poster.tapKey("Escape");
+  ASSERT_TRUE(turnUntil([this] { return !desktop.isPlaying(); }));
+  settle();
+  EXPECT_THAT(keysSeen(), ElementsAre(poster.keycode("Escape"), poster.keycode("r")));
+  poster.tapKey("Escape");
+  EXPECT_TRUE(turnUntil([this] { return window.count(XEventKind::keyPress) == 3; }));
+}
+
+TEST_F(HotKeys, PostedEscapeAndShortcutsReachTheApplicationAndTriggerNothing) {
+  const std::uint64_t flags = modifier_flag::control | modifier_flag::option;
+  desktop.setLog({keyAt(EventType::keyDown, 0, 53), keyAt(EventType::keyUp, 0.01, 53),
+                  keyAt(EventType::keyDown, 0.02, 15, flags),
+                  keyAt(EventType::keyUp, 0.03, 15, flags), keyAt(EventType::keyDown, 0.04, 53),
+                  keyAt(EventType::keyUp, 3600, 53)});
+  desktop.startPlayback(1);
+  ASSERT_TRUE(turnUntil([this] { return window.count(XEventKind::keyPress) == 3; }));
+  settle();
+  EXPECT_TRUE(desktop.isPlaying());
+  EXPECT_FALSE(isRecording());
+  EXPECT_THAT(keysSeen(),
+              ElementsAre(poster.keycode("Escape"), poster.keycode("r"), poster.keycode("Escape")));
+  poster.releaseKey("Escape");
+  poster.tapKey("Escape");
+  EXPECT_TRUE(turnUntil([this] { return !desktop.isPlaying(); })) << "the user's own stops";
+}
+
+TEST_F(HotKeys, EscapeStopsWhileAnotherProgramHasTheKeyboardToItself) {
+  desktop.setLog({keyAt(EventType::keyDown, 0, 15), keyAt(EventType::keyUp, 3600, 15)});
+  desktop.startPlayback(1);
+  ASSERT_TRUE(turnUntil([this] { return window.count(XEventKind::keyPress) == 1; }));
+  const XConnection menu(server.display());
+  std::free(xcb_grab_keyboard_reply(
+      menu,
+      xcb_grab_keyboard(menu, 0, xcb_setup_roots_iterator(xcb_get_setup(menu)).data->root,
+                        XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
+      nullptr));
+  poster.tapKey("Escape");
+  EXPECT_TRUE(turnUntil([this] { return !desktop.isPlaying(); }));
+}
+
+TEST_F(HotKeys, LocksAndLayoutsMakeNoDifference) {
+  bool expected = false;
+  const auto strikeAndExpectToggle = [&](const char* what) {
+    strike("r");
+    expected = !expected;
+    EXPECT_TRUE(turnUntil([&] { return isRecording() == expected; })) << what;
+  };
+  for (const char* lock : {"Num_Lock", "Caps_Lock"}) {
+    poster.tapKey(lock);
+    strikeAndExpectToggle(lock);
+  }
+  const auto setLayout = [this](const char* layout) {
+    ChildProcess setxkbmap({"setxkbmap", layout}, {server.displayVariable()});
+    ASSERT_EQ(setxkbmap.wait(patience), 0);
+  };
+  auto& layouts = desktop.keyboardLayouts();
+  EXPECT_EQ(displayText({16, controlKey}, layouts), "⌃Y");
+  setLayout("de,us");
+  EXPECT_TRUE(turnUntil([&] { return displayText({16, controlKey}, layouts) == "⌃Z"; }));
+  EXPECT_EQ(displayText({41, 0}, layouts), "Ö");
+  strikeAndExpectToggle("another layout");
+  setLayout("gr,us");
+  EXPECT_TRUE(turnUntil([&] {
+    return displayText({16, controlKey}, layouts) == "⌃Y";
+  })) << "Greek writes no Latin letters";
+  setLayout("us");
+}
+
+TEST_F(HotKeys, WhatAnotherProgramHasIsKnownAndRefusedAndFreeAgainLater) {
+  const auto f7 = poster.keycode("F7");
+  std::vector<Shortcut> before = systemShortcuts(desktop.hotKeys());
+  EXPECT_THAT(before, IsEmpty()) << "our own are not another program's";
+  std::optional<EventHotKeyRef> hotKey;
+  {
+    const Grabber other(server.display(), f7, XCB_MOD_MASK_CONTROL);
+    EXPECT_THAT(systemShortcuts(desktop.hotKeys()), ElementsAre(Shortcut{98, controlKey}));
+    EXPECT_EQ(desktop.hotKeys().RegisterEventHotKey(
+                  98, controlKey, {}, desktop.hotKeys().GetEventDispatcherTarget().value(), 0,
+                  HotKeyClaim::take, hotKey),
+              eventHotKeyExistsErr);
+  }
+  EXPECT_TRUE(turnUntil([&] { return systemShortcuts(desktop.hotKeys()).empty(); }));
+  EXPECT_EQ(desktop.hotKeys().RegisterEventHotKey(
+                98, controlKey, {}, desktop.hotKeys().GetEventDispatcherTarget().value(), 0,
+                HotKeyClaim::take, hotKey),
+            noErr);
+  strike("r");
+  EXPECT_TRUE(turnUntil([this] { return isRecording(); })) << "asking took no key away";
+}
+
+TEST_F(HotKeys, TenThousandStrikesAreTenThousandActions) {
+  constexpr int strikes = 10'000;
+  int changes = 0;
+  int strikesLeft = strikes;
+  const auto counted =
+      desktop.contentView().captureState().isRecording.subscribe([&changes] { ++changes; });
+  while (strikesLeft > 0) {
+    const int batch = std::min(strikesLeft, 100);
+    strike("r", batch);
+    strikesLeft -= batch;
+    ASSERT_TRUE(turnUntil([&] { return changes >= strikes - strikesLeft; })) << changes;
+  }
+  settle();
+  EXPECT_EQ(changes, strikes);
+  EXPECT_FALSE(isRecording());
+  EXPECT_THAT(keysSeen(), IsEmpty());
+}
