@@ -48,6 +48,9 @@ Item {
             anchors.fill: parent
             anchors.margins: 7
             highlightMoveDuration: 0
+            // The first row of all is the one that Tab stops at.
+            onCountChanged: if (currentIndex < 0 && count > 0)
+                currentIndex = 0
             clip: true
             reuseItems: true
             // The pointer drags rows; the list scrolls with the wheel and the bar.

@@ -16,6 +16,8 @@ T.Button {
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus
 
+    // Qt tells nobody that an item is disabled.
+    Accessible.description: enabled ? "" : "Unavailable"
     Accessible.onPressAction: if (enabled)
         root.clicked()
     Keys.onReturnPressed: root.clicked()

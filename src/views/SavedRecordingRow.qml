@@ -25,9 +25,13 @@ FocusScope {
     Accessible.role: Accessible.ListItem
     Accessible.name: recordingName
     Component.onCompleted: rows.appear(index)
-    ListView.onReused: rows.appear(index)
+    ListView.onReused: {
+        visible = true;
+        rows.appear(index);
+    }
     // The pointer leaves the row, not the item, which will be another row.
     ListView.onPooled: {
+        visible = false;
         field.focus = false;
         rows.hoverLoad(index, false);
         rows.hoverTrash(index, false);

@@ -40,6 +40,7 @@ FocusScope {
         hoverEnabled: true
         focus: true
         focusPolicy: root.tabbable ? Qt.StrongFocus : Qt.ClickFocus
+        Accessible.description: enabled ? "" : "Unavailable"
         Accessible.onPressAction: if (root.available)
             root.clicked()
         Keys.onReturnPressed: root.clicked()
