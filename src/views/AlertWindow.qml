@@ -20,7 +20,8 @@ Window {
     color: palette.window
     visible: showing
     width: 360
-    height: body.height + 48
+    // Not the column's own height, which is worked out only once the window is on the screen.
+    height: heading.height + (details.text === "" ? 0 : details.height + body.spacing) + 4 + dismiss.height + 2 * body.spacing + 48
     minimumWidth: width
     maximumWidth: width
     minimumHeight: height
@@ -57,6 +58,8 @@ Window {
             spacing: 8
 
             Text {
+                id: heading
+
                 width: parent.width
                 text: root.heading
                 color: palette.windowText
@@ -68,6 +71,8 @@ Window {
             }
 
             Text {
+                id: details
+
                 width: parent.width
                 visible: text !== ""
                 text: root.message

@@ -58,7 +58,9 @@ void SavedRecordingsModel::load(int row) {
 void SavedRecordingsModel::loadFromMenu(int row) {
   view_.library().loadSavedRecording(LoadVariant::contextMenu, static_cast<std::size_t>(row));
 }
+// A row that is going has no place any more, and may still be told that the pointer leaves it.
 void SavedRecordingsModel::edit(int row, const QString& text) {
+  if (row < 0) return;
   state_.rows.selectedRecordingName.set(static_cast<std::size_t>(row), text.toStdString());
 }
 void SavedRecordingsModel::rename(int row) {
@@ -71,12 +73,15 @@ QString SavedRecordingsModel::drag(int row) {
   return QString::fromStdString(view_.library().dragRecording(static_cast<std::size_t>(row)));
 }
 void SavedRecordingsModel::hoverRow(int row, bool hovering) {
+  if (row < 0) return;
   state_.rows.hoverRow(static_cast<std::size_t>(row), hovering);
 }
 void SavedRecordingsModel::hoverLoad(int row, bool hovering) {
+  if (row < 0) return;
   state_.rows.hoverLoadButton(static_cast<std::size_t>(row), hovering);
 }
 void SavedRecordingsModel::hoverTrash(int row, bool hovering) {
+  if (row < 0) return;
   state_.rows.hoverTrashButton(static_cast<std::size_t>(row), hovering);
 }
 
@@ -89,9 +94,15 @@ void SavedRecordingsModel::changeRowCount() {
     count_ = count;
     endInsertRows();
   } else if (count < count_) {
+    const int before = count_;
     beginRemoveRows({}, count, count_ - 1);
     count_ = count;
     endRemoveRows();
+    for (int row = count; row < before; ++row) {
+      hoverLoad(row, false);
+      hoverTrash(row, false);
+      hoverRow(row, false);
+    }
   }
 }
 
