@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include <QtCore/QCoreApplication>
+#include <QtGui/QGuiApplication>
 
 namespace tapeloop::qt {
 namespace {
@@ -27,18 +27,28 @@ std::uint8_t keycodeOf(const QKeyEvent& key) {
 }  // namespace
 
 LocalInputMonitor::LocalInputMonitor(NativeKeyboard keyboard) : keyboard_(std::move(keyboard)) {
-  QCoreApplication::instance()->installEventFilter(this);
+  QGuiApplication::instance()->installEventFilter(this);
 }
 
 std::optional<LocalMonitorToken> LocalInputMonitor::addLocalMonitorForEventsMatchingMask(
     EventMask mask, Handler handler) {
   const LocalMonitorToken token{++latestToken_};
   monitors_.emplace(token, Monitor{mask, std::move(handler)});
+  holdKeyboard();
   return token;
 }
 
 void LocalInputMonitor::removeMonitor(LocalMonitorToken token) {
   monitors_.erase(token);
+  holdKeyboard();
+}
+
+void LocalInputMonitor::holdKeyboard() {
+  QWindow* const wanted = admits(EventType::keyDown) ? QGuiApplication::focusWindow() : nullptr;
+  if (holder_ == wanted) return;
+  if (holder_) holder_->setKeyboardGrabEnabled(false);
+  if (wanted) wanted->setKeyboardGrabEnabled(true);
+  holder_ = wanted;
 }
 
 bool LocalInputMonitor::eventFilter(QObject* receiver, QEvent* event) {

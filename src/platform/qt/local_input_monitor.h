@@ -6,8 +6,10 @@
 #include <optional>
 
 #include <QtCore/QObject>
+#include <QtCore/QPointer>
 #include <QtGui/QKeyEvent>
 #include <QtGui/QMouseEvent>
+#include <QtGui/QWindow>
 
 #include "platform/local_input_monitor.h"
 
@@ -20,7 +22,8 @@ struct NativeKeyboard {
   std::function<bool(std::uint8_t keycode)> isModifierKey;
 };
 
-/// Filters the events of Qt's windows. Main thread only.
+/// Filters the events of Qt's windows. While keys are monitored the window that has the focus gets
+/// all of them, also those that the desktop or another program has grabbed. Main thread only.
 class LocalInputMonitor final : public QObject, public tapeloop::LocalInputMonitor {
  public:
   /// There is an application.
@@ -38,6 +41,7 @@ class LocalInputMonitor final : public QObject, public tapeloop::LocalInputMonit
     Handler handler;
   };
 
+  void holdKeyboard();
   [[nodiscard]] bool isMonitored(const QKeyEvent& key) const;
   [[nodiscard]] bool admits(EventType type) const;
   [[nodiscard]] bool swallows(const InputEvent& event);
@@ -45,6 +49,7 @@ class LocalInputMonitor final : public QObject, public tapeloop::LocalInputMonit
   const NativeKeyboard keyboard_;
   std::map<LocalMonitorToken, Monitor> monitors_;
   std::uint64_t latestToken_ = 0;
+  QPointer<QWindow> holder_;  // has the keyboard to itself
 };
 
 }  // namespace tapeloop::qt
