@@ -21,7 +21,7 @@ class OwnWindowTests : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
-    program.pressRecord();
+    program.click(program.recordButton());
     ASSERT_TRUE(program.writes("Recording: true"));
   }
 
@@ -56,7 +56,7 @@ TEST_F(OwnWindowTests, InputAimedAtItIsNotCaptured) {
   other.takeFocus();
   user.tapKey("a");
   ASSERT_TRUE(waitForCaptured("keyUp"));
-  program.pressRecord();
+  program.click(program.recordButton());
   ASSERT_TRUE(program.writes("Recording: false"));
   EXPECT_TRUE(waitForCaptured("mouseMoved" + at(800, 200)));
   EXPECT_EQ(captured(), 3U) << "the move over the other application and the key typed there";

@@ -2,12 +2,9 @@
 
 #include <cstdlib>
 #include <stdexcept>
-#include <thread>
 
 namespace tapeloop::support {
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 std::vector<std::string> commandLine(const std::vector<std::string>& arguments) {
   // The shell joins standard error to the lines and gives way to the program.
@@ -16,14 +13,10 @@ std::vector<std::string> commandLine(const std::vector<std::string>& arguments) 
   return line;
 }
 
-template <typename Condition>
-bool waitUntil(Condition condition) {
-  const auto end = Clock::now() + generousLimit;
-  while (!condition()) {
-    if (Clock::now() > end) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return true;
+std::vector<std::string> joined(std::vector<std::string> environment,
+                                const std::vector<std::string>& more) {
+  environment.insert(environment.end(), more.begin(), more.end());
+  return environment;
 }
 
 }  // namespace
@@ -39,11 +32,12 @@ TemporaryFolder::~TemporaryFolder() {
   std::filesystem::remove_all(path_, ignored);
 }
 
-TestDesktop::TestDesktop()
-    : windowManager_({"openbox"}, {server_.displayVariable()}),
+TestDesktop::TestDesktop(const XServerOptions& options)
+    : server_(options),
+      windowManager_({"openbox"}, {server_.displayVariable()}),
       user_(server_.display()),
       connection_(server_.display()) {
-  const bool managed = waitUntil([this] {
+  const bool managed = eventually([this] {
     const XOwned<xcb_get_property_reply_t> check(xcb_get_property_reply(
         connection_,
         xcb_get_property(connection_, 0, connection_.root(),
@@ -98,11 +92,11 @@ std::vector<ClientWindow> TestDesktop::windows(const std::string& title) const {
 }
 
 bool TestDesktop::waitForWindows(const std::string& title, std::size_t count) const {
-  return waitUntil([&] { return windows(title).size() == count; });
+  return eventually([&] { return windows(title).size() == count; });
 }
 
 bool TestDesktop::waitForFocus(const std::string& title, std::size_t index) const {
-  return waitUntil([&] {
+  return eventually([&] {
     const auto windows = managed(title);
     const XOwned<xcb_get_property_reply_t> active(xcb_get_property_reply(
         connection_,
@@ -144,22 +138,62 @@ Program::Program(TestDesktop& desktop, const std::vector<std::string>& arguments
                  const std::optional<std::filesystem::path>& dataFolder)
     : desktop_(desktop),
       process_(commandLine(arguments),
-               {desktop.server().displayVariable(), "XDG_RUNTIME_DIR=" + folder_.path().string(),
-                "QT_SCALE_FACTOR=1", "DBUS_SESSION_BUS_ADDRESS=disabled:",
-                "XDG_DATA_HOME=" + dataFolder.value_or(folder_.path() / "data").string()}) {}
-
-void Program::point(int x, int y) {
-  const auto window = desktop_.windows("Tapeloop").at(0);
-  desktop_.user().moveTo(window.x + x, window.y + y);
+               joined(AccessibilityBus::instance().environment(),
+                      {desktop.server().displayVariable(),
+                       "XDG_RUNTIME_DIR=" + folder_.path().string(), "QT_SCALE_FACTOR=1",
+                       "XDG_DATA_HOME=" + dataFolder.value_or(folder_.path() / "data").string()})) {
 }
 
-bool Program::shows(std::uint32_t color, int x, int y) const {
-  const auto window = desktop_.windows("Tapeloop").at(0);
-  return waitUntil([&] { return desktop_.pixel(window.x + x, window.y + y) == color; });
+Element Program::accessible() {
+  std::optional<Element> found;
+  const bool came = eventually([&] {
+    found = AccessibilityBus::instance().program(process_.pid());
+    return found.has_value();
+  });
+  if (!came) throw std::runtime_error("the program has not come to the accessibility bus");
+  return *found;
 }
 
-void Program::press(Place place) {
-  point(place.x + aside_, place.y);
+Element Program::named(const std::string& role, const std::string& name) {
+  const Element program = accessible();
+  std::optional<Element> found;
+  const bool came = eventually([&] {
+    found = program.find([&](const Element& element) {
+      return element.name() == name && element.role() == role && element.is(State::showing);
+    });
+    return found.has_value();
+  });
+  if (!came) throw std::runtime_error("no " + role + " " + name + " in\n" + program.outline());
+  return *found;
+}
+
+bool Program::loses(const std::string& role, const std::string& name) {
+  const Element program = accessible();
+  return eventually([&] {
+    return !program.find([&](const Element& element) {
+      return element.name() == name && element.role() == role && element.is(State::showing);
+    });
+  });
+}
+
+Element Program::recordButton() {
+  const auto button = accessible().find([](const Element& element) {
+    const auto name = element.name();
+    return element.role() == "push button" &&
+           (name == "Record" || name == "Stop Recording" || name.starts_with("Click outside"));
+  });
+  if (!button) throw std::runtime_error("no record button");
+  return *button;
+}
+
+void Program::point(const Element& element) {
+  const auto place = element.place();
+  desktop_.user().moveTo(place.x + place.width / 2, place.y + place.height / 2);
+}
+
+void Program::click(const Element& element) {
+  const auto place = element.place();
+  desktop_.user().moveTo(place.x + place.width / 2 + aside_, place.y + place.height / 2);
   desktop_.user().click(1);
   aside_ = -aside_;
 }

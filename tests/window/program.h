@@ -5,8 +5,10 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "support/accessibility.h"
 #include "support/child_process.h"
 #include "support/x_connection.h"
 #include "support/x_poster.h"
@@ -15,6 +17,17 @@
 namespace tapeloop::support {
 
 inline constexpr std::chrono::seconds generousLimit{20};
+
+/// Waits until the condition holds, for what tells of itself in no other way.
+template <typename Condition>
+[[nodiscard]] bool eventually(Condition condition) {
+  const auto end = std::chrono::steady_clock::now() + generousLimit;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return true;
+}
 
 /// A folder that goes with this object.
 class TemporaryFolder {
@@ -40,7 +53,7 @@ struct ClientWindow {
 /// A desktop with a window manager on a virtual X server.
 class TestDesktop {
  public:
-  TestDesktop();
+  explicit TestDesktop(const XServerOptions& options = {});
 
   [[nodiscard]] XServer& server() { return server_; }
   [[nodiscard]] const XPoster& user() const { return user_; }
@@ -80,32 +93,27 @@ class Program {
   }
   [[nodiscard]] std::optional<int> exitCode() { return process_.wait(generousLimit); }
 
-  void pressRecord() { press({80, 110}); }
-  void pressPlay() { press({200, 110}); }
-  void pressSave() { press({140, 156}); }
-  void pressSidebar() { press({188, 156}); }
-  void pressMinimise() { press({238, 15}); }
-  void pressClose(int windowWidth) { press({windowWidth - 16, 15}); }
-  /// Of the first row of the library.
-  void pressName() { press({390, 90}); }
-  void pressTrash() { press({532, 90}); }
+  /// What is on the screen with this name, as a screen reader finds it; waits for it, and throws at
+  /// the limit.
+  [[nodiscard]] Element named(const std::string& role, const std::string& name);
+  /// Waits until nothing of this name is on the screen.
+  [[nodiscard]] bool loses(const std::string& role, const std::string& name);
+  /// The record button, whatever it reads.
+  [[nodiscard]] Element recordButton();
+  /// What is to be read and acted on, from the program as a whole down.
+  [[nodiscard]] Element accessible();
 
-  /// Moves the pointer to a place in the window, counted from its top-left corner.
-  void point(int x, int y);
-  /// Waits until this place in the window has this colour.
-  [[nodiscard]] bool shows(std::uint32_t color, int x, int y) const;
+  /// Moves the pointer into the middle of an element.
+  void point(const Element& element);
+  /// And clicks there.
+  void click(const Element& element);
+  void click(const std::string& button) { click(named("push button", button)); }
 
  private:
-  struct Place {
-    int x = 0;
-    int y = 0;
-  };
-  void press(Place place);
-
   TestDesktop& desktop_;
   TemporaryFolder folder_;
   ChildProcess process_;
-  int aside_ = 6;  // changes sign with each press: two at one place would make a double click
+  int aside_ = 3;  // changes sign with each press: two at one place would make a double click
 };
 
 }  // namespace tapeloop::support

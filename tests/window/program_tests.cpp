@@ -29,7 +29,7 @@ TEST_F(ProgramTests, CaptureRunsFromOneRecordPressToTheNext) {
                             {.x = 700, .y = 20, .overrideRedirect = true});
   Program program(desktop);
   ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
-  program.pressRecord();
+  program.click(program.recordButton());
   ASSERT_TRUE(program.writes("Recording: true"));
   desktop.user().moveTo(800, 200);
   desktop.user().click(1);
@@ -39,7 +39,7 @@ TEST_F(ProgramTests, CaptureRunsFromOneRecordPressToTheNext) {
             events, [](const auto& event) { return event.kind == XEventKind::buttonRelease; });
       },
       generousLimit));
-  program.pressRecord();
+  program.click(program.recordButton());
   ASSERT_TRUE(program.writes("Recording: false"));
   const auto& lines = program.process().lines();
   EXPECT_EQ(
@@ -55,7 +55,7 @@ TEST_F(ProgramTests, PlayWithNothingRecordedShowsAnAlertThatTheKeyboardDismisses
   ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
   for (const char* key : {"Return", "Escape", "space"}) {
     SCOPED_TRACE(key);
-    program.pressPlay();
+    program.click("Play");
     ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 2));
     ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 1));
     desktop.user().tapKey(key);
@@ -70,15 +70,15 @@ TEST_F(ProgramTests, ATerminationSignalDuringPlaybackLeavesNothingHeld) {
                             {.x = 700, .y = 20, .overrideRedirect = true});
   Program program(desktop);
   ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
-  program.pressRecord();
+  program.click(program.recordButton());
   ASSERT_TRUE(program.writes("Recording: true"));
   desktop.user().moveTo(800, 200);
   desktop.user().press(1);
   desktop.user().moveTo(820, 220);
   desktop.user().release(1);
-  program.pressRecord();
+  program.click(program.recordButton());
   ASSERT_TRUE(program.writes("Recording: false"));
-  program.pressPlay();
+  program.click("Play");
   ASSERT_TRUE(program.writes("play button pressed"));
   program.process().kill(SIGTERM);
   EXPECT_EQ(program.exitCode(), 143);
@@ -92,7 +92,7 @@ TEST_F(ProgramTests, AStoreThatCannotBeOpenedIsToldOnceAndTheProgramRuns) {
   std::ofstream(file) << "not a folder";
   Program program(desktop, {}, file);
   ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
-  program.pressRecord();
+  program.click(program.recordButton());
   ASSERT_TRUE(program.writes("Recording: true"));
   const auto& lines = program.process().lines();
   EXPECT_EQ(std::count_if(lines.begin(), lines.end(),

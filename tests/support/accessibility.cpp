@@ -1,0 +1,193 @@
+#include "support/accessibility.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <stdexcept>
+
+#include <atspi/atspi.h>
+
+namespace tapeloop::support {
+namespace {
+
+struct Unreference {
+  void operator()(void* object) const { g_object_unref(object); }
+};
+template <typename T>
+using Owned = std::unique_ptr<T, Unreference>;
+
+/// Takes the error of a call; what the caller gets then says enough.
+class Ignored {
+ public:
+  Ignored() = default;
+  Ignored(const Ignored&) = delete;
+  Ignored& operator=(const Ignored&) = delete;
+  ~Ignored() { g_clear_error(&error_); }
+  operator GError**() { return &error_; }  // NOLINT(google-explicit-constructor)
+
+ private:
+  GError* error_ = nullptr;
+};
+
+std::string taken(gchar* text) {
+  std::string copy = text ? text : "";
+  g_free(text);
+  return copy;
+}
+
+AtspiStateType typeOf(State state) {
+  switch (state) {
+    case State::enabled:
+      return ATSPI_STATE_ENABLED;
+    case State::focusable:
+      return ATSPI_STATE_FOCUSABLE;
+    case State::focused:
+      return ATSPI_STATE_FOCUSED;
+    case State::showing:
+      return ATSPI_STATE_SHOWING;
+    case State::checked:
+      return ATSPI_STATE_CHECKED;
+  }
+  return ATSPI_STATE_INVALID;
+}
+
+std::string firstLine(ChildProcess& service) {
+  const auto line = service.waitForLine(0, std::chrono::seconds(20));
+  if (!line) throw std::runtime_error("the accessibility services did not start");
+  return *line;
+}
+
+}  // namespace
+
+Element::Element(AtspiAccessible* accessible) : accessible_(accessible, Unreference{}) {}
+
+std::string Element::name() const {
+  return taken(atspi_accessible_get_name(accessible_.get(), Ignored()));
+}
+
+std::string Element::role() const {
+  return taken(atspi_accessible_get_role_name(accessible_.get(), Ignored()));
+}
+
+std::string Element::description() const {
+  return taken(atspi_accessible_get_description(accessible_.get(), Ignored()));
+}
+
+std::string Element::text() const {
+  const Owned<AtspiText> text(atspi_accessible_get_text_iface(accessible_.get()));
+  if (!text) return {};
+  const int count = atspi_text_get_character_count(text.get(), Ignored());
+  return taken(atspi_text_get_text(text.get(), 0, count, Ignored()));
+}
+
+bool Element::is(State state) const {
+  const Owned<AtspiStateSet> states(atspi_accessible_get_state_set(accessible_.get()));
+  return states && atspi_state_set_contains(states.get(), typeOf(state));
+}
+
+Element::Place Element::place() const {
+  const Owned<AtspiComponent> component(atspi_accessible_get_component_iface(accessible_.get()));
+  if (!component) return {};
+  AtspiRect* const rect =
+      atspi_component_get_extents(component.get(), ATSPI_COORD_TYPE_SCREEN, Ignored());
+  if (!rect) return {};
+  const Place place{rect->x, rect->y, rect->width, rect->height};
+  g_free(rect);
+  return place;
+}
+
+std::vector<Element> Element::children() const {
+  std::vector<Element> children;
+  const int count = atspi_accessible_get_child_count(accessible_.get(), Ignored());
+  for (int i = 0; i < count; ++i) {
+    auto* const child = atspi_accessible_get_child_at_index(accessible_.get(), i, Ignored());
+    if (child) children.emplace_back(child);
+  }
+  return children;
+}
+
+std::optional<Element> Element::find(const std::function<bool(const Element&)>& condition) const {
+  for (const Element& child : children()) {
+    if (condition(child)) return child;
+    if (auto found = child.find(condition)) return found;
+  }
+  return std::nullopt;
+}
+
+bool Element::press() const {
+  const Owned<AtspiAction> action(atspi_accessible_get_action_iface(accessible_.get()));
+  const int count = action ? atspi_action_get_n_actions(action.get(), Ignored()) : 0;
+  for (int i = 0; i < count; ++i) {
+    if (taken(atspi_action_get_action_name(action.get(), i, Ignored())) == "Press") {
+      return atspi_action_do_action(action.get(), i, Ignored()) != FALSE;
+    }
+  }
+  return false;
+}
+
+std::string Element::outline(int depth) const {
+  std::string lines = std::string(static_cast<std::size_t>(depth) * 2, ' ') + role() + ": " +
+                      name() + (is(State::showing) ? "" : " (hidden)") +
+                      (is(State::enabled) ? "" : " (disabled)") + "\n";
+  for (const Element& child : children()) lines += child.outline(depth + 1);
+  return lines;
+}
+
+AccessibilityBus& AccessibilityBus::instance() {
+  static AccessibilityBus bus;
+  return bus;
+}
+
+AccessibilityBus::AccessibilityBus()
+    // It starts the services that it is asked for. On standard error it says what it starts.
+    : session_({"sh", "-c", "exec dbus-daemon --session --nofork --print-address 2>/dev/null"}),
+      address_("DBUS_SESSION_BUS_ADDRESS=" + firstLine(session_)) {
+  ::putenv(address_.data());
+  if (atspi_init() != 0) throw std::runtime_error("no accessibility services");
+  // A program that is busy, or is being ended, may take its time to answer.
+  atspi_set_timeout(10'000, 10'000);
+}
+
+AccessibilityBus::~AccessibilityBus() {
+  listener_.reset();
+  atspi_exit();
+}
+
+std::vector<std::string> AccessibilityBus::environment() const {
+  return {address_, "QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1"};
+}
+
+std::optional<Element> AccessibilityBus::program(pid_t pid) const {
+  // Nothing is kept from earlier calls: that would change only while messages are taken in.
+  const Owned<AtspiAccessible> desktop(atspi_get_desktop(0));
+  atspi_accessible_set_cache_mask(desktop.get(), ATSPI_CACHE_NONE);
+  const int count = atspi_accessible_get_child_count(desktop.get(), Ignored());
+  for (int i = 0; i < count; ++i) {
+    auto* const program = atspi_accessible_get_child_at_index(desktop.get(), i, Ignored());
+    if (!program) continue;
+    Element element(program);
+    if (static_cast<pid_t>(atspi_accessible_get_process_id(program, Ignored())) != pid) continue;
+    atspi_accessible_set_cache_mask(program, ATSPI_CACHE_NONE);
+    return element;
+  }
+  return std::nullopt;
+}
+
+const std::vector<std::string>& AccessibilityBus::shown() {
+  if (!listener_) {
+    const auto heard = [](AtspiEvent* event, void* bus) {
+      if (event->detail1 != 0) {
+        const Element element(ATSPI_ACCESSIBLE(g_object_ref(event->source)));
+        static_cast<AccessibilityBus*>(bus)->shown_.push_back(element.role() + ": " +
+                                                              element.name());
+      }
+      g_boxed_free(ATSPI_TYPE_EVENT, event);
+    };
+    listener_.reset(atspi_event_listener_new(heard, this, nullptr), Unreference{});
+    atspi_event_listener_register(listener_.get(), "object:state-changed:showing", Ignored());
+  }
+  while (g_main_context_iteration(nullptr, FALSE)) {
+  }
+  return shown_;
+}
+
+}  // namespace tapeloop::support
