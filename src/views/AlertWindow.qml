@@ -11,8 +11,17 @@ Window {
     property bool showing: false
     // A second button, which takes the place of the first as the default one; empty: none.
     property string defaultButton: ""
+    // The column works out its own height only once the window is on the screen.
+    readonly property int wantedHeight: 48 + Math.max(body.height, heading.height + (details.text === "" ? 0 : details.height + body.spacing) + 4 + dismiss.height + 2 * body.spacing)
     signal dismissed
     signal defaultPressed
+
+    // The window manager holds a window to the limits that it knows: they change first.
+    function fit() {
+        minimumHeight = wantedHeight;
+        maximumHeight = wantedHeight;
+        height = wantedHeight;
+    }
 
     title: "Tapeloop"
     flags: Qt.Dialog | Qt.CustomizeWindowHint | Qt.WindowTitleHint | Qt.WindowCloseButtonHint
@@ -20,12 +29,10 @@ Window {
     color: palette.window
     visible: showing
     width: 360
-    // Not the column's own height, which is worked out only once the window is on the screen.
-    height: heading.height + (details.text === "" ? 0 : details.height + body.spacing) + 4 + dismiss.height + 2 * body.spacing + 48
     minimumWidth: width
     maximumWidth: width
-    minimumHeight: height
-    maximumHeight: height
+    onWantedHeightChanged: fit()
+    Component.onCompleted: fit()
 
     onClosing: close => {
         close.accepted = false;
