@@ -38,6 +38,7 @@ QRegion roundedRectangle(QSize size, double radius) {
 class Window::Frame final : public QQuickWindow {
  public:
   std::shared_ptr<View> view;
+  QPointer<QQuickItem> item;
   bool movable = false;
 
  protected:
@@ -46,6 +47,10 @@ class Window::Frame final : public QQuickWindow {
     if (event->type() == QEvent::Show && view) view->onAppear();
     if (event->type() == QEvent::Hide && view) view->onDisappear();
     return handled;
+  }
+  void resizeEvent(QResizeEvent* event) override {
+    QQuickWindow::resizeEvent(event);
+    if (item) item->setSize(size());
   }
   void mousePressEvent(QMouseEvent* event) override {
     QQuickWindow::mousePressEvent(event);
@@ -107,6 +112,7 @@ void Window::setContentView(HostingView content) {
   content_ = std::move(content);
   frame_->view = content_.view;
   item_ = views_.makeItem(content_.view);
+  frame_->item = item_.get();
   if (item_) {
     item_->setParentItem(frame_->contentItem());
     fitContent();
@@ -175,8 +181,12 @@ void Window::fitContent() {
   const QSize size(static_cast<int>(std::ceil(item_->implicitWidth())),
                    static_cast<int>(std::ceil(item_->implicitHeight())));
   if (size.isEmpty()) return;
-  item_->setSize(size);
-  frame_->resize(size);
+  const bool resizable = (mask_ & style_mask::resizable) != 0;
+  frame_->setMinimumSize(size);
+  if (!resizable) frame_->setMaximumSize(size);
+  // The user may have made it larger.
+  if (!resizable || !frame_->isVisible()) frame_->resize(size);
+  item_->setSize(frame_->size());
   if (content_.cornerRadius > 0) frame_->setMask(roundedRectangle(size, content_.cornerRadius));
 }
 
