@@ -6,17 +6,13 @@
 namespace tapeloop::support {
 namespace {
 
-std::vector<std::string> commandLine(const std::vector<std::string>& arguments) {
-  // The shell joins standard error to the lines and gives way to the program.
-  std::vector<std::string> line{"sh", "-c", "exec \"$0\" \"$@\" 2>&1", TAPELOOP_PROGRAM};
-  line.insert(line.end(), arguments.begin(), arguments.end());
-  return line;
-}
+// The shell joins standard error to the lines and gives way.
+const std::vector<std::string> withStandardError{"sh", "-c", "exec \"$@\" 2>&1", "sh"};
 
-std::vector<std::string> joined(std::vector<std::string> environment,
+std::vector<std::string> joined(std::vector<std::string> texts,
                                 const std::vector<std::string>& more) {
-  environment.insert(environment.end(), more.begin(), more.end());
-  return environment;
+  texts.insert(texts.end(), more.begin(), more.end());
+  return texts;
 }
 
 }  // namespace
@@ -135,9 +131,10 @@ void TestDesktop::closeNewest(const std::string& title) const {
 }
 
 Program::Program(TestDesktop& desktop, const std::vector<std::string>& arguments,
-                 const std::optional<std::filesystem::path>& dataFolder)
+                 const std::optional<std::filesystem::path>& dataFolder,
+                 const std::vector<std::string>& launcher)
     : desktop_(desktop),
-      process_(commandLine(arguments),
+      process_(joined(joined(joined(withStandardError, launcher), {TAPELOOP_PROGRAM}), arguments),
                joined(AccessibilityBus::instance().environment(),
                       {desktop.server().displayVariable(),
                        "XDG_RUNTIME_DIR=" + folder_.path().string(), "QT_SCALE_FACTOR=1",

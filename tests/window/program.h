@@ -80,11 +80,12 @@ class TestDesktop {
 };
 
 /// The program itself, with a data folder of its own. Its lines are the trace and what it writes to
-/// standard error.
+/// standard error. A launcher is a command that gives way to the one that follows it.
 class Program {
  public:
   explicit Program(TestDesktop& desktop, const std::vector<std::string>& arguments = {},
-                   const std::optional<std::filesystem::path>& dataFolder = std::nullopt);
+                   const std::optional<std::filesystem::path>& dataFolder = std::nullopt,
+                   const std::vector<std::string>& launcher = {});
 
   [[nodiscard]] ChildProcess& process() { return process_; }
   /// Waits for this line of the trace.

@@ -1,0 +1,133 @@
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "window/program.h"
+
+namespace tapeloop::support {
+namespace {
+
+using Database = std::unique_ptr<sqlite3, decltype(&sqlite3_close)>;
+
+/// A store that stops taking writes while the program runs: the user is told why, loses nothing,
+/// and saves once it takes them again.
+class StoreFailureTests : public testing::Test {
+ protected:
+  void recordAClick(Program& program) {
+    ASSERT_TRUE(program.recordButton().press());
+    ASSERT_TRUE(program.writes("Recording: true"));
+    desktop.user().moveTo(1100, 700);
+    desktop.user().click(1);
+    ASSERT_TRUE(program.named("push button", "Stop Recording").press());
+    ASSERT_TRUE(program.writes("Recording: false"));
+  }
+  static void save(Program& program) {
+    ASSERT_TRUE(program.named("push button", "Save Recording").press());
+  }
+  static void expectAlert(Program& program, const std::string& reason) {
+    const Element alert = program.named("alert", "Tapeloop");
+    EXPECT_EQ(alert.description(), "The change was not saved: " + reason);
+    ASSERT_TRUE(program.named("push button", "Dismiss").press());
+    EXPECT_TRUE(program.loses("alert", "Tapeloop"));
+  }
+  static std::size_t rows(Program& program) {
+    std::size_t count = 0;
+    (void)program.accessible().find([&](const Element& element) {
+      if (element.role() == "list item" && element.is(State::showing)) ++count;
+      return false;
+    });
+    return count;
+  }
+  [[nodiscard]] std::filesystem::path file() const {
+    return data.path() / "tapeloop" / "defaults.sqlite3";
+  }
+
+  TestDesktop desktop;
+  TemporaryFolder data;
+};
+
+TEST_F(StoreFailureTests, AFullDisk) {
+  // A small disk of its own, which nothing but the program sees.
+  std::vector<std::string> onSmallDisk{
+      "unshare",
+      "--map-current-user",
+      "--keep-caps",
+      "--mount",
+      "sh",
+      "-c",
+      "mount -t tmpfs -o size=400k none '" + data.path().string() + "' && exec \"$@\"",
+      "sh"};
+  auto trial = onSmallDisk;
+  trial.emplace_back("true");
+  if (ChildProcess(trial).wait(generousLimit) != 0) GTEST_SKIP() << "no disk may be mounted here";
+  Program program(desktop, {}, data.path(), onSmallDisk);
+  ASSERT_NO_FATAL_FAILURE(recordAClick(program));
+  save(program);
+  (void)program.named("list item", "New Recording");
+
+  const auto filler = std::filesystem::path("/proc") / std::to_string(program.process().pid()) /
+                      "root" / data.path().relative_path() / "filler";
+  std::ofstream fill(filler, std::ios::binary);
+  const std::string block(4096, 'x');
+  while (fill << block << std::flush) {
+  }
+  fill.close();
+  for (const char* button : {"Save Recording", "Delete Recording"}) {
+    ASSERT_TRUE(program.named("push button", button).press());
+    expectAlert(program, "there is no room left for the recordings.");
+    EXPECT_EQ(rows(program), 1U);
+  }
+
+  std::filesystem::remove(filler);
+  save(program);
+  EXPECT_TRUE(eventually([&] { return rows(program) == 2; }));
+}
+
+TEST_F(StoreFailureTests, AStoreThatAnotherProcessHolds) {
+  Program program(desktop, {}, data.path());
+  ASSERT_NO_FATAL_FAILURE(recordAClick(program));
+  sqlite3* opened = nullptr;
+  ASSERT_EQ(sqlite3_open(file().c_str(), &opened), SQLITE_OK);
+  const Database other(opened, sqlite3_close);
+  ASSERT_EQ(sqlite3_exec(opened, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+  save(program);
+  expectAlert(program, "another program is using the recordings. Try again.");
+  EXPECT_EQ(rows(program), 0U);
+  ASSERT_EQ(sqlite3_exec(opened, "ROLLBACK", nullptr, nullptr, nullptr), SQLITE_OK);
+  save(program);
+  EXPECT_TRUE(eventually([&] { return rows(program) == 1; }));
+}
+
+TEST_F(StoreFailureTests, AFolderThatMayNotBeWrittenTo) {
+  {
+    Program program(desktop, {}, data.path());
+    ASSERT_NO_FATAL_FAILURE(recordAClick(program));
+    save(program);
+    (void)program.named("list item", "New Recording");
+    ASSERT_TRUE(program.named("push button", "Close").press());
+    ASSERT_EQ(program.exitCode(), 0);
+  }
+  ASSERT_EQ(chmod(file().c_str(), 0400), 0);
+  ASSERT_EQ(chmod(file().parent_path().c_str(), 0500), 0);
+  // Modes don't hold the administrator, who has to become an ordinary user first.
+  std::vector<std::string> ordinary;
+  if (geteuid() == 0) {
+    ordinary = {"setpriv", "--bounding-set", "-dac_override,-dac_read_search,-fowner"};
+  }
+  Program program(desktop, {}, data.path(), ordinary);
+  ASSERT_NO_FATAL_FAILURE(recordAClick(program));
+  save(program);
+  expectAlert(program, "there is no permission to write the recordings.");
+  EXPECT_EQ(rows(program), 1U) << "what is there can be read";
+  ASSERT_EQ(chmod(file().parent_path().c_str(), 0700), 0);
+}
+
+}  // namespace
+}  // namespace tapeloop::support
