@@ -98,14 +98,17 @@ void KeyboardShortcuts::renewClaims() {
   for (const Shortcut& each : registered_) registrar_.setClaim(each, claimOf(each));
 }
 
-// An action may change slots and add actions.
+// An action may change slots and add actions: each slot counts with what it holds when its turn
+// comes, and actions that are added meanwhile wait for the next time. Names never leave a table.
 void KeyboardShortcuts::dispatch(const Actions& actions, const Shortcut& pressed) {
   if (isPaused()) return;
-  std::vector<Action> due;
-  for (const auto& [rawValue, list] : actions) {
-    if (shortcutIn(rawValue) == pressed) due.insert(due.end(), list.begin(), list.end());
+  std::vector<std::string> names;
+  for (const auto& [rawValue, list] : actions) names.push_back(rawValue);
+  for (const auto& rawValue : names) {
+    if (shortcutIn(rawValue) != pressed) continue;
+    const auto due = actions.find(rawValue)->second;
+    for (const auto& action : due) action();
   }
-  for (const auto& action : due) action();
 }
 
 void KeyboardShortcuts::notify(const Name& name) {

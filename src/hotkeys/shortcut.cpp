@@ -51,6 +51,8 @@ const std::locale& unicodeLocale() {
 }
 
 std::string upperCase(const std::string& text) {
+  // The one key of a layout whose capital is two letters, which character by character has none.
+  if (text == "\u00df") return "SS";
   using Codec = std::codecvt<wchar_t, char, std::mbstate_t>;
   const auto& codec = std::use_facet<Codec>(unicodeLocale());
   std::wstring wide(text.size(), L'\0');

@@ -130,6 +130,36 @@ TEST_F(KeyboardShortcutsTest, AnActionMayClearItsSlotAndAddActions) {
   EXPECT_EQ(runs, 1);
 }
 
+TEST_F(KeyboardShortcutsTest, ASlotThatAnActionChangesCountsWithWhatItHoldsByThen) {
+  const Name first{"a", std::nullopt};
+  const Name second{"b", std::nullopt};
+  const Name third{"c", std::nullopt};
+  std::vector<std::string> ran;
+  for (const Name& each : {first, second}) shortcuts.setShortcut(each, f5);
+  shortcuts.onKeyUp(first, [&] {
+    ran.emplace_back("first");
+    shortcuts.setShortcut(second, std::nullopt);
+    shortcuts.setShortcut(third, f5);
+  });
+  shortcuts.onKeyUp(second, [&] { ran.emplace_back("second"); });
+  shortcuts.onKeyUp(third, [&] { ran.emplace_back("third"); });
+  release(f5);
+  EXPECT_THAT(ran, ElementsAre("first", "third"));
+}
+
+TEST_F(KeyboardShortcutsTest, WhatAnotherProcessPutInASlotHoldsAndTheOldKeysStartNothing) {
+  shortcuts.setShortcut(record, f5);
+  shortcuts.onKeyUp(record, [this] { ++runs; });
+  ASSERT_EQ(desktop.defaults.setObjectForKey(toJson(commandShiftR), recordKey),
+            StoreStatus::stored);
+  release(f5);
+  EXPECT_EQ(runs, 0);
+  shortcuts.onKeyUp(record, [] {});
+  EXPECT_TRUE(press(f5)) << "nobody acts on it any more";
+  release(commandShiftR);
+  EXPECT_EQ(runs, 1);
+}
+
 TEST_F(KeyboardShortcutsTest, WhatTheStoreRefusesHoldsForThisRunAndWhatItHadIsKept) {
   shortcuts.setShortcut(record, f5);
   shortcuts.onKeyUp(record, [this] { ++runs; });
