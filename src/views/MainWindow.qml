@@ -9,8 +9,8 @@ Window {
 
     property bool movableByBackground: false
     readonly property bool dark: palette.window.hslLightness < 0.5
-    readonly property int contentWidth: Math.max(panelArea.width + (sidebar.visible ? sidebar.width + 20 : 0), sheet.visible ? sheet.width : 0)
-    readonly property int contentHeight: titleBar.height + Math.max(panel.height + 24, sidebar.height + 24, sheet.visible ? sheet.height : 0)
+    readonly property int contentWidth: Math.max(panelArea.width + (sidebar.visible ? sidebar.width + 20 : 0), sheet.visible ? sheet.implicitWidth : 0)
+    readonly property int contentHeight: titleBar.height + Math.max(panel.height + 24, sidebar.height + 24, sheet.visible ? sheet.implicitHeight + (sidebar.visible ? 16 : 0) : 0)
 
     // In one step: the window manager holds a window to the limits that it knows.
     function fit() {
@@ -20,10 +20,13 @@ Window {
         maximumHeight = contentHeight;
         width = contentWidth;
         height = contentHeight;
-        // What the sidebar adds is not to lie beyond the edge of the screen.
+        // What the sidebar or the sheet adds is not to lie beyond the edge of the screen.
         const right = Screen.virtualX + Screen.desktopAvailableWidth;
         if (visible && x + width > right)
             x = Math.max(Screen.virtualX, right - width);
+        const bottom = Screen.virtualY + Screen.desktopAvailableHeight;
+        if (visible && y + height > bottom)
+            y = Math.max(Screen.virtualY, bottom - height);
     }
 
     title: "Tapeloop"
@@ -55,7 +58,7 @@ Window {
     Item {
         id: panelArea
 
-        enabled: !sheet.visible
+        enabled: !sheet.modal
         y: titleBar.height
         width: panel.width + 60
         height: root.height - y
@@ -72,7 +75,7 @@ Window {
     LibrarySidebar {
         id: sidebar
 
-        enabled: !sheet.visible
+        enabled: !sheet.modal
         x: panelArea.width
         y: titleBar.height + 4
         model: root.model.library
@@ -83,9 +86,11 @@ Window {
         id: sheet
 
         y: titleBar.height
-        anchors.horizontalCenter: parent.horizontalCenter
+        width: root.width
+        height: root.height - y
         model: root.model.sheet
         dark: root.dark
+        floats: sidebar.visible
     }
 
     TitleBar {

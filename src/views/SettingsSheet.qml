@@ -1,21 +1,21 @@
 import QtQuick
+import QtQuick.Templates as T
 import Tapeloop
 
-// The settings, which slide over the window below its title bar.
+// The settings, which slide over what lies below. That is dimmed meanwhile.
 FocusScope {
     id: root
 
     required property SheetModel model
     required property bool dark
-    readonly property color dimmed: Qt.rgba(0.5, 0.5, 0.5, 1)
-
-    implicitWidth: column.width + 40
-    implicitHeight: column.height + 36
-    visible: place > 0
-    clip: true
+    // It covers only a part of what lies below.
+    required property bool floats
+    // What lies below takes neither pointer nor keyboard.
+    property bool modal: false
+    property Item cameFrom: null
 
     // How far it has come: 0 is away, 1 is there.
-    property real place: model.shown ? 1 : 0
+    property real place: modal ? 1 : 0
     Behavior on place {
         NumberAnimation {
             duration: 180
@@ -23,201 +23,172 @@ FocusScope {
         }
     }
 
-    onVisibleChanged: {
-        if (!visible)
-            return;
-        model.appear();
-        repeatToggle.forceActiveFocus(Qt.OtherFocusReason);
+    // Whoever got here by the keyboard goes on to see where it acts.
+    function focusReason(): int {
+        const control = Window.activeFocusItem as T.Control;
+        if (control !== null && control.visualFocus)
+            return Qt.TabFocusReason;
+        return Qt.OtherFocusReason;
     }
+    function open() {
+        const reason = focusReason();
+        cameFrom = Window.activeFocusItem;
+        modal = true;
+        model.appear();
+        repeat.firstControl.forceActiveFocus(reason);
+    }
+    function close() {
+        const reason = focusReason();
+        modal = false;
+        if (cameFrom)
+            cameFrom.forceActiveFocus(reason);
+        else
+            focus = false;
+    }
+
+    implicitWidth: column.width + 40
+    implicitHeight: column.height + 36
+    visible: place > 0
     Keys.onReturnPressed: model.saveButtonPressed()
     Keys.onEnterPressed: model.saveButtonPressed()
 
     Accessible.role: Accessible.Dialog
     Accessible.name: "Settings"
 
+    Connections {
+        target: root.model
+
+        function onShownChanged() {
+            if (root.model.shown)
+                root.open();
+            else
+                root.close();
+        }
+    }
+
     SystemPalette {
         id: palette
     }
 
     Rectangle {
-        id: paper
+        anchors.fill: parent
+        color: "black"
+        opacity: root.place * (root.dark ? 0.5 : 0.25)
+    }
 
-        width: root.width
-        height: root.height
-        y: (root.place - 1) * height
-        color: palette.window
+    MouseArea {
+        anchors.fill: parent
+        acceptedButtons: Qt.AllButtons
+        hoverEnabled: true
+        onWheel: wheel => wheel.accepted = true
+    }
 
-        // What lies below takes nothing from the pointer.
-        MouseArea {
-            anchors.fill: parent
-            acceptedButtons: Qt.AllButtons
-            hoverEnabled: true
-            onWheel: wheel => wheel.accepted = true
-        }
+    Item {
+        x: Math.round((root.width - width) / 2)
+        width: root.implicitWidth
+        height: root.implicitHeight
+        clip: true
 
+        // Its upper corners are beyond the edge.
         Rectangle {
-            anchors.bottom: parent.bottom
+            y: paper.y - radius
             width: parent.width
-            height: 1
-            color: Qt.rgba(0.5, 0.5, 0.5, 0.7)
+            height: parent.height + radius
+            radius: root.floats ? 11 : 0
+            color: palette.window
+            border.width: root.floats ? 1 : 0
+            border.color: Qt.rgba(0.5, 0.5, 0.5, 0.7)
         }
 
-        Column {
-            id: column
+        Item {
+            id: paper
 
-            x: 20
-            y: 12
-            spacing: 10
+            y: Math.round((root.place - 1) * height)
+            width: parent.width
+            height: parent.height
 
-            Text {
-                anchors.horizontalCenter: parent.horizontalCenter
-                text: "Settings"
-                color: palette.windowText
-                font.pixelSize: 20
-                font.weight: Font.DemiBold
-                Accessible.role: Accessible.Heading
-                Accessible.name: text
-            }
+            Column {
+                id: column
 
-            SheetPanel {
-                width: shortcuts.width
-
-                SheetSwitch {
-                    id: repeatToggle
-
-                    anchors.horizontalCenter: parent.horizontalCenter
-                    text: "Repeat Playback"
-                    checked: root.model.repeatPlayback
-                    onToggled: root.model.repeatPlayback = checked
-                }
+                x: 20
+                y: 12
+                spacing: 10
 
                 Text {
                     anchors.horizontalCenter: parent.horizontalCenter
-                    text: root.model.repeatCaption
-                    color: root.model.repeatPlayback ? palette.windowText : root.dimmed
-                    font.pointSize: 10
-                    Accessible.role: Accessible.StaticText
+                    text: "Settings"
+                    color: palette.windowText
+                    font.pixelSize: 20
+                    font.weight: Font.DemiBold
+                    Accessible.role: Accessible.Heading
                     Accessible.name: text
                 }
 
-                Row {
-                    anchors.horizontalCenter: parent.horizontalCenter
-                    spacing: 8
+                RepeatSettings {
+                    id: repeat
 
-                    Text {
-                        anchors.verticalCenter: parent.verticalCenter
-                        text: "Unlimited"
-                        color: root.model.repeatPlayback ? palette.windowText : root.dimmed
-                        font.pointSize: 10
+                    width: shortcuts.width
+                    model: root.model
+                }
+
+                SheetPanel {
+                    width: shortcuts.width
+
+                    SheetCaption {
+                        anchors.horizontalCenter: parent.horizontalCenter
+                        text: root.model.speedCaption
                     }
 
                     SheetSlider {
-                        width: 100
-                        name: root.model.repeatCaption
-                        enabled: root.model.repeatPlayback
-                        to: root.model.mostTimesToRepeat
+                        anchors.horizontalCenter: parent.horizontalCenter
+                        width: 200
+                        name: "Playback Speed"
+                        from: root.model.lowestSpeed
+                        to: root.model.highestSpeed
+                        stepSize: 1
                         keyStep: 1
-                        value: root.model.timesToRepeat
-                        onEdited: to => root.model.timesToRepeat = to
+                        value: root.model.playbackSpeed
+                        onEdited: to => root.model.playbackSpeed = to
                     }
-
-                    Text {
-                        anchors.verticalCenter: parent.verticalCenter
-                        text: "100"
-                        color: root.model.repeatPlayback ? palette.windowText : root.dimmed
-                        font.pointSize: 10
-                    }
-                }
-
-                SheetSwitch {
-                    anchors.horizontalCenter: parent.horizontalCenter
-                    text: "Wait Before Repeating"
-                    enabled: root.model.repeatPlayback
-                    checked: root.model.waitBeforeRepeating
-                    onToggled: root.model.waitBeforeRepeating = checked
                 }
 
                 Row {
-                    anchors.horizontalCenter: parent.horizontalCenter
-                    spacing: 8
+                    id: shortcuts
 
-                    SheetPicker {
-                        width: 56
-                        name: "Wait Time"
-                        enabled: root.model.repeatPlayback && root.model.waitBeforeRepeating
-                        model: root.model.longestWait
-                        numbersFrom: 1
-                        currentIndex: root.model.waitTime - 1
-                        outside: root.model.waitTime
-                        onActivated: index => root.model.waitTime = index + 1
+                    anchors.horizontalCenter: parent.horizontalCenter
+                    spacing: 10
+
+                    ShortcutBox {
+                        caption: "Record Shortcut"
+                        tint: Qt.rgba(220 / 255, 90 / 255, 80 / 255, 0.15)
+                        model: root.model.recordShortcut
                     }
 
-                    SheetPicker {
-                        width: 96
-                        name: "Wait Time Unit"
-                        enabled: root.model.repeatPlayback && root.model.waitBeforeRepeating
-                        model: root.model.unitCaptions
-                        currentIndex: root.model.waitUnit
-                        onActivated: index => root.model.waitUnit = index
+                    ShortcutBox {
+                        caption: "Play Shortcut"
+                        tint: root.dark ? Qt.rgba(50 / 255, 215 / 255, 75 / 255, 0.15) : Qt.rgba(40 / 255, 205 / 255, 65 / 255, 0.15)
+                        model: root.model.playShortcut
                     }
                 }
-            }
 
-            SheetPanel {
-                width: shortcuts.width
-
-                Text {
+                PushButton {
                     anchors.horizontalCenter: parent.horizontalCenter
-                    text: root.model.speedCaption
-                    color: palette.windowText
+                    width: 50
+                    height: 25
+                    padding: 2
+                    radius: 7
+                    text: "Save"
                     font.pointSize: 10
-                    Accessible.role: Accessible.StaticText
-                    Accessible.name: text
-                }
-
-                SheetSlider {
-                    anchors.horizontalCenter: parent.horizontalCenter
-                    width: 200
-                    name: "Playback Speed"
-                    from: root.model.lowestSpeed
-                    to: root.model.highestSpeed
-                    stepSize: 1
-                    keyStep: 1
-                    value: root.model.playbackSpeed
-                    onEdited: to => root.model.playbackSpeed = to
+                    unpressColor: Qt.rgba(43 / 255, 150 / 255, 72 / 255, 1)
+                    pressColor: Qt.rgba(0, 107 / 255, 0, 1)
+                    onClicked: root.model.saveButtonPressed()
                 }
             }
 
-            Row {
-                id: shortcuts
-
-                anchors.horizontalCenter: parent.horizontalCenter
-                spacing: 10
-
-                ShortcutBox {
-                    caption: "Record Shortcut"
-                    tint: Qt.rgba(220 / 255, 90 / 255, 80 / 255, 0.15)
-                    model: root.model.recordShortcut
-                }
-
-                ShortcutBox {
-                    caption: "Play Shortcut"
-                    tint: root.dark ? Qt.rgba(50 / 255, 215 / 255, 75 / 255, 0.15) : Qt.rgba(40 / 255, 205 / 255, 65 / 255, 0.15)
-                    model: root.model.playShortcut
-                }
-            }
-
-            PushButton {
-                anchors.horizontalCenter: parent.horizontalCenter
-                width: 50
-                height: 25
-                padding: 2
-                radius: 7
-                text: "Save"
-                font.pointSize: 10
-                unpressColor: Qt.rgba(43 / 255, 150 / 255, 72 / 255, 1)
-                pressColor: Qt.rgba(0, 107 / 255, 0, 1)
-                onClicked: root.model.saveButtonPressed()
+            // On its way out nothing acts any more.
+            MouseArea {
+                anchors.fill: parent
+                enabled: !root.modal
             }
         }
     }

@@ -1,21 +1,18 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// One of several choices, which pop up over the sheet. A value that is none of them is shown too.
+// One of several choices, which pop up over the sheet.
 T.ComboBox {
     id: root
 
     required property string name
-    // With a number as the model: what its first row stands for.
-    property int numbersFrom: 0
-    property int outside: 0
-    readonly property bool isNumber: numbersFrom > 0
+    required property real leastWidth
+    // Shown when the value is none of the choices.
+    property string otherChoice: ""
 
-    function caption(index: int): string {
-        return isNumber ? String(index + numbersFrom) : textAt(index);
-    }
-
+    implicitWidth: Math.max(leastWidth, implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: 26
+    implicitContentWidthPolicy: T.ComboBox.WidestText
     leftPadding: 9
     rightPadding: 20
     font.pointSize: 10
@@ -23,7 +20,7 @@ T.ComboBox {
     Accessible.name: name
 
     contentItem: Text {
-        text: root.isNumber ? String(root.outside) : root.displayText
+        text: root.currentIndex < 0 || root.currentIndex >= root.count ? root.otherChoice : root.displayText
         font: root.font
         color: root.enabled ? root.palette.windowText : Qt.rgba(0.5, 0.5, 0.5, 1)
         verticalAlignment: Text.AlignVCenter
@@ -71,7 +68,7 @@ T.ComboBox {
 
         width: ListView.view ? ListView.view.width : 0
         implicitHeight: 24
-        text: root.caption(index)
+        text: root.textAt(index)
         highlighted: root.highlightedIndex === index
 
         contentItem: Text {
@@ -101,6 +98,18 @@ T.ComboBox {
             model: root.delegateModel
             currentIndex: root.highlightedIndex
             boundsBehavior: Flickable.StopAtBounds
+
+            T.ScrollBar.vertical: T.ScrollBar {
+                id: bar
+
+                padding: 0
+                contentItem: Rectangle {
+                    implicitWidth: 4
+                    radius: 2
+                    color: Qt.rgba(0.5, 0.5, 0.5, bar.hovered || bar.pressed ? 0.9 : 0.6)
+                    visible: bar.size < 1
+                }
+            }
         }
 
         background: Rectangle {

@@ -35,12 +35,6 @@ T.Switch {
             height: 16
             radius: 8
             color: root.hovered ? "white" : Qt.rgba(0.95, 0.95, 0.95, 1)
-
-            Behavior on x {
-                NumberAnimation {
-                    duration: 90
-                }
-            }
         }
 
         FocusRing {

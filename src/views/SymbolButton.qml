@@ -43,6 +43,8 @@ FocusScope {
         Accessible.description: enabled ? "" : "Unavailable"
         Accessible.onPressAction: if (root.available)
             root.clicked()
+        // A click leaves the focus behind unseen; Return is not to act on that once more.
+        Keys.enabled: visualFocus
         Keys.onReturnPressed: root.clicked()
         Keys.onEnterPressed: root.clicked()
         onClicked: root.clicked()
@@ -72,7 +74,7 @@ FocusScope {
         Tip {
             control: button
             text: root.label
-            visible: root.tooltip && pointer.hovered && !button.down
+            visible: root.tooltip && root.enabled && pointer.hovered && !button.down
         }
     }
 }
