@@ -79,12 +79,12 @@ bool run() {
 
   const Arrivals bareFirst = post();
   const Arrivals bareSecond = post();
-  program.pressRecord();
+  program.click("Record");
   if (!program.writes("Recording: true")) throw std::runtime_error("no capture began");
   const Arrivals recorded = post();
-  program.pressRecord();
+  program.click("Stop Recording");
   if (!program.writes("Recording: false")) throw std::runtime_error("the capture did not end");
-  program.pressPlay();
+  program.click("Play");
   if (!program.writes("stopped playing")) throw std::runtime_error("no end of playback");
   const auto isLast = [&](const support::XEventList::Events& events) {
     return !events.empty() && events.back().rootX == walk.back().x &&
