@@ -20,6 +20,8 @@ T.Button {
     Accessible.description: enabled ? "" : "Unavailable"
     Accessible.onPressAction: if (enabled)
         root.clicked()
+    // A click leaves the focus behind unseen; Return is not to act on that once more.
+    Keys.enabled: visualFocus
     Keys.onReturnPressed: root.clicked()
     Keys.onEnterPressed: root.clicked()
 
