@@ -38,8 +38,14 @@ Window {
         close.accepted = false;
         root.dismissed();
     }
-    onActiveChanged: if (active)
-        (defaultButton === "" ? dismiss : other).forceActiveFocus(Qt.TabFocusReason)
+    onActiveChanged: {
+        if (!active)
+            return;
+        const button = defaultButton === "" ? dismiss : other;
+        button.forceActiveFocus(Qt.TabFocusReason);
+        // It may have had the focus when the window was last closed.
+        button.focusReason = Qt.TabFocusReason;
+    }
 
     SystemPalette {
         id: palette

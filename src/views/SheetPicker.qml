@@ -102,12 +102,14 @@ T.ComboBox {
             T.ScrollBar.vertical: T.ScrollBar {
                 id: bar
 
-                padding: 0
+                visible: size < 1
+                implicitWidth: 6
+                minimumSize: 0.1
                 contentItem: Rectangle {
                     implicitWidth: 4
                     radius: 2
-                    color: Qt.rgba(0.5, 0.5, 0.5, bar.hovered || bar.pressed ? 0.9 : 0.6)
-                    visible: bar.size < 1
+                    color: "grey"
+                    opacity: bar.pressed ? 0.9 : 0.6
                 }
             }
         }

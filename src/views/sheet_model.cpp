@@ -34,8 +34,9 @@ SheetModel::SheetModel(SheetView& sheet)
 }
 
 int SheetModel::waitTime() const {
+  using Limits = std::numeric_limits<int>;
   return static_cast<int>(
-      std::clamp<std::int64_t>(sheet_.waittimenumber.get(), 0, std::numeric_limits<int>::max()));
+      std::clamp<std::int64_t>(sheet_.waittimenumber.get(), Limits::min(), Limits::max()));
 }
 
 int SheetModel::waitUnit() const {
