@@ -55,7 +55,10 @@ Cost schedule(std::size_t count) {
                          desktop.windows,
                          desktop.review,
                          desktop.workspace,
-                         desktop.mainMenu};
+                         desktop.mainMenu,
+                         desktop.hotKeys,
+                         desktop.keyboardLayouts,
+                         desktop.notifications};
   Settings settings(desktop.defaults);
   ContentView view(services, settings);
   view.onAppear();
