@@ -15,38 +15,44 @@ std::shared_ptr<HotKey> HotKey::create(HotKeysController& controller, KeyCombo c
 }
 
 HotKey::HotKey(HotKeysController& controller, KeyCombo combo, Handler keyDown, Handler keyUp)
-    : controller_(controller),
+    : controller_(controller.link()),
       identifier_(Uuid::random()),
       keyCombo_(combo),
       keyDownHandler_(std::move(keyDown)),
       keyUpHandler_(std::move(keyUp)) {}
 
 HotKey::~HotKey() {
-  controller_.unregisterHotKey(*this);
+  if (const auto controller = controller_.lock()) controller->unregisterHotKey(*this);
 }
 
 void HotKey::setKeyDownHandler(Handler handler) {
   keyDownHandler_ = std::move(handler);
-  controller_.renewClaim(*this);
+  renewClaim();
 }
 
 void HotKey::setKeyUpHandler(Handler handler) {
   keyUpHandler_ = std::move(handler);
-  controller_.renewClaim(*this);
+  renewClaim();
 }
 
 void HotKey::setIsPaused(bool paused) {
   isPaused_ = paused;
+  const auto controller = controller_.lock();
+  if (!controller) return;
   if (paused) {
-    controller_.unregisterHotKey(*this);
+    controller->unregisterHotKey(*this);
   } else {
-    controller_.registerHotKey(shared_from_this());
+    controller->registerHotKey(shared_from_this());
   }
 }
 
 void HotKey::setTakesKey(bool takes) {
   takesKey_ = takes;
-  controller_.renewClaim(*this);
+  renewClaim();
+}
+
+void HotKey::renewClaim() {
+  if (const auto controller = controller_.lock()) controller->renewClaim(*this);
 }
 
 HotKeyClaim HotKey::claim() const {

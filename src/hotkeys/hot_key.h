@@ -18,7 +18,7 @@ class HotKey : public std::enable_shared_from_this<HotKey> {
  public:
   using Handler = std::function<void()>;
 
-  /// Registers it at once. `controller` outlives the hotkey.
+  /// Registers it at once. A hotkey that outlives `controller` does nothing any more.
   static std::shared_ptr<HotKey> create(HotKeysController& controller, KeyCombo combo,
                                         Handler keyDown = {}, Handler keyUp = {});
   HotKey(const HotKey&) = delete;
@@ -44,8 +44,9 @@ class HotKey : public std::enable_shared_from_this<HotKey> {
 
  private:
   HotKey(HotKeysController& controller, KeyCombo combo, Handler keyDown, Handler keyUp);
+  void renewClaim();
 
-  HotKeysController& controller_;
+  const std::weak_ptr<HotKeysController> controller_;
   const Uuid identifier_;
   const KeyCombo keyCombo_;
   Handler keyDownHandler_;

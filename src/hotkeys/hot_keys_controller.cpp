@@ -16,6 +16,9 @@ std::uint32_t signature() {
 }  // namespace
 
 HotKeysController::~HotKeysController() {
+  for (const auto& [id, box] : boxes_) {
+    if (box.carbonEventHotKey) service_.UnregisterEventHotKey(*box.carbonEventHotKey);
+  }
   if (handler_) service_.RemoveEventHandler(*handler_);
 }
 

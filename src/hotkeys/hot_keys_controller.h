@@ -28,6 +28,9 @@ class HotKeysController {
   HotKeysController& operator=(const HotKeysController&) = delete;
   ~HotKeysController();
 
+  /// Empty once the controller is gone. Keeps nothing alive.
+  [[nodiscard]] std::weak_ptr<HotKeysController> link() const { return self_; }
+
   /// Twice is once.
   void registerHotKey(const std::shared_ptr<HotKey>& hotKey);
   void unregisterHotKey(const HotKey& hotKey);
@@ -45,6 +48,7 @@ class HotKeysController {
   std::map<std::uint32_t, HotKeyBox> boxes_;  // by registration id
   std::uint32_t count_ = 0;                   // the latest registration id
   std::optional<EventHandlerRef> handler_;
+  const std::shared_ptr<HotKeysController> self_{this, [](HotKeysController*) {}};
 };
 
 }  // namespace tapeloop

@@ -107,6 +107,24 @@ TEST_F(HotKeyTest, AHandlerMayDestroyItsHotKey) {
   EXPECT_TRUE(service.registrations.empty());
 }
 
+TEST_F(HotKeyTest, OneThatOutlivesItsRegistryIsReleasedAndDoesNothing) {
+  std::shared_ptr<HotKey> hotKey;
+  std::shared_ptr<HotKey> paused;
+  {
+    HotKeysController other(service);
+    hotKey = HotKey::create(other, KeyCombo(53, 0), [this] { ++pressed; });
+    paused = HotKey::create(other, KeyCombo(96, 0));
+    paused->setIsPaused(true);
+  }
+  EXPECT_TRUE(service.registrations.empty());
+  EXPECT_TRUE(service.press(escape));
+  EXPECT_EQ(pressed, 0);
+  paused->setIsPaused(false);
+  hotKey->setTakesKey(false);
+  hotKey.reset();
+  EXPECT_TRUE(service.registrations.empty());
+}
+
 TEST_F(HotKeyTest, BothLayersShareTheServiceAndLeaveEachOtherAlone) {
   const auto hotKey = HotKey::create(controller, KeyCombo(53, 0), [this] { ++pressed; });
   CarbonKeyboardShortcuts registrar(service);
