@@ -138,8 +138,11 @@ AccessibilityBus& AccessibilityBus::instance() {
 }
 
 AccessibilityBus::AccessibilityBus()
-    // It starts the services that it is asked for. On standard error it says what it starts.
-    : session_({"sh", "-c", "exec dbus-daemon --session --nofork --print-address 2>/dev/null"}),
+    // It starts the services that it is asked for, which then meet in this folder and nowhere where
+    // other sessions do. On standard error it says what it starts.
+    : session_({"sh", "-c", "exec dbus-daemon --session --nofork --print-address 2>/dev/null"},
+               {"XDG_RUNTIME_DIR=" + folder_.path().string(),
+                "XDG_CACHE_HOME=" + folder_.path().string()}),
       address_("DBUS_SESSION_BUS_ADDRESS=" + firstLine(session_)) {
   ::putenv(address_.data());
   if (atspi_init() != 0) throw std::runtime_error("no accessibility services");

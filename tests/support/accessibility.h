@@ -10,6 +10,7 @@
 #include <sys/types.h>
 
 #include "support/child_process.h"
+#include "support/temporary_folder.h"
 
 // Named as the library does, which its own header is not needed for.
 struct _AtspiAccessible;
@@ -74,6 +75,7 @@ class AccessibilityBus {
  private:
   AccessibilityBus();
 
+  TemporaryFolder folder_;
   ChildProcess session_;
   std::string address_;                            // as an entry of the environment
   std::shared_ptr<_AtspiEventListener> listener_;  // null: nobody has asked

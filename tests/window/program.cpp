@@ -1,6 +1,5 @@
 #include "window/program.h"
 
-#include <cstdlib>
 #include <stdexcept>
 
 namespace tapeloop::support {
@@ -16,17 +15,6 @@ std::vector<std::string> joined(std::vector<std::string> texts,
 }
 
 }  // namespace
-
-TemporaryFolder::TemporaryFolder() {
-  std::string name = std::filesystem::temp_directory_path() / "tapeloop-XXXXXX";
-  if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
-  path_ = name;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
-}
 
 TestDesktop::TestDesktop(const XServerOptions& options)
     : server_(options),

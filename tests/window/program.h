@@ -10,6 +10,7 @@
 
 #include "support/accessibility.h"
 #include "support/child_process.h"
+#include "support/temporary_folder.h"
 #include "support/x_connection.h"
 #include "support/x_poster.h"
 #include "support/x_server.h"
@@ -28,19 +29,6 @@ template <typename Condition>
   }
   return true;
 }
-
-/// A folder that goes with this object.
-class TemporaryFolder {
- public:
-  TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  ~TemporaryFolder();
-  [[nodiscard]] const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
 
 /// Where the contents of a window are on the screen.
 struct ClientWindow {
