@@ -1,7 +1,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <filesystem>
 #include <stdexcept>
 #include <vector>
@@ -94,10 +93,5 @@ bool run() {
 }  // namespace
 
 int main() {
-  try {
-    return run() ? 0 : 1;
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "%s\n", failure.what());
-    return 2;
-  }
+  return tapeloop::bench::exitStatusOf(run);
 }

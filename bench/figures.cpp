@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <ctime>
+#include <exception>
 
 namespace tapeloop::bench {
 
@@ -32,6 +33,15 @@ bool reportCount(std::string_view name, std::size_t ours, std::size_t expected) 
               expected, met ? "OK" : "FAIL");
   std::fflush(stdout);
   return met;
+}
+
+int exitStatusOf(const std::function<bool()>& run) {
+  try {
+    return run() ? 0 : 1;
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "%s\n", failure.what());
+    return 2;
+  }
 }
 
 std::int64_t threadProcessorTime() {

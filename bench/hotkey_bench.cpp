@@ -2,7 +2,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <future>
 #include <string>
 #include <thread>
@@ -155,10 +154,5 @@ bool run() {
 }  // namespace
 
 int main() {
-  try {
-    return run() ? 0 : 1;
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "hotkey_bench: %s\n", error.what());
-    return 2;
-  }
+  return tapeloop::bench::exitStatusOf(run);
 }

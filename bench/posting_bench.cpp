@@ -1,5 +1,3 @@
-#include <cstdio>
-#include <exception>
 #include <functional>
 #include <string_view>
 #include <vector>
@@ -119,10 +117,5 @@ bool run() {
 }  // namespace
 
 int main() {
-  try {
-    return run() ? 0 : 1;
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "%s\n", failure.what());
-    return 2;
-  }
+  return tapeloop::bench::exitStatusOf(run);
 }

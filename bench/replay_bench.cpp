@@ -1,9 +1,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
-#include <exception>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -131,10 +129,6 @@ bool run(bool quick) {
 
 // With "--quick" the run of 10,000 events at 1x, of more than two minutes, is left out.
 int main(int count, char** arguments) {
-  try {
-    return run(count > 1 && std::strcmp(arguments[1], "--quick") == 0) ? 0 : 1;
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "%s\n", failure.what());
-    return 2;
-  }
+  const bool quick = count > 1 && std::strcmp(arguments[1], "--quick") == 0;
+  return tapeloop::bench::exitStatusOf([quick] { return run(quick); });
 }

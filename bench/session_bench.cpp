@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
-#include <exception>
 #include <random>
 #include <stdexcept>
 #include <vector>
@@ -107,10 +105,5 @@ bool run() {
 }  // namespace
 
 int main() {
-  try {
-    return run() ? 0 : 1;
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "%s\n", failure.what());
-    return 2;
-  }
+  return tapeloop::bench::exitStatusOf(run);
 }
