@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <xcb/xcb.h>
+#include <xcb/xinput.h>
 
 #include "controller/shortcut_names.h"
 #include "hotkeys/shortcut.h"
@@ -88,13 +89,33 @@ class HotKeys : public X11Test {
   }
 };
 
-/// Another program that has a combination to itself.
+// How another program can have a combination to itself.
+enum class GrabKind : std::uint8_t { core, everyKeyboard, coreKeyboard };
+
+/// Another program that has one.
 class Grabber {
  public:
-  Grabber(const std::string& display, std::uint8_t keycode, std::uint16_t modifiers)
+  Grabber(const std::string& display, GrabKind kind, std::uint8_t keycode, std::uint16_t modifiers)
       : connection_(display) {
-    xcb_grab_key(connection_, 0, xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root,
-                 modifiers, keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+    const auto root = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
+    if (kind == GrabKind::core) {
+      xcb_grab_key(connection_, 0, root, modifiers, keycode, XCB_GRAB_MODE_ASYNC,
+                   XCB_GRAB_MODE_ASYNC);
+    } else {
+      xcb_discard_reply(connection_, xcb_input_xi_query_version(connection_, 2, 2).sequence);
+      constexpr std::uint16_t virtualCoreKeyboard = 3;
+      const std::uint32_t set = modifiers;
+      const std::uint32_t events = XCB_INPUT_XI_EVENT_MASK_KEY_PRESS;
+      const auto grab = xcb_input_xi_passive_grab_device(
+          connection_, XCB_CURRENT_TIME, root, XCB_CURSOR_NONE, keycode,
+          kind == GrabKind::everyKeyboard ? std::uint16_t{XCB_INPUT_DEVICE_ALL_MASTER}
+                                          : virtualCoreKeyboard,
+          1, 1, XCB_INPUT_GRAB_TYPE_KEYCODE, XCB_INPUT_GRAB_MODE_22_ASYNC,
+          XCB_INPUT_GRAB_MODE_22_ASYNC, XCB_INPUT_GRAB_OWNER_NO_OWNER, &events, &set);
+      auto* const reply = xcb_input_xi_passive_grab_device_reply(connection_, grab, nullptr);
+      EXPECT_TRUE(reply != nullptr && reply->num_modifiers == 0);
+      std::free(reply);
+    }
     connection_.sync();
   }
 
@@ -219,25 +240,42 @@ TEST_F(HotKeys, LocksAndLayoutsMakeNoDifference) {
 }
 
 TEST_F(HotKeys, WhatAnotherProgramHasIsKnownAndRefusedAndFreeAgainLater) {
-  const auto f7 = poster.keycode("F7");
-  std::vector<Shortcut> before = systemShortcuts(desktop.hotKeys());
-  EXPECT_THAT(before, IsEmpty()) << "our own are not another program's";
+  const Shortcut controlF7{98, controlKey};
+  auto& service = desktop.hotKeys();
   std::optional<EventHotKeyRef> hotKey;
-  {
-    const Grabber other(server.display(), f7, XCB_MOD_MASK_CONTROL);
-    EXPECT_THAT(systemShortcuts(desktop.hotKeys()), ElementsAre(Shortcut{98, controlKey}));
-    EXPECT_EQ(desktop.hotKeys().RegisterEventHotKey(
-                  98, controlKey, {}, desktop.hotKeys().GetEventDispatcherTarget().value(), 0,
-                  HotKeyClaim::take, hotKey),
-              eventHotKeyExistsErr);
+  const auto registers = [&] {
+    return service.RegisterEventHotKey(98, controlKey, {},
+                                       service.GetEventDispatcherTarget().value(), 0,
+                                       HotKeyClaim::take, hotKey);
+  };
+  EXPECT_THAT(systemShortcuts(service), IsEmpty()) << "our own are not another program's";
+  for (const GrabKind kind : {GrabKind::core, GrabKind::everyKeyboard, GrabKind::coreKeyboard}) {
+    SCOPED_TRACE(static_cast<int>(kind));
+    {
+      const Grabber other(server.display(), kind, poster.keycode("F7"), XCB_MOD_MASK_CONTROL);
+      EXPECT_THAT(systemShortcuts(service), ElementsAre(controlF7));
+      EXPECT_EQ(registers(), eventHotKeyExistsErr);
+    }
+    EXPECT_TRUE(turnUntil([&] { return systemShortcuts(service).empty(); }));
+    EXPECT_EQ(registers(), noErr);
+    EXPECT_EQ(service.UnregisterEventHotKey(hotKey.value()), noErr);
   }
-  EXPECT_TRUE(turnUntil([&] { return systemShortcuts(desktop.hotKeys()).empty(); }));
-  EXPECT_EQ(desktop.hotKeys().RegisterEventHotKey(
-                98, controlKey, {}, desktop.hotKeys().GetEventDispatcherTarget().value(), 0,
-                HotKeyClaim::take, hotKey),
-            noErr);
   strike("r");
   EXPECT_TRUE(turnUntil([this] { return isRecording(); })) << "asking took no key away";
+}
+
+TEST_F(HotKeys, WhatIsPostedReachesTheApplicationWhileAShortcutIsHeld) {
+  desktop.setLog({keyAt(EventType::keyDown, 0, 7), keyAt(EventType::keyUp, 0.3, 7),
+                  keyAt(EventType::keyDown, 0.31, 16), keyAt(EventType::keyUp, 0.32, 16)});
+  desktop.startPlayback(1);
+  ASSERT_TRUE(turnUntil([this] { return window.count(XEventKind::keyPress) == 1; }));
+  down({"Control_L", "Alt_L", "r"});
+  ASSERT_TRUE(turnUntil([this] { return !desktop.isPlaying() && keysSeen().size() == 2; }));
+  EXPECT_THAT(keysSeen(), ElementsAre(poster.keycode("x"), poster.keycode("y")));
+  EXPECT_FALSE(isRecording());
+  up({"r", "Alt_L", "Control_L"});
+  EXPECT_TRUE(turnUntil([this] { return isRecording(); })) << "the release is not lost";
+  EXPECT_TRUE(turnUntil([this] { return isNothingHeld(); }));
 }
 
 TEST_F(HotKeys, TenThousandStrikesAreTenThousandActions) {

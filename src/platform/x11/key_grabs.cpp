@@ -41,7 +41,7 @@ std::vector<std::uint8_t> KeyGrabs::withLocks(std::uint8_t modifiers) const {
 
 bool KeyGrabs::grab(KeyCombination combination) {
   auto* xcb = connection_.xcb();
-  if (areTaken({combination}).front()) return false;
+  if (areTakenThroughExtension({combination}).front()) return false;
   std::vector<xcb_void_cookie_t> grabs;
   for (const std::uint8_t modifiers : withLocks(combination.modifiers)) {
     grabs.push_back(xcb_grab_key_checked(xcb, 0, connection_.root(), modifiers, combination.keycode,
@@ -93,37 +93,48 @@ void KeyGrabs::request(KeyCombination combination, bool grab) const {
 // at once, so that no key is lost to it.
 std::vector<bool> KeyGrabs::areTaken(const std::vector<KeyCombination>& combinations) const {
   auto* xcb = connection_.xcb();
-  const bool extended = connection_.extensions().xinput;
-  std::vector<xcb_void_cookie_t> core;
-  std::vector<xcb_input_xi_passive_grab_device_cookie_t> xinput;
-  for (const auto& [keycode, modifiers] : combinations) {
-    core.push_back(xcb_grab_key_checked(xcb, 0, connection_.root(), modifiers, keycode,
-                                        XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
-    const bool isOurs = std::find(grabbed_.begin(), grabbed_.end(),
-                                  KeyCombination{keycode, modifiers}) != grabbed_.end();
-    if (!isOurs) xcb_ungrab_key(xcb, keycode, connection_.root(), modifiers);
-    if (!extended) continue;
-    const std::uint32_t set = modifiers;
-    for (const std::uint16_t device :
-         {std::uint16_t{XCB_INPUT_DEVICE_ALL_MASTER}, keyboard_.device()}) {
-      xinput.push_back(xcb_input_xi_passive_grab_device(
+  std::vector<xcb_void_cookie_t> tries;
+  for (const KeyCombination& each : combinations) {
+    tries.push_back(xcb_grab_key_checked(xcb, 0, connection_.root(), each.modifiers, each.keycode,
+                                         XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+    if (!isOurs(each)) xcb_ungrab_key(xcb, each.keycode, connection_.root(), each.modifiers);
+  }
+  std::vector<bool> taken = areTakenThroughExtension(combinations);
+  for (std::size_t i = 0; i < tries.size(); ++i) {
+    if (own(xcb_request_check(xcb, tries[i]))) taken[i] = true;
+  }
+  return taken;
+}
+
+std::vector<bool> KeyGrabs::areTakenThroughExtension(
+    const std::vector<KeyCombination>& combinations) const {
+  std::vector<bool> taken(combinations.size(), false);
+  if (!connection_.extensions().xinput) return taken;
+  auto* xcb = connection_.xcb();
+  // Some grab on every keyboard, some on the one that programs know.
+  for (const std::uint16_t device :
+       {std::uint16_t{XCB_INPUT_DEVICE_ALL_MASTER}, keyboard_.device()}) {
+    std::vector<xcb_input_xi_passive_grab_device_cookie_t> tries;
+    for (const auto& [keycode, modifiers] : combinations) {
+      const std::uint32_t set = modifiers;
+      tries.push_back(xcb_input_xi_passive_grab_device(
           xcb, XCB_CURRENT_TIME, connection_.root(), XCB_CURSOR_NONE, keycode, device, 1, 0,
           XCB_INPUT_GRAB_TYPE_KEYCODE, XCB_INPUT_GRAB_MODE_22_ASYNC, XCB_INPUT_GRAB_MODE_22_ASYNC,
           XCB_INPUT_GRAB_OWNER_NO_OWNER, nullptr, &set));
       xcb_input_xi_passive_ungrab_device(xcb, connection_.root(), keycode, device, 1,
                                          XCB_INPUT_GRAB_TYPE_KEYCODE, &set);
     }
-  }
-  std::vector<bool> taken;
-  for (std::size_t i = 0; i < combinations.size(); ++i) {
-    taken.push_back(own(xcb_request_check(xcb, core[i])) != nullptr);
-    for (std::size_t j = 2 * i; extended && j < 2 * i + 2; ++j) {
-      const auto reply = own(xcb_input_xi_passive_grab_device_reply(xcb, xinput[j], nullptr));
-      // What is listed are the sets of modifiers that were refused.
-      if (reply && reply->num_modifiers > 0) taken.back() = true;
+    for (std::size_t i = 0; i < tries.size(); ++i) {
+      const auto reply = own(xcb_input_xi_passive_grab_device_reply(xcb, tries[i], nullptr));
+      // What it lists are the sets of modifiers that were refused.
+      if (reply && reply->num_modifiers > 0) taken[i] = true;
     }
   }
   return taken;
+}
+
+bool KeyGrabs::isOurs(KeyCombination combination) const {
+  return std::find(grabbed_.begin(), grabbed_.end(), combination) != grabbed_.end();
 }
 
 void KeyGrabs::letThrough(std::uint8_t keycode, std::uint8_t modifiers) {

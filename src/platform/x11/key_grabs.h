@@ -44,6 +44,9 @@ class KeyGrabs {
  private:
   void handle(const xcb_generic_event_t& event);
   void request(KeyCombination combination, bool grab) const;
+  [[nodiscard]] std::vector<bool> areTakenThroughExtension(
+      const std::vector<KeyCombination>& combinations) const;
+  [[nodiscard]] bool isOurs(KeyCombination combination) const;
   [[nodiscard]] std::vector<std::uint8_t> withLocks(std::uint8_t modifiers) const;
 
   Connection& connection_;
