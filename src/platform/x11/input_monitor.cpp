@@ -51,7 +51,7 @@ X11InputMonitor::X11InputMonitor(Connection& connection, const KeyboardMap& keyb
   drained_ = connection_.onDrained([this] {
     receiveFocus();
     if (heldBack_ && nudge_ == 0) nudge();
-    if (monitors_.empty() && delivering_ == 0) stopStream();
+    if (monitors_.empty() && receiving_ == 0) stopStream();
   });
 }
 
@@ -73,9 +73,9 @@ void X11InputMonitor::removeMonitor(MonitorToken token) {
                                   [token](const auto& monitor) { return monitor->token == token; });
   if (found == monitors_.end()) return;
   // A handler that removes its own monitor has had everything up to the event it is handling.
-  if (monitors_.size() == 1 && delivering_ == 0 && stream_) stream_->finish();
+  if (monitors_.size() == 1 && receiving_ == 0 && stream_) stream_->finish();
   std::erase_if(monitors_, [token](const auto& monitor) { return monitor->token == token; });
-  if (monitors_.empty() && delivering_ == 0) stopStream();
+  if (monitors_.empty() && receiving_ == 0) stopStream();
 }
 
 bool X11InputMonitor::startStream() {
@@ -157,10 +157,14 @@ void X11InputMonitor::receiveFocus() {
 void X11InputMonitor::receive(const DeviceEvent& event) {
   // A handler has removed the last monitor, and what is left of the stream concerns nobody.
   if (monitors_.empty()) return;
+  // Whatever happens meanwhile, the stream is in use.
+  ++receiving_;
   const double timestamp = serverTime_.timestamp(event.time, event.arrival);
   const Aim aim = isKey(event.type) ? aimOfKey(event) : aimOfPointer(event);
-  if (aim == Aim::ours) return;
-  if (const auto translated = translate(event, timestamp)) deliver(*translated);
+  if (aim != Aim::ours) {
+    if (const auto translated = translate(event, timestamp)) deliver(*translated);
+  }
+  --receiving_;
 }
 
 // A key that went down in one window and comes up in another belongs to the first: a recording
@@ -273,14 +277,12 @@ std::optional<InputEvent> X11InputMonitor::translate(const DeviceEvent& event, d
 }
 
 void X11InputMonitor::deliver(const InputEvent& event) {
-  ++delivering_;
   // Handlers may add and remove monitors; indices stay good, and what is removed is kept meanwhile.
   for (std::size_t i = 0; i < monitors_.size(); ++i) {
     const auto monitor = monitors_[i];
     const auto number = static_cast<unsigned>(event.type);
     if (monitor->mask >> number & 1U) monitor->handler(&event);
   }
-  --delivering_;
 }
 
 }  // namespace tapeloop::x11

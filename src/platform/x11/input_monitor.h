@@ -82,7 +82,7 @@ class X11InputMonitor final : public InputMonitor {
   // which happens to the first such client of a batch of more than about 240 events. This one is
   // first, and nobody listens to it.
   std::unique_ptr<RecordStream> sacrifice_;
-  int delivering_ = 0;  // depth of handlers on the stack
+  int receiving_ = 0;  // depth of events on the stack
 
   bool heldBack_ = false;    // a raw event told of something that RECORD may still hold
   unsigned nudge_ = 0;       // sequence number of the nudge under way; 0: none
