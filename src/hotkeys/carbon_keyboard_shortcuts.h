@@ -28,6 +28,8 @@ class CarbonKeyboardShortcuts {
   /// Every registration of these keys.
   void unregisterShortcut(const Shortcut& shortcut);
   void setClaim(const Shortcut& shortcut, HotKeyClaim claim);
+  /// Hands on what was typed until now.
+  void catchUp() { service_.catchUp(); }
 
  private:
   struct Registration {

@@ -62,6 +62,8 @@ void KeyboardShortcuts::beginPause() {
 }
 
 void KeyboardShortcuts::endPause() {
+  // What was typed during the pause belongs to it.
+  registrar_.catchUp();
   --pauses_;
   renewClaims();
 }
@@ -69,9 +71,8 @@ void KeyboardShortcuts::endPause() {
 void KeyboardShortcuts::registerIfNew(const Shortcut& shortcut, const Name* holder) {
   if (!registered_.insert(shortcut).second) return;
   registrar_.registerShortcut(
-      shortcut, claimOf(shortcut, holder),
-      [this](const Shortcut& pressed) { dispatch(keyDownActions_, pressed); },
-      [this](const Shortcut& released) { dispatch(keyUpActions_, released); });
+      shortcut, claimOf(shortcut, holder), [this](const Shortcut& each) { pressed(each); },
+      [this](const Shortcut& each) { released(each); });
 }
 
 void KeyboardShortcuts::unregister(const Shortcut& shortcut) {
@@ -98,14 +99,27 @@ void KeyboardShortcuts::renewClaims() {
   for (const Shortcut& each : registered_) registrar_.setClaim(each, claimOf(each));
 }
 
+// The pause may end while the keys are still down: with the combination that was typed.
+void KeyboardShortcuts::pressed(const Shortcut& shortcut) {
+  if (isPaused()) {
+    typed_.insert(shortcut);
+  } else {
+    typed_.erase(shortcut);
+    dispatch(keyDownActions_, shortcut);
+  }
+}
+
+void KeyboardShortcuts::released(const Shortcut& shortcut) {
+  if (typed_.erase(shortcut) == 0 && !isPaused()) dispatch(keyUpActions_, shortcut);
+}
+
 // An action may change slots and add actions: each slot counts with what it holds when its turn
 // comes, and actions that are added meanwhile wait for the next time. Names never leave a table.
-void KeyboardShortcuts::dispatch(const Actions& actions, const Shortcut& pressed) {
-  if (isPaused()) return;
+void KeyboardShortcuts::dispatch(const Actions& actions, const Shortcut& shortcut) {
   std::vector<std::string> names;
   for (const auto& [rawValue, list] : actions) names.push_back(rawValue);
   for (const auto& rawValue : names) {
-    if (shortcutIn(rawValue) != pressed) continue;
+    if (shortcutIn(rawValue) != shortcut) continue;
     const auto due = actions.find(rawValue)->second;
     for (const auto& action : due) action();
   }

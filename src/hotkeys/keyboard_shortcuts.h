@@ -68,7 +68,9 @@ class KeyboardShortcuts {
   [[nodiscard]] bool isActedOn(const Shortcut& shortcut, const Name* holder = nullptr) const;
   [[nodiscard]] HotKeyClaim claimOf(const Shortcut& shortcut, const Name* holder = nullptr) const;
   void renewClaims();
-  void dispatch(const Actions& actions, const Shortcut& pressed);
+  void pressed(const Shortcut& shortcut);
+  void released(const Shortcut& shortcut);
+  void dispatch(const Actions& actions, const Shortcut& shortcut);
   void notify(const Name& name);
 
   CarbonKeyboardShortcuts registrar_;
@@ -78,6 +80,7 @@ class KeyboardShortcuts {
   Actions keyDownActions_;
   Actions keyUpActions_;
   int pauses_ = 0;
+  std::unordered_set<Shortcut> typed_;  // went down during a pause: their release starts nothing
   std::map<std::string, DefaultsValue, std::less<>> unstored_;  // by raw value
 };
 

@@ -85,7 +85,7 @@ class HotKeyService {
   [[nodiscard]] virtual std::optional<EventTargetRef> GetEventDispatcherTarget() = 0;
   /// `modifiers` are modifier bits, `options` is 0. On success `hotKey` names the registration.
   /// `eventHotKeyExistsErr` if the key is to be taken and another program has it already; one that
-  /// is only to be observed is never refused for that.
+  /// is only to be observed is never refused for that. A key that is down already does not count.
   virtual OSStatus RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers,
                                        EventHotKeyID id, EventTargetRef target,
                                        std::uint32_t options, HotKeyClaim claim,
@@ -94,6 +94,10 @@ class HotKeyService {
   virtual OSStatus UnregisterEventHotKey(EventHotKeyRef hotKey) = 0;
   /// A key that can't be taken any more because another program has it is observed.
   virtual void setClaim(EventHotKeyRef hotKey, HotKeyClaim claim) = 0;
+
+  /// Hands out every press and release that was made until now, which otherwise may lag behind what
+  /// the program is told of the keyboard in other ways.
+  virtual void catchUp() = 0;
 
   virtual OSStatus InstallEventHandler(EventTargetRef target, EventHandler handler,
                                        std::span<const EventTypeSpec> types,

@@ -102,6 +102,21 @@ TEST_F(KeyboardShortcutsTest, WhilePausedNothingRunsAndKeysReachTheirApplication
   EXPECT_EQ(runs, 1);
 }
 
+TEST_F(KeyboardShortcutsTest, ACombinationThatIsTypedDuringAPauseStartsNothingWhenItComesUp) {
+  shortcuts.setShortcut(record, f5);
+  shortcuts.onKeyUp(record, [this] { ++runs; });
+  shortcuts.onKeyUp(play, [this] { ++runs; });
+  shortcuts.beginPause();
+  press(f5);
+  shortcuts.setShortcut(play, f5);
+  shortcuts.endPause();
+  release(f5);
+  EXPECT_EQ(runs, 0);
+  press(f5);
+  release(f5);
+  EXPECT_EQ(runs, 2);
+}
+
 TEST_F(KeyboardShortcutsTest, TwoSlotsShareACombinationUntilTheLastOfThemChanges) {
   std::vector<std::string> ran;
   shortcuts.setShortcut(record, f5);

@@ -27,6 +27,7 @@ class ScriptedHotKeyService final : public HotKeyService {
                                std::optional<EventHotKeyRef>& hotKey) override;
   OSStatus UnregisterEventHotKey(EventHotKeyRef hotKey) override;
   void setClaim(EventHotKeyRef hotKey, HotKeyClaim claim) override;
+  void catchUp() override {}
   OSStatus InstallEventHandler(EventTargetRef target, EventHandler handler,
                                std::span<const EventTypeSpec> types,
                                std::optional<EventHandlerRef>& installed) override;

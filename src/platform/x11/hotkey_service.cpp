@@ -46,7 +46,11 @@ X11HotKeyService::X11HotKeyService(Connection& connection, KeyboardMap& keyboard
       modifiers_(state.onModifiers([this] { releaseThoseThatAreUp(); })),
       keyboardChanged_(keyboard.onChange([this] { followKeyboard(); })),
       events_(connection.onEvent([this](const xcb_generic_event_t& event) { handle(event); })),
-      drained_(connection.onDrained([this] { dispatch(); })) {}
+      beforeWait_(connection.runLoop().addBeforeWait([this] {
+        if (happenings_.empty()) return false;
+        dispatchFirst();
+        return !happenings_.empty();
+      })) {}
 
 X11HotKeyService::~X11HotKeyService() {
   grabs_.releaseAll();
@@ -78,6 +82,7 @@ OSStatus X11HotKeyService::RegisterEventHotKey(std::uint32_t keyCode, std::uint3
                                                std::optional<EventHotKeyRef>& hotKey) {
   hotKey.reset();
   if (target != dispatcherTarget) return eventHotKeyInvalidErr;
+  connection_.catchUp();
   const auto combination = combinationOf(keyCode, modifiers);
   if (combination && claim == HotKeyClaim::take && !grab(*combination)) {
     return eventHotKeyExistsErr;
@@ -230,16 +235,16 @@ void X11HotKeyService::releaseThoseThatAreUp() {
   }
 }
 
-void X11HotKeyService::dispatch() {
-  // A handler may wait for the server, which hands out events meanwhile.
-  if (std::exchange(dispatching_, true)) return;
-  while (!happenings_.empty()) {
-    const Happening happening = happenings_.front();
-    happenings_.erase(happenings_.begin());
-    const auto hotKey = find(happening.hotKey);
-    if (hotKey != hotKeys_.end()) send({happening.kind, hotKey->id});
-  }
-  dispatching_ = false;
+void X11HotKeyService::catchUp() {
+  connection_.catchUp();
+  while (!happenings_.empty()) dispatchFirst();
+}
+
+void X11HotKeyService::dispatchFirst() {
+  const Happening happening = happenings_.front();
+  happenings_.pop_front();
+  const auto hotKey = find(happening.hotKey);
+  if (hotKey != hotKeys_.end()) send({happening.kind, hotKey->id});
 }
 
 // What is removed leaves its place empty, so an index stays good while a handler runs.

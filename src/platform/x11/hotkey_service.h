@@ -2,6 +2,7 @@
 
 #include <bitset>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <list>
 #include <vector>
@@ -16,8 +17,8 @@
 namespace tapeloop::x11 {
 
 /// Hotkeys that are seen through raw events, which tell of every key whoever has the keyboard, and
-/// kept from other programs by grabs. Handlers run after all events that have arrived so far were
-/// handed out. Main thread only.
+/// kept from other programs by grabs. Handlers run from the loop and never while another event is
+/// handed out; after each the loop turns to whatever else waits. Main thread only.
 class X11HotKeyService final : public HotKeyService {
  public:
   /// What is handed in outlives the service.
@@ -33,6 +34,7 @@ class X11HotKeyService final : public HotKeyService {
                                std::optional<EventHotKeyRef>& hotKey) override;
   OSStatus UnregisterEventHotKey(EventHotKeyRef hotKey) override;
   void setClaim(EventHotKeyRef hotKey, HotKeyClaim claim) override;
+  void catchUp() override;
   OSStatus InstallEventHandler(EventTargetRef target, EventHandler handler,
                                std::span<const EventTypeSpec> types,
                                std::optional<EventHandlerRef>& installed) override;
@@ -67,7 +69,7 @@ class X11HotKeyService final : public HotKeyService {
   void keyWentDown(std::uint8_t keycode);
   void keyWentUp(std::uint8_t keycode);
   void releaseThoseThatAreUp();
-  void dispatch();
+  void dispatchFirst();
   void send(const HotKeyEvent& event);
 
   Connection& connection_;
@@ -83,14 +85,13 @@ class X11HotKeyService final : public HotKeyService {
     std::vector<EventTypeSpec> types;
   };
   std::vector<Handler> handlers_;
-  std::vector<Happening> happenings_;  // not told yet, in order
-  std::bitset<256> keysDown_;          // by keycode
-  bool dispatching_ = false;
+  std::deque<Happening> happenings_;  // not told yet, in order
+  std::bitset<256> keysDown_;         // by keycode
   Subscription keys_;
   Subscription modifiers_;
   Subscription keyboardChanged_;
   Subscription events_;
-  Subscription drained_;
+  Subscription beforeWait_;
 };
 
 }  // namespace tapeloop::x11
