@@ -95,7 +95,7 @@ void RecorderCocoa::dismissAlert() {
 
 EventPass RecorderCocoa::handle(const InputEvent& event) {
   if (event.type == EventType::keyDown) return handleKey(event);
-  if (!isNear(event.locationInWindow, bounds_)) {
+  if (!bounds_ || !isNear(event.locationInWindow, bounds_())) {
     giveUpKeyboard();
     return EventPass::passOn;
   }

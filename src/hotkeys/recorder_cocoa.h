@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "hotkeys/keyboard_shortcuts.h"
 #include "hotkeys/recorder_texts.h"
@@ -59,7 +60,9 @@ class RecorderCocoa {
   void setShortcutName(Name name);
 
   // What the view says.
-  void setBounds(Rect inWindow) { bounds_ = inWindow; }
+  /// `inWindow` tells where the field is at the moment, which is asked for with each press of a
+  /// button.
+  void setBounds(std::function<Rect()> inWindow) { bounds_ = std::move(inWindow); }
   void becomeFirstResponder();
   void resignFirstResponder();
   void cancelButtonPressed();
@@ -84,7 +87,7 @@ class RecorderCocoa {
   const RecorderServices services_;
   Name shortcutName_;
   const OnChange onChange_;
-  Rect bounds_;
+  std::function<Rect()> bounds_;
   std::optional<LocalMonitorToken> eventMonitor_;  // while it records
   Signal<bool> focusRequested_;
   Subscription observer_;

@@ -24,9 +24,10 @@ T.TextField {
     Accessible.name: name
     Accessible.description: model.placeholder
 
+    Component.onCompleted: model.setField(root)
     onActiveFocusChanged: {
         if (activeFocus)
-            model.becomeFirstResponder(mapToItem(null, 0, 0, width, height));
+            model.becomeFirstResponder();
         else
             model.resignFirstResponder();
     }

@@ -1,6 +1,8 @@
 #include "views/recorder_model.h"
 
 #include <QtCore/QMetaObject>
+#include <QtCore/QPointer>
+#include <QtCore/QRectF>
 
 #include "views/forwarding.h"
 
@@ -27,9 +29,12 @@ RecorderModel::RecorderModel(RecorderCocoa& recorder) : recorder_(recorder) {
   }));
 }
 
-void RecorderModel::becomeFirstResponder(const QRectF& bounds) {
-  recorder_.setBounds({{bounds.x(), bounds.y()}, {bounds.width(), bounds.height()}});
-  recorder_.becomeFirstResponder();
+void RecorderModel::setField(QQuickItem* field) {
+  recorder_.setBounds([field = QPointer<QQuickItem>(field)]() -> Rect {
+    if (!field) return {};
+    const QRectF place = field->mapRectToScene({0, 0, field->width(), field->height()});
+    return {{place.x(), place.y()}, {place.width(), place.height()}};
+  });
 }
 
 }  // namespace tapeloop

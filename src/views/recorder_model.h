@@ -4,9 +4,9 @@
 #include <vector>
 
 #include <QtCore/QObject>
-#include <QtCore/QRectF>
 #include <QtCore/QString>
 #include <QtQml/qqmlregistration.h>
+#include <QtQuick/QQuickItem>
 
 #include "hotkeys/recorder_cocoa.h"
 
@@ -42,8 +42,9 @@ class RecorderModel : public QObject {
   [[nodiscard]] QString alertTitle() const { return QString::fromStdString(alert_.title); }
   [[nodiscard]] QString alertText() const { return QString::fromStdString(alert_.informativeText); }
 
-  /// The field got the keyboard; it is `bounds`, in the window's coordinates.
-  Q_INVOKABLE void becomeFirstResponder(const QRectF& bounds);
+  /// The item that draws the field.
+  Q_INVOKABLE void setField(QQuickItem* field);
+  Q_INVOKABLE void becomeFirstResponder() { recorder_.becomeFirstResponder(); }
   Q_INVOKABLE void resignFirstResponder() { recorder_.resignFirstResponder(); }
   Q_INVOKABLE void cancelButtonPressed() { recorder_.cancelButtonPressed(); }
   Q_INVOKABLE void dismissAlert() { recorder_.dismissAlert(); }

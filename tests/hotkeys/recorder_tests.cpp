@@ -21,7 +21,7 @@ class RecorderTest : public SimulatedTest {
     Menu menu;
     menu.items = {{"Quit Tapeloop", MenuAction::terminate, "q", {}}};
     desktop.mainMenu.setMainMenu(menu);
-    recorder->setBounds({{100, 50}, {130, 26}});
+    recorder->setBounds([] { return Rect{{100, 50}, {130, 26}}; });
     focus_ = recorder->onFocusRequest([this](bool wanted) { focusRequests.push_back(wanted); });
   }
   RecorderServices services() {
