@@ -78,18 +78,8 @@ Item {
                 }
             }
 
-            T.ScrollBar.vertical: T.ScrollBar {
+            T.ScrollBar.vertical: ThinScrollBar {
                 id: bar
-
-                visible: size < 1
-                implicitWidth: 8
-                minimumSize: 0.1
-                contentItem: Rectangle {
-                    implicitWidth: 6
-                    radius: 3
-                    color: "grey"
-                    opacity: bar.pressed ? 0.9 : 0.6
-                }
             }
         }
     }

@@ -19,24 +19,6 @@ Item {
         onDismissed: root.model.dismissPlayAlert()
     }
 
-    Repeater {
-        model: [root.model.sheet.recordShortcut, root.model.sheet.playShortcut]
-
-        Item {
-            id: recorder
-
-            required property RecorderModel modelData
-
-            AlertWindow {
-                heading: recorder.modelData.alertTitle
-                message: recorder.modelData.alertText
-                dismissText: "OK"
-                showing: recorder.modelData.showingAlert
-                onDismissed: recorder.modelData.dismissAlert()
-            }
-        }
-    }
-
     InformationAlert {
         model: root.model.information
     }

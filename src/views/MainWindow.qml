@@ -9,8 +9,11 @@ Window {
 
     property bool movableByBackground: false
     readonly property bool dark: palette.window.hslLightness < 0.5
-    readonly property int contentWidth: Math.max(panelArea.width + (sidebar.visible ? sidebar.width + 20 : 0), sheet.visible ? sheet.implicitWidth : 0)
-    readonly property int contentHeight: titleBar.height + Math.max(panel.height + 24, sidebar.height + 24, sheet.visible ? sheet.implicitHeight + (sidebar.visible ? 16 : 0) : 0)
+    readonly property SettingsSheet sheet: sheetLoader.item as SettingsSheet
+    readonly property bool showsSheet: sheet !== null && sheet.visible
+    readonly property bool sheetIsModal: sheet !== null && sheet.modal
+    readonly property int contentWidth: Math.max(panelArea.width + (sidebar.visible ? sidebar.width + 20 : 0), showsSheet ? sheet.implicitWidth : 0)
+    readonly property int contentHeight: titleBar.height + Math.max(panel.height + 24, sidebar.height + 24, showsSheet ? Math.min(sheet.implicitHeight + (sidebar.visible ? 16 : 0), Screen.height - titleBar.height) : 0)
 
     // In one step: the window manager holds a window to the limits that it knows.
     function fit() {
@@ -58,7 +61,7 @@ Window {
     Item {
         id: panelArea
 
-        enabled: !sheet.modal
+        enabled: !root.sheetIsModal
         y: titleBar.height
         width: panel.width + 60
         height: root.height - y
@@ -75,22 +78,34 @@ Window {
     LibrarySidebar {
         id: sidebar
 
-        enabled: !sheet.modal
+        enabled: !root.sheetIsModal
         x: panelArea.width
         y: titleBar.height + 4
         model: root.model.library
         available: !root.model.buttonDisabled
     }
 
-    SettingsSheet {
-        id: sheet
+    // Made when it is first asked for: the window is on the screen sooner without it.
+    Loader {
+        id: sheetLoader
 
         y: titleBar.height
         width: root.width
         height: root.height - y
-        model: root.model.sheet
-        dark: root.dark
-        floats: sidebar.visible
+
+        Connections {
+            target: root.model.sheet
+            enabled: root.sheet === null
+
+            function onShownChanged() {
+                sheetLoader.setSource("SettingsSheet.qml", {
+                    model: root.model.sheet,
+                    dark: Qt.binding(() => root.dark),
+                    floats: Qt.binding(() => sidebar.visible)
+                });
+                root.sheet.open();
+            }
+        }
     }
 
     TitleBar {

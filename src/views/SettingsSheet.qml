@@ -52,9 +52,6 @@ FocusScope {
     Keys.onReturnPressed: model.saveButtonPressed()
     Keys.onEnterPressed: model.saveButtonPressed()
 
-    Accessible.role: Accessible.Dialog
-    Accessible.name: "Settings"
-
     Connections {
         target: root.model
 
@@ -63,6 +60,24 @@ FocusScope {
                 root.open();
             else
                 root.close();
+        }
+    }
+
+    Repeater {
+        model: [root.model.recordShortcut, root.model.playShortcut]
+
+        Item {
+            id: recorder
+
+            required property RecorderModel modelData
+
+            AlertWindow {
+                heading: recorder.modelData.alertTitle
+                message: recorder.modelData.alertText
+                dismissText: "OK"
+                showing: recorder.modelData.showingAlert
+                onDismissed: recorder.modelData.dismissAlert()
+            }
         }
     }
 
@@ -86,8 +101,11 @@ FocusScope {
     Item {
         x: Math.round((root.width - width) / 2)
         width: root.implicitWidth
-        height: root.implicitHeight
+        height: Math.min(root.implicitHeight, root.height)
         clip: true
+        // Not of the scope, which would have the focus along with what is in it.
+        Accessible.role: Accessible.Dialog
+        Accessible.name: "Settings"
 
         // Its upper corners are beyond the edge.
         Rectangle {
@@ -107,82 +125,108 @@ FocusScope {
             width: parent.width
             height: parent.height
 
-            Column {
-                id: column
+            // Higher than a small screen, it scrolls.
+            Flickable {
+                id: scroll
 
-                x: 20
-                y: 12
-                spacing: 10
-
-                Text {
-                    anchors.horizontalCenter: parent.horizontalCenter
-                    text: "Settings"
-                    color: palette.windowText
-                    font.pixelSize: 20
-                    font.weight: Font.DemiBold
-                    Accessible.role: Accessible.Heading
-                    Accessible.name: text
+                function holds(item: Item): bool {
+                    return item !== null && (item === column || holds(item.parent));
+                }
+                function show(item: Item) {
+                    const top = item.mapToItem(column, 0, 0).y + column.y - 8;
+                    const bottom = top + item.height + 16;
+                    contentY = Math.max(0, Math.min(Math.max(contentY, bottom - height), top));
                 }
 
-                RepeatSettings {
-                    id: repeat
-
-                    width: shortcuts.width
-                    model: root.model
+                anchors.fill: parent
+                contentHeight: root.implicitHeight
+                Window.onActiveFocusItemChanged: {
+                    if (holds(Window.activeFocusItem))
+                        show(Window.activeFocusItem);
                 }
+                // A field that records stays where it is.
+                interactive: contentHeight > height && !root.model.recordShortcut.isRecording && !root.model.playShortcut.isRecording
+                boundsBehavior: Flickable.StopAtBounds
 
-                SheetPanel {
-                    width: shortcuts.width
+                Column {
+                    id: column
 
-                    SheetCaption {
-                        anchors.horizontalCenter: parent.horizontalCenter
-                        text: root.model.speedCaption
-                    }
-
-                    SheetSlider {
-                        anchors.horizontalCenter: parent.horizontalCenter
-                        width: 200
-                        name: "Playback Speed"
-                        from: root.model.lowestSpeed
-                        to: root.model.highestSpeed
-                        stepSize: 1
-                        keyStep: 1
-                        value: root.model.playbackSpeed
-                        onEdited: to => root.model.playbackSpeed = to
-                    }
-                }
-
-                Row {
-                    id: shortcuts
-
-                    anchors.horizontalCenter: parent.horizontalCenter
+                    x: 20
+                    y: 12
                     spacing: 10
 
-                    ShortcutBox {
-                        caption: "Record Shortcut"
-                        tint: Qt.rgba(220 / 255, 90 / 255, 80 / 255, 0.15)
-                        model: root.model.recordShortcut
+                    Text {
+                        anchors.horizontalCenter: parent.horizontalCenter
+                        text: "Settings"
+                        color: palette.windowText
+                        font.pixelSize: 20
+                        font.weight: Font.DemiBold
+                        Accessible.role: Accessible.Heading
+                        Accessible.name: text
                     }
 
-                    ShortcutBox {
-                        caption: "Play Shortcut"
-                        tint: root.dark ? Qt.rgba(50 / 255, 215 / 255, 75 / 255, 0.15) : Qt.rgba(40 / 255, 205 / 255, 65 / 255, 0.15)
-                        model: root.model.playShortcut
+                    RepeatSettings {
+                        id: repeat
+
+                        width: shortcuts.width
+                        model: root.model
+                    }
+
+                    SheetPanel {
+                        width: shortcuts.width
+
+                        SheetCaption {
+                            anchors.horizontalCenter: parent.horizontalCenter
+                            text: root.model.speedCaption
+                        }
+
+                        SheetSlider {
+                            anchors.horizontalCenter: parent.horizontalCenter
+                            width: 200
+                            name: "Playback Speed"
+                            from: root.model.lowestSpeed
+                            to: root.model.highestSpeed
+                            stepSize: 1
+                            keyStep: 1
+                            value: root.model.playbackSpeed
+                            onEdited: to => root.model.playbackSpeed = to
+                        }
+                    }
+
+                    Row {
+                        id: shortcuts
+
+                        anchors.horizontalCenter: parent.horizontalCenter
+                        spacing: 10
+
+                        ShortcutBox {
+                            caption: "Record Shortcut"
+                            tint: Qt.rgba(220 / 255, 90 / 255, 80 / 255, 0.15)
+                            model: root.model.recordShortcut
+                        }
+
+                        ShortcutBox {
+                            caption: "Play Shortcut"
+                            tint: root.dark ? Qt.rgba(50 / 255, 215 / 255, 75 / 255, 0.15) : Qt.rgba(40 / 255, 205 / 255, 65 / 255, 0.15)
+                            model: root.model.playShortcut
+                        }
+                    }
+
+                    PushButton {
+                        anchors.horizontalCenter: parent.horizontalCenter
+                        width: 50
+                        height: 25
+                        padding: 2
+                        radius: 7
+                        text: "Save"
+                        font.pointSize: 10
+                        unpressColor: Qt.rgba(43 / 255, 150 / 255, 72 / 255, 1)
+                        pressColor: Qt.rgba(0, 107 / 255, 0, 1)
+                        onClicked: root.model.saveButtonPressed()
                     }
                 }
 
-                PushButton {
-                    anchors.horizontalCenter: parent.horizontalCenter
-                    width: 50
-                    height: 25
-                    padding: 2
-                    radius: 7
-                    text: "Save"
-                    font.pointSize: 10
-                    unpressColor: Qt.rgba(43 / 255, 150 / 255, 72 / 255, 1)
-                    pressColor: Qt.rgba(0, 107 / 255, 0, 1)
-                    onClicked: root.model.saveButtonPressed()
-                }
+                T.ScrollBar.vertical: ThinScrollBar {}
             }
 
             // On its way out nothing acts any more.

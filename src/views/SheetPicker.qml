@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Templates as T
 
@@ -18,6 +20,7 @@ T.ComboBox {
     font.pointSize: 10
     focusPolicy: Qt.StrongFocus
     Accessible.name: name
+    Accessible.description: enabled ? "" : "Unavailable"
 
     contentItem: Text {
         text: root.currentIndex < 0 || root.currentIndex >= root.count ? root.otherChoice : root.displayText
@@ -99,19 +102,7 @@ T.ComboBox {
             currentIndex: root.highlightedIndex
             boundsBehavior: Flickable.StopAtBounds
 
-            T.ScrollBar.vertical: T.ScrollBar {
-                id: bar
-
-                visible: size < 1
-                implicitWidth: 6
-                minimumSize: 0.1
-                contentItem: Rectangle {
-                    implicitWidth: 4
-                    radius: 2
-                    color: "grey"
-                    opacity: bar.pressed ? 0.9 : 0.6
-                }
-            }
+            T.ScrollBar.vertical: ThinScrollBar {}
         }
 
         background: Rectangle {

@@ -19,6 +19,7 @@ T.Slider {
     snapMode: stepSize > 0 ? T.Slider.SnapAlways : T.Slider.NoSnap
     focusPolicy: Qt.StrongFocus
     Accessible.name: name
+    Accessible.description: enabled ? "" : "Unavailable"
     onMoved: edited(value)
     Keys.onLeftPressed: step(-keyStep)
     Keys.onDownPressed: step(-keyStep)

@@ -10,6 +10,7 @@ T.Switch {
     spacing: 10
     font.pointSize: 10
     focusPolicy: Qt.StrongFocus
+    Accessible.description: enabled ? "" : "Unavailable"
 
     contentItem: Text {
         text: root.text
