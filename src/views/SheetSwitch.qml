@@ -5,12 +5,20 @@ import QtQuick.Templates as T
 T.Switch {
     id: root
 
+    function flip() {
+        toggle();
+        toggled();
+    }
+
     implicitWidth: contentItem.implicitWidth
     implicitHeight: 24
     spacing: 10
     font.pointSize: 10
     focusPolicy: Qt.StrongFocus
     Accessible.description: enabled ? "" : "Unavailable"
+    // By itself the template would report a click and stay as it is.
+    Accessible.onPressAction: flip()
+    Accessible.onToggleAction: flip()
 
     contentItem: Text {
         text: root.text
