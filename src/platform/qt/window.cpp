@@ -159,9 +159,8 @@ bool Window::isOpen() const {
 void Window::changed() {
   if (!wanted_ || queued_) return;
   queued_ = true;
-  // The frame is the receiver: a window that was let go of meanwhile takes the call with it.
   QMetaObject::invokeMethod(
-      frame_, [this] { realize(); }, Qt::QueuedConnection);
+      &receiver_, [this] { realize(); }, Qt::QueuedConnection);
 }
 
 void Window::realize() {

@@ -74,6 +74,7 @@ class Window final : public tapeloop::Window {
   std::optional<Point> topLeft_;
   HostingView content_;
   std::unique_ptr<QQuickItem> item_;
+  QObject receiver_;  // of queued calls, which go when the window goes, before its frame does
 };
 
 }  // namespace tapeloop::qt
