@@ -183,4 +183,11 @@ void Program::click(const Element& element) {
   aside_ = -aside_;
 }
 
+bool Program::openSettings() {
+  click("Settings");
+  const Element sheet = named("dialog", "Settings");
+  const Element title = named("heading", "Settings");
+  return eventually([&] { return title.place().y - sheet.place().y >= 12; });
+}
+
 }  // namespace tapeloop::support

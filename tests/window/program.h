@@ -97,6 +97,8 @@ class Program {
   /// And clicks there.
   void click(const Element& element);
   void click(const std::string& button) { click(named("push button", button)); }
+  /// Opens the settings by their button and waits until the sheet has slid to its place.
+  [[nodiscard]] bool openSettings();
 
  private:
   TestDesktop& desktop_;
