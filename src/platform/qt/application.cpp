@@ -49,6 +49,9 @@ Application::Application(char* program) : arguments_{program, nullptr} {
   const TemporaryVariable plainDispatcher("QT_NO_GLIB", "1");
   // Recording and playing need X11, whatever else Qt would choose.
   const TemporaryVariable platform("QT_QPA_PLATFORM", "xcb");
+  // The X library loses a descriptor that comes while many events do, and gives up the connection.
+  // Pictures go through the socket instead of memory that is passed so.
+  const TemporaryVariable noPassedMemory("QT_XCB_NO_MITSHM", "1");
   application_ = std::make_unique<QGuiApplication>(argumentCount_, arguments_);
 }
 
