@@ -116,9 +116,11 @@ void Connection::roundTrip() const {
   own(xcb_get_input_focus_reply(xcb_, xcb_get_input_focus(xcb_), nullptr));
 }
 
+// What comes in meanwhile waits for the next turn, so that a flood keeps nobody else waiting.
 bool Connection::drain() {
   bool handled = false;
-  while (const auto event = own(xcb_poll_for_event(xcb_))) {
+  for (auto event = own(xcb_poll_for_event(xcb_)); event;
+       event = own(xcb_poll_for_queued_event(xcb_))) {
     handled = true;
     event_(*event);
   }

@@ -19,6 +19,8 @@ constexpr std::uint8_t fromServer = 0;
 constexpr std::uint8_t startOfData = 4;
 constexpr std::uint8_t endOfData = 5;
 
+constexpr int mostAtOnce = 256;  // replies
+
 // How long the server may take to start or end a stream before it counts as stuck.
 constexpr int serverPatience = 2000;  // milliseconds
 
@@ -63,17 +65,13 @@ bool RecordStream::enable() {
   if (!waitUntilEnabled()) return false;
   watch_ = control_.runLoop().watch(xcb_get_file_descriptor(data_), [this] { drain(); });
   // Starting may have read events along with the reply that it waited for.
-  beforeWait_ = control_.runLoop().addBeforeWait([this] {
-    drain();
-    return false;
-  });
+  beforeWait_ = control_.runLoop().addBeforeWait([this] { return drain(); });
   return true;
 }
 
 bool RecordStream::waitUntilEnabled() {
   while (!enabled_ && !ended_) {
-    drain();
-    if (!enabled_ && !ended_ && !waitReadable()) return false;
+    if (!drain() && !enabled_ && !ended_ && !waitReadable()) return false;
   }
   return enabled_;
 }
@@ -86,8 +84,7 @@ void RecordStream::finish() {
   // way, with the end of the stream behind it.
   own(xcb_get_input_focus_reply(control, xcb_get_input_focus(control), nullptr));
   while (!ended_) {
-    drain();
-    if (!ended_ && !waitReadable()) break;
+    if (!drain() && !ended_ && !waitReadable()) break;
   }
   ended_ = true;
   watch_ = {};
@@ -99,9 +96,11 @@ bool RecordStream::waitReadable() const {
   return poll(&descriptor, 1, serverPatience) > 0;
 }
 
-void RecordStream::drain() {
+// Tells whether it stopped with more to come, which a flood is not to keep the loop busy with.
+bool RecordStream::drain() {
   void* memory = nullptr;
   xcb_generic_error_t* failure = nullptr;
+  int count = 0;
   while (!ended_ && xcb_poll_for_reply(data_, sequence_, &memory, &failure) != 0) {
     const auto error = own(std::exchange(failure, nullptr));
     const auto reply =
@@ -124,9 +123,11 @@ void RecordStream::drain() {
       default:
         break;
     }
+    if (++count == mostAtOnce) return true;
   }
   if (xcb_connection_has_error(data_) != 0) ended_ = true;
   if (ended_) watch_ = {};
+  return false;
 }
 
 void RecordStream::deliver(const std::uint8_t* events, std::size_t size) {

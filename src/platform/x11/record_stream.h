@@ -39,7 +39,7 @@ class RecordStream {
   RecordStream(Connection& control, xcb_connection_t* data, Handler handler);
   bool enable();
   bool waitUntilEnabled();
-  void drain();
+  bool drain();
   void deliver(const std::uint8_t* events, std::size_t size);
   [[nodiscard]] bool waitReadable() const;
 
