@@ -7,25 +7,41 @@ Item {
 
     required property ContentViewModel model
 
-    AlertWindow {
-        message: "Please authorize Tapeloop by going to System Preferences -> Security & Privacy -> Privacy -> Accessibility -> Check Tapeloop."
-        showing: root.model.showingAuthAlert
-        onDismissed: root.model.dismissAuthAlert()
+    OnDemand {
+        wanted: root.model.showingAuthAlert
+
+        sourceComponent: AlertWindow {
+            message: "Please authorize Tapeloop by going to System Preferences -> Security & Privacy -> Privacy -> Accessibility -> Check Tapeloop."
+            showing: root.model.showingAuthAlert
+            onDismissed: root.model.dismissAuthAlert()
+        }
     }
 
-    AlertWindow {
-        message: "No input has been recorded yet."
-        showing: root.model.showingPlayAlert
-        onDismissed: root.model.dismissPlayAlert()
+    OnDemand {
+        wanted: root.model.showingPlayAlert
+
+        sourceComponent: AlertWindow {
+            message: "No input has been recorded yet."
+            showing: root.model.showingPlayAlert
+            onDismissed: root.model.dismissPlayAlert()
+        }
     }
 
-    InformationAlert {
-        model: root.model.information
+    OnDemand {
+        wanted: root.model.information.showingAlert
+
+        sourceComponent: InformationAlert {
+            model: root.model.information
+        }
     }
 
-    AlertWindow {
-        showing: root.model.library.storeAlert !== ""
-        message: root.model.library.storeAlert
-        onDismissed: root.model.library.dismissStoreAlert()
+    OnDemand {
+        wanted: root.model.library.storeAlert !== ""
+
+        sourceComponent: AlertWindow {
+            showing: root.model.library.storeAlert !== ""
+            message: root.model.library.storeAlert
+            onDismissed: root.model.library.dismissStoreAlert()
+        }
     }
 }

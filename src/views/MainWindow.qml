@@ -151,15 +151,20 @@ Window {
         model: root.model
     }
 
-    AboutWindow {
+    Loader {
         id: about
-    }
-    Connections {
-        target: root.model.menu
 
-        function onAboutPanelRequested() {
-            about.show();
-            about.requestActivate();
+        active: false
+        sourceComponent: AboutWindow {}
+
+        Connections {
+            target: root.model.menu
+
+            function onAboutPanelRequested() {
+                about.active = true;
+                (about.item as AboutWindow).show();
+                (about.item as AboutWindow).requestActivate();
+            }
         }
     }
 }
