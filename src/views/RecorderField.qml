@@ -18,11 +18,12 @@ T.TextField {
     readOnly: true
     selectByMouse: false
     text: model.text
+    // Read to screen readers as its description, too.
+    placeholderText: model.placeholder
     color: root.palette.windowText
     font.pointSize: 10
     cursorDelegate: Item {}
     Accessible.name: name
-    Accessible.description: model.placeholder
 
     Component.onCompleted: model.setField(root)
     onActiveFocusChanged: {
@@ -42,7 +43,7 @@ T.TextField {
     Text {
         anchors.centerIn: parent
         visible: root.length === 0
-        text: root.model.placeholder
+        text: root.placeholderText
         color: root.palette.windowText
         opacity: 0.6
         font: root.font

@@ -46,7 +46,8 @@ QIcon SymbolProvider::programIcon() {
   initializeIcons();
   QIcon icon;
   for (const int side : {16, 32, 48, 64, 128}) {
-    icon.addPixmap(QPixmap::fromImage(render(QStringLiteral("tapeloop"), {side, side}, {})));
+    const auto name = side > 32 ? QStringLiteral("tapeloop") : QStringLiteral("tapeloop-small");
+    icon.addPixmap(QPixmap::fromImage(render(name, {side, side}, {})));
   }
   return icon;
 }

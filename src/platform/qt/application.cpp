@@ -44,7 +44,7 @@ Application::Application(char* program) : arguments_{program, nullptr} {
   QCoreApplication::setApplicationName("tapeloop");
   QCoreApplication::setApplicationVersion(TAPELOOP_VERSION);
   QGuiApplication::setApplicationDisplayName("Tapeloop");
-  QGuiApplication::setDesktopFileName("tapeloop");
+  QGuiApplication::setDesktopFileName(TAPELOOP_ID);
   // The plain dispatcher serves descriptors in order of arrival; GLib's puts them after its own.
   const TemporaryVariable plainDispatcher("QT_NO_GLIB", "1");
   // Recording and playing need X11, whatever else Qt would choose.
@@ -65,8 +65,10 @@ DoubleClickHints Application::doubleClick() const {
 
 std::string Application::dataFolder() const {
   const QString program = QCoreApplication::applicationDirPath();
-  const QDir installed(program + QStringLiteral("/../share/tapeloop"));
-  if (installed.exists()) return installed.canonicalPath().toStdString();
+  const QDir installed(program + QStringLiteral("/" TAPELOOP_DATA_FOLDER));
+  // The user's own folder of that name is at the same place beside a build tree in ~/.local.
+  if (installed.exists(QStringLiteral("privacy-policy.html")))
+    return installed.canonicalPath().toStdString();
   return (program + QStringLiteral("/share/tapeloop")).toStdString();
 }
 
