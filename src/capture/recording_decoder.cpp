@@ -3,6 +3,9 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <locale>
+#include <sstream>
+#include <string>
 #include <utility>
 
 #include <rapidjson/memorystream.h>
@@ -46,10 +49,23 @@ constexpr std::array<std::string_view, memberCount> memberNames = {
 };
 constexpr unsigned allMembers = (1U << memberCount) - 1;
 
-std::optional<double> parseFloat(std::string_view digits) {
+/// The nearest double; nothing if the number is larger, or smaller, than every one of them.
+std::optional<double> parseInRange(std::string_view digits) {
   double value = 0;
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
   if (error != std::errc{}) return std::nullopt;
+  return value;
+}
+
+/// A number too small for any other double is a zero.
+std::optional<double> parseFloat(std::string_view digits) {
+  if (const auto value = parseInRange(digits)) return value;
+  // A stream tells too small from too large, at its leisure.
+  std::istringstream stream{std::string(digits)};
+  stream.imbue(std::locale::classic());
+  double value = 0;
+  stream >> value;
+  if (stream.fail()) return std::nullopt;
   return value;
 }
 
@@ -59,7 +75,7 @@ std::optional<std::int64_t> parseInteger(std::string_view digits) {
   const auto [end, error] = std::from_chars(digits.data(), last, value);
   if (error == std::errc{} && end == last) return value;
   if (digits.find_first_of(".eE") == std::string_view::npos) return std::nullopt;
-  const auto number = parseFloat(digits);
+  const auto number = parseInRange(digits);
   if (!number || std::abs(*number) > exactIntegers || *number != std::trunc(*number)) {
     return std::nullopt;
   }
@@ -155,7 +171,7 @@ class Decoder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Decoder> 
     const auto known = std::ranges::find(memberNames, std::string_view(characters, size));
     const auto member = static_cast<std::size_t>(known - memberNames.begin());
     if (spans_) {
-      span().isCanonical &= member == nextMember_++;
+      span().isCanonical &= member < memberCount && member == nextMember_++;
       keyEnd_ = stream_->Tell();
     }
     member_ = member;

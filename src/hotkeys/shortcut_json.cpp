@@ -28,13 +28,17 @@ std::string toJson(const Shortcut& shortcut) {
 }
 
 std::optional<Shortcut> shortcutFromJson(std::string_view text) {
+  // The parser takes a zero byte for the end.
+  if (text.find('\0') != std::string_view::npos) return std::nullopt;
   rapidjson::Document document;
   document.Parse<parseFlags>(text.data(), text.size());
   if (document.HasParseError() || !document.IsObject()) return std::nullopt;
-  const auto keyCode = document.FindMember(keyCodeMember);
-  const auto modifiers = document.FindMember(modifiersMember);
-  if (keyCode == document.MemberEnd() || !keyCode->value.IsInt64() ||
-      modifiers == document.MemberEnd() || !modifiers->value.IsInt64()) {
+  // Constant, so that their comparisons are no different the other way round.
+  const rapidjson::Value& object = document;
+  const auto keyCode = object.FindMember(keyCodeMember);
+  const auto modifiers = object.FindMember(modifiersMember);
+  if (keyCode == object.MemberEnd() || !keyCode->value.IsInt64() ||
+      modifiers == object.MemberEnd() || !modifiers->value.IsInt64()) {
     return std::nullopt;
   }
   return Shortcut{keyCode->value.GetInt64(), modifiers->value.GetInt64()};

@@ -90,6 +90,9 @@ TEST(RecordingJson, KeepsEveryBitOfAFloat) {
     ASSERT_EQ(std::bit_cast<std::uint64_t>(read[i]), std::bit_cast<std::uint64_t>(values[i]));
   }
   EXPECT_TRUE(std::signbit(decoded(with("0.1", "-0")).timestampArray.front()));
+  // One that is too small for any other double leaves the recording readable.
+  const double tiny = decoded(with("0.1", "-1e-400")).timestampArray.front();
+  EXPECT_TRUE(tiny == 0 && std::signbit(tiny));
 }
 
 TEST(RecordingJson, KeepsEveryTextThatIsUtf8) {

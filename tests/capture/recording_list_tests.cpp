@@ -79,6 +79,7 @@ TEST(RecordingList, WhatOtherWritersLeftInTheTextIsDropped) {
   }
   for (const std::string& foreign : {
            replaced("{\"title\":\"two", "{\"color\":[{\"title\":\"red\"},{}],\"title\":\"two"),
+           replaced("}]", ",\"color\":\"red\"}]"),
            replaced("{\"title\":\"two", "{\"title\":\"none\",\"title\":\"two"),
            replaced("{\"title\":\"two", "{ \"title\":\"two"),
            replaced("\"two words\",", "\"two\\u0020words\",\n"),
