@@ -183,4 +183,11 @@ void Program::click(const Element& element) {
   aside_ = -aside_;
 }
 
+bool Program::recordsAClick() {
+  if (!recordButton().press() || !writes("Recording: true")) return false;
+  desktop_.user().moveTo(1100, 700);
+  desktop_.user().click(1);
+  return named("push button", "Stop Recording").press() && writes("Recording: false");
+}
+
 }  // namespace tapeloop::support

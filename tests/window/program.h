@@ -97,6 +97,8 @@ class Program {
   /// And clicks there.
   void click(const Element& element);
   void click(const std::string& button) { click(named("push button", button)); }
+  /// Records a click that is aimed at nothing, by the names of the buttons alone.
+  [[nodiscard]] bool recordsAClick();
 
  private:
   TestDesktop& desktop_;
