@@ -93,6 +93,18 @@ bool TestDesktop::waitForFocus(const std::string& title, std::size_t index) cons
   });
 }
 
+std::vector<std::uint32_t> TestDesktop::property(const std::string& title, std::size_t index,
+                                                 const std::string& name) const {
+  const XOwned<xcb_get_property_reply_t> property(
+      xcb_get_property_reply(connection_,
+                             xcb_get_property(connection_, 0, managed(title).at(index),
+                                              connection_.atom(name), XCB_ATOM_ANY, 0, 100),
+                             nullptr));
+  if (!property || property->format != 32) return {};
+  const auto* numbers = static_cast<const std::uint32_t*>(xcb_get_property_value(property.get()));
+  return {numbers, numbers + property->value_len};
+}
+
 std::uint32_t TestDesktop::pixel(int x, int y) const {
   const XOwned<xcb_get_image_reply_t> image(xcb_get_image_reply(
       connection_,

@@ -52,6 +52,10 @@ class TestDesktop {
   [[nodiscard]] bool waitForWindows(const std::string& title, std::size_t count) const;
   /// Waits until the one with this index has the input focus.
   [[nodiscard]] bool waitForFocus(const std::string& title, std::size_t index) const;
+  /// The numbers that a property of the window with this index holds.
+  [[nodiscard]] std::vector<std::uint32_t> property(const std::string& title, std::size_t index,
+                                                    const std::string& name) const;
+  [[nodiscard]] std::uint32_t atom(const std::string& name) const { return connection_.atom(name); }
   /// The colour of a point of the screen, as 0xRRGGBB.
   [[nodiscard]] std::uint32_t pixel(int x, int y) const;
   /// Asks the newest one to close, as the button of its frame does.
