@@ -1,5 +1,6 @@
 #include "window/program.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace tapeloop::support {
@@ -116,18 +117,30 @@ std::uint32_t TestDesktop::pixel(int x, int y) const {
   return static_cast<std::uint32_t>(bytes[2] << 16 | bytes[1] << 8 | bytes[0]);
 }
 
-void TestDesktop::closeNewest(const std::string& title) const {
+void TestDesktop::askAboutNewest(const std::string& title, const char* what,
+                                 const std::array<std::uint32_t, 5>& data) const {
   const auto windows = managed(title);
-  if (windows.empty()) throw std::runtime_error("no window to close");
-  xcb_client_message_event_t close{};
-  close.response_type = XCB_CLIENT_MESSAGE;
-  close.format = 32;
-  close.window = windows.back();
-  close.type = connection_.atom("_NET_CLOSE_WINDOW");
+  if (windows.empty()) throw std::runtime_error("no window " + title);
+  xcb_client_message_event_t request{};
+  request.response_type = XCB_CLIENT_MESSAGE;
+  request.format = 32;
+  request.window = windows.back();
+  request.type = connection_.atom(what);
+  std::ranges::copy(data, request.data.data32);
   xcb_send_event(connection_, 0, connection_.root(),
                  XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                 reinterpret_cast<const char*>(&close));
+                 reinterpret_cast<const char*>(&request));
   connection_.sync();
+}
+
+void TestDesktop::closeNewest(const std::string& title) const {
+  askAboutNewest(title, "_NET_CLOSE_WINDOW", {});
+}
+
+void TestDesktop::moveNewest(const std::string& title, int x, int y) const {
+  constexpr std::uint32_t positionIsGiven = 3U << 8U;
+  askAboutNewest(title, "_NET_MOVERESIZE_WINDOW",
+                 {positionIsGiven, static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y)});
 }
 
 Program::Program(TestDesktop& desktop, const std::vector<std::string>& arguments,

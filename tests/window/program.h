@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -60,8 +61,12 @@ class TestDesktop {
   [[nodiscard]] std::uint32_t pixel(int x, int y) const;
   /// Asks the newest one to close, as the button of its frame does.
   void closeNewest(const std::string& title) const;
+  /// Moves the newest one, as another program may.
+  void moveNewest(const std::string& title, int x, int y) const;
 
  private:
+  void askAboutNewest(const std::string& title, const char* what,
+                      const std::array<std::uint32_t, 5>& data) const;
   [[nodiscard]] std::vector<xcb_window_t> managed(const std::string& title) const;
   [[nodiscard]] std::string titleOf(xcb_window_t window) const;
 
