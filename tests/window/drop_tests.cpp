@@ -51,18 +51,6 @@ class DropTests : public testing::Test {
              AccessibilityBus::instance().shown().end();
     });
   }
-  // Waits until no program holds the pointer, which one does that drags.
-  bool waitForFreePointer() {
-    const XConnection connection(desktop.server().display());
-    return eventually([&] {
-      const XOwned<xcb_grab_pointer_reply_t> grab(xcb_grab_pointer_reply(
-          connection,
-          xcb_grab_pointer(connection, 0, connection.root(), 0, XCB_GRAB_MODE_ASYNC,
-                           XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_CURRENT_TIME),
-          nullptr));
-      return grab && grab->status == XCB_GRAB_STATUS_SUCCESS;
-    });
-  }
   // The lines that the program has written since there were `before` of them.
   static std::vector<std::string> linesSince(Program& program, std::size_t before) {
     const auto& lines = program.process().lines();
@@ -107,7 +95,7 @@ TEST_F(DropTests, ADropFromAnotherProgramLoadsTheRowThatWasDraggedLastAndElseNot
     return program.process().lines().size() > before;
   }));
   user.release(1);
-  ASSERT_TRUE(waitForFreePointer());
+  ASSERT_TRUE(desktop.waitForFreePointer());
   XDragSource text(desktop.server().display(), {.text = "a text"});
   ASSERT_TRUE(drop(text));
   EXPECT_EQ(linesSince(program, before),

@@ -94,6 +94,20 @@ bool TestDesktop::waitForFocus(const std::string& title, std::size_t index) cons
   });
 }
 
+bool TestDesktop::waitForFreePointer() const {
+  const bool isFree = eventually([this] {
+    const XOwned<xcb_grab_pointer_reply_t> grab(xcb_grab_pointer_reply(
+        connection_,
+        xcb_grab_pointer(connection_, 0, connection_.root(), 0, XCB_GRAB_MODE_ASYNC,
+                         XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_CURRENT_TIME),
+        nullptr));
+    return grab && grab->status == XCB_GRAB_STATUS_SUCCESS;
+  });
+  xcb_ungrab_pointer(connection_, XCB_CURRENT_TIME);
+  connection_.sync();
+  return isFree;
+}
+
 std::vector<std::uint32_t> TestDesktop::property(const std::string& title, std::size_t index,
                                                  const std::string& name) const {
   const XOwned<xcb_get_property_reply_t> property(

@@ -53,6 +53,8 @@ class TestDesktop {
   [[nodiscard]] bool waitForWindows(const std::string& title, std::size_t count) const;
   /// Waits until the one with this index has the input focus.
   [[nodiscard]] bool waitForFocus(const std::string& title, std::size_t index) const;
+  /// Waits until no program holds the pointer, as one does while something is dragged or moved.
+  [[nodiscard]] bool waitForFreePointer() const;
   /// The numbers that a property of the window with this index holds.
   [[nodiscard]] std::vector<std::uint32_t> property(const std::string& title, std::size_t index,
                                                     const std::string& name) const;

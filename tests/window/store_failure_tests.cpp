@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -78,6 +79,27 @@ TEST_F(StoreFailureTests, AFullDisk) {
   }
 
   std::filesystem::remove(filler);
+  save(program);
+  EXPECT_TRUE(eventually([&] { return rows(program) == 2; }));
+}
+
+TEST_F(StoreFailureTests, ALimitToTheSizeOfFiles) {
+  Program program(desktop, {}, data.path());
+  ASSERT_TRUE(program.recordsAClick());
+  save(program);
+  (void)program.named("list item", "New Recording");
+  const auto limit = [&program](rlim_t size) {
+    const rlimit limits{size, RLIM_INFINITY};
+    return prlimit(program.process().pid(), RLIMIT_FSIZE, &limits, nullptr);
+  };
+  ASSERT_EQ(limit(100), 0);
+  for (const char* button : {"Save Recording", "Delete Recording"}) {
+    ASSERT_TRUE(program.named("push button", button).press());
+    expectAlert(program, "there is no room left for the recordings.");
+    EXPECT_EQ(rows(program), 1U);
+  }
+
+  ASSERT_EQ(limit(RLIM_INFINITY), 0);
   save(program);
   EXPECT_TRUE(eventually([&] { return rows(program) == 2; }));
 }
