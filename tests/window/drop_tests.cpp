@@ -51,8 +51,10 @@ class DropTests : public testing::Test {
              AccessibilityBus::instance().shown().end();
     });
   }
-  // The lines that the program has written since there were `before` of them.
-  static std::vector<std::string> linesSince(Program& program, std::size_t before) {
+  // The lines that the program writes next once there were `before` of them; waits for `count`.
+  static std::vector<std::string> linesSince(Program& program, std::size_t before,
+                                             std::size_t count) {
+    (void)program.process().waitForLine(before + count - 1, generousLimit);
     const auto& lines = program.process().lines();
     return {lines.begin() + static_cast<std::ptrdiff_t>(before), lines.end()};
   }
@@ -76,7 +78,7 @@ TEST_F(DropTests, ADropFromAnotherProgramLoadsTheRowThatWasDraggedLastAndElseNot
                        .text = std::string("\0\xFF%%%\r\n", 8)});
   ASSERT_TRUE(drop(garbage));
   ASSERT_TRUE(shows("alert: Recording Loaded"));
-  const auto nothingDragged = linesSince(program, before);
+  const auto nothingDragged = linesSince(program, before, 2);
   ASSERT_EQ(nothingDragged.size(), 2U);
   EXPECT_EQ(nothingDragged.front(), "");
   const std::string& identifier = nothingDragged.back();
@@ -98,7 +100,7 @@ TEST_F(DropTests, ADropFromAnotherProgramLoadsTheRowThatWasDraggedLastAndElseNot
   ASSERT_TRUE(desktop.waitForFreePointer());
   XDragSource text(desktop.server().display(), {.text = "a text"});
   ASSERT_TRUE(drop(text));
-  EXPECT_EQ(linesSince(program, before),
+  EXPECT_EQ(linesSince(program, before, 3),
             (std::vector<std::string>{identifier, identifier, identifier}));
   program.click("Play");
   EXPECT_TRUE(program.writes("stopped playing"));
