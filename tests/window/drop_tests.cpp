@@ -107,14 +107,21 @@ TEST_F(DropTests, ADropFromAnotherProgramLoadsTheRowThatWasDraggedLastAndElseNot
   EXPECT_TRUE(program.writes("stopped playing"));
 }
 
-TEST_F(DropTests, ADragThatEndsElsewhereLeavesNothingBehind) {
+TEST_F(DropTests, ADragThatLeavesOrIsLostLeavesNothingBehind) {
   Program program(desktop);
   ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
-  XDragSource source(desktop.server().display(), {.text = "a text"});
-  ASSERT_TRUE(dragToPanel(source.x() + 50, source.y() + 50));
-  user.moveTo(900, 600);
-  EXPECT_TRUE(eventually([&] { return !showsDropArea(); }));
+  {
+    const XDragSource source(desktop.server().display(), {.text = "a text"});
+    ASSERT_TRUE(dragToPanel(source.x() + 50, source.y() + 50));
+    user.moveTo(900, 600);
+    EXPECT_TRUE(eventually([&] { return !showsDropArea(); }));
+    user.moveTo(source.x() + 50, source.y() + 50);
+    user.release(1);
+    ASSERT_TRUE(dragToPanel(source.x() + 50, source.y() + 50));
+  }
+  EXPECT_TRUE(eventually([&] { return !showsDropArea(); })) << "the other program is gone";
   user.release(1);
+  XDragSource source(desktop.server().display(), {.text = "a text"});
   EXPECT_TRUE(drop(source)) << "the next one is taken";
 }
 

@@ -50,6 +50,10 @@ Application::Application(char* program) : arguments_{program, nullptr} {
   // Recording and playing need X11, whatever else Qt would choose.
   const TemporaryVariable platform("QT_QPA_PLATFORM", "xcb");
   application_ = std::make_unique<QGuiApplication>(argumentCount_, arguments_);
+  if (const auto* x11 = application_->nativeInterface<QNativeInterface::QX11Application>()) {
+    const ClientIds ids = clientIds();
+    lostDrags_ = std::make_unique<LostDrags>(x11->connection(), ids.base, ids.mask);
+  }
 }
 
 Application::~Application() = default;
