@@ -12,9 +12,9 @@
 
 #include <unistd.h>
 
-#include "capture/recording_json.h"
 #include "controller/recording_library.h"
 #include "figures.h"
+#include "full_library.h"
 #include "platform/linux/run_loop.h"
 #include "platform/linux/sqlite_defaults_store.h"
 
@@ -23,37 +23,8 @@ namespace {
 using namespace tapeloop;
 namespace fs = std::filesystem;
 
-constexpr std::size_t recordingCount = 1000;
-constexpr std::size_t eventCount = 1000;
 constexpr int rounds = 7;
 constexpr double limit = 2;
-
-std::vector<InputEvent> makeEvents(std::mt19937_64& random) {
-  constexpr EventType kinds[] = {EventType::mouseMoved, EventType::keyDown, EventType::mouseMoved,
-                                 EventType::keyUp};
-  std::vector<InputEvent> events(eventCount);
-  double time = 1234.5;
-  for (std::size_t i = 0; i < events.size(); ++i) {
-    time += static_cast<double>(random() % 16000) * 1e-6;
-    events[i].type = kinds[i % std::size(kinds)];
-    events[i].timestamp = time;
-    events[i].locationInWindow = {static_cast<double>(random() % 192000) / 100,
-                                  static_cast<double>(random() % 108000) / 100};
-    events[i].keyCode = static_cast<std::uint16_t>(random() % 128);
-  }
-  return events;
-}
-
-std::string makeText() {
-  std::mt19937_64 random(1);
-  RecordingList list;
-  for (std::size_t i = 0; i < recordingCount; ++i) {
-    Recording recording = makeRecording(makeEvents(random));
-    recording.title = "Recording " + std::to_string(i);
-    if (!list.append(recording)) std::abort();
-  }
-  return list.text();
-}
 
 /// Counts what would be printed.
 class CountingTrace final : public Trace {
@@ -102,7 +73,7 @@ int main() {
   double memory = 0;
   for (int round = 0; round < rounds; ++round) {
     {
-      const DefaultsValue text = makeText();
+      const DefaultsValue text = bench::fullLibraryText();
       textSize = static_cast<double>(std::get<std::string>(text).size()) / 1e6;
       const auto store = linux::SqliteDefaultsStore::open(file).store;
       if (!store) return 1;
@@ -121,9 +92,11 @@ int main() {
     renaming.push_back(milliseconds([&] { library.renameSavedRecording(300); }));
     deleting.push_back(milliseconds([&] { library.deleteSavedRecording(200); }));
     std::mt19937_64 random(2);
-    for (const InputEvent& event : makeEvents(random)) program.capture.eventLog.append(event);
+    for (const InputEvent& event : bench::someEvents(random))
+      program.capture.eventLog.append(event);
     saving.push_back(milliseconds([&] { library.saveRecording(); }));
-    if (program.state.rowCount.get() != recordingCount || !program.state.storeAlert.get().empty()) {
+    if (program.state.rowCount.get() != bench::recordingCount ||
+        !program.state.storeAlert.get().empty()) {
       return 1;
     }
   }

@@ -1,5 +1,6 @@
 // From the start of the program to its first frame, and what it takes when it stands idle, beside
-// an empty Qt Quick window on the same scene graph. Both are watched from outside.
+// an empty Qt Quick window on the same scene graph; and its first frame when the library is full,
+// beside that when it is empty. All are watched from outside.
 #include <array>
 #include <chrono>
 #include <csignal>
@@ -15,7 +16,10 @@
 #include <unistd.h>
 #include <xcb/xcb.h>
 
+#include "controller/stored_recordings.h"
 #include "figures.h"
+#include "full_library.h"
+#include "platform/linux/sqlite_defaults_store.h"
 #include "support/child_process.h"
 #include "support/x_connection.h"
 #include "support/x_server.h"
@@ -23,6 +27,7 @@
 namespace tapeloop::bench {
 namespace {
 
+namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 using support::ChildProcess;
 using support::XConnection;
@@ -98,6 +103,40 @@ std::optional<Start> start(const std::string& program, const std::string& folder
   return result;
 }
 
+/// A folder of its own for each program that is started, so that none finds what another left.
+class DataFolders {
+ public:
+  DataFolders() {
+    const DefaultsValue text = fullLibraryText();
+    const fs::path folder = make("full");
+    const auto opened = linux::SqliteDefaultsStore::open(folder / "tapeloop/defaults.sqlite3");
+    isFilled_ = opened.store &&
+                opened.store->setObjectForKey(text, StoredRecordings::key) == StoreStatus::stored;
+    make("empty");
+  }
+  DataFolders(const DataFolders&) = delete;
+  DataFolders& operator=(const DataFolders&) = delete;
+  ~DataFolders() {
+    std::error_code error;
+    fs::remove_all(root_, error);
+  }
+
+  [[nodiscard]] bool isFilled() const { return isFilled_; }
+  [[nodiscard]] std::string empty() const { return root_ / "empty"; }
+  [[nodiscard]] std::string full() const { return root_ / "full"; }
+
+ private:
+  fs::path make(const char* name) {
+    fs::create_directories(root_ / name);
+    fs::permissions(root_ / name, fs::perms::owner_all);
+    return root_ / name;
+  }
+
+  const fs::path root_ =
+      fs::temp_directory_path() / ("startup_bench." + std::to_string(::getpid()));
+  bool isFilled_ = false;
+};
+
 double median(const std::vector<Start>& starts, double Start::*field) {
   std::vector<double> values;
   for (const Start& one : starts) values.push_back(one.*field);
@@ -109,25 +148,23 @@ double median(const std::vector<Start>& starts, double Start::*field) {
 
 int main() {
   using namespace tapeloop::bench;
-  namespace fs = std::filesystem;
-  const fs::path folder = fs::temp_directory_path() / ("startup_bench." + std::to_string(getpid()));
-  fs::create_directories(folder);
-  fs::permissions(folder, fs::perms::owner_all);
+  const DataFolders folders;
   std::vector<Start> ours;
   std::vector<Start> floors;
+  std::vector<Start> full;
   for (int round = 0; round < rounds; ++round) {
-    // In turns, so that both meet the same load of the machine.
-    const auto one = start(TAPELOOP_PROGRAM, folder);
-    const auto floor = start(EMPTY_WINDOW_PROGRAM, folder);
-    if (!one || !floor) {
+    // In turns, so that all meet the same load of the machine.
+    const auto one = start(TAPELOOP_PROGRAM, folders.empty());
+    const auto floor = start(EMPTY_WINDOW_PROGRAM, folders.empty());
+    const auto withLibrary = start(TAPELOOP_PROGRAM, folders.full());
+    if (!one || !floor || !withLibrary || !folders.isFilled()) {
       std::puts("startup_bench: no frame came");
-      fs::remove_all(folder);
       return 2;
     }
     ours.push_back(*one);
     floors.push_back(*floor);
+    full.push_back(*withLibrary);
   }
-  fs::remove_all(folder);
 
   struct Line {
     const char* name;
@@ -146,5 +183,8 @@ int main() {
     good &= report(line.name, median(ours, line.field), median(floors, line.field), line.unit,
                    line.limit);
   }
+  const auto firstFrame = &Start::firstFrame;
+  good &= report("first frame with 1,000 recordings, beside none", median(full, firstFrame),
+                 median(ours, firstFrame), "ms", 1.2);
   return good ? 0 : 1;
 }

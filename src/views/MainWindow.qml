@@ -13,31 +13,20 @@ Window {
     readonly property bool showsSheet: sheet !== null && sheet.visible
     readonly property bool sheetIsModal: sheet !== null && sheet.modal
     readonly property int contentWidth: Math.max(panelArea.width + (sidebar.visible ? sidebar.width + 20 : 0), showsSheet ? sheet.implicitWidth : 0)
-    readonly property int contentHeight: titleBar.height + Math.max(panel.height + 24, sidebar.height + 24, showsSheet ? Math.min(sheet.implicitHeight + (sidebar.visible ? 16 : 0), Screen.height - titleBar.height) : 0)
-
-    // In one step: the window manager holds a window to the limits that it knows.
-    function fit() {
-        minimumWidth = contentWidth;
-        minimumHeight = contentHeight;
-        maximumWidth = contentWidth;
-        maximumHeight = contentHeight;
-        width = contentWidth;
-        height = contentHeight;
-        // What the sidebar or the sheet adds is not to lie beyond the edge of the screen.
-        const right = Screen.virtualX + Screen.desktopAvailableWidth;
-        if (visible && x + width > right)
-            x = Math.max(Screen.virtualX, right - width);
-        const bottom = Screen.virtualY + Screen.desktopAvailableHeight;
-        if (visible && y + height > bottom)
-            y = Math.max(Screen.virtualY, bottom - height);
-    }
+    readonly property int contentHeight: titleBar.height + Math.max(panel.height + 24, sidebar.height + 24, showsSheet ? Math.min(sheet.implicitHeight + (sidebar.visible ? 16 : 0), fitter.availableHeight - titleBar.height) : 0)
 
     title: "Tapeloop"
     flags: Qt.Window | Qt.FramelessWindowHint | Qt.WindowMinimizeButtonHint | Qt.WindowCloseButtonHint
     color: palette.window
-    onContentWidthChanged: fit()
-    onContentHeightChanged: fit()
-    Component.onCompleted: fit()
+    onContentWidthChanged: fitter.fit(contentWidth, contentHeight)
+    onContentHeightChanged: fitter.fit(contentWidth, contentHeight)
+    Component.onCompleted: fitter.fit(contentWidth, contentHeight)
+
+    WindowFit {
+        id: fitter
+
+        window: root
+    }
 
     SystemPalette {
         id: palette

@@ -153,19 +153,5 @@ TEST_F(AccessibilityTests, TheTabKeyReachesEveryControlOnceAndInOrder) {
       << "but on the one that Tab has come to";
 }
 
-TEST(AuthorizationTests, WhatToDoIsReadAndTheWindowHasOnlyItsCloseButton) {
-  TestDesktop desktop({.arguments = {"-extension", "RECORD"}});
-  Program program(desktop);
-  (void)program.named("heading", "Authorize Tapeloop");
-  for (const char* step : {"Go to System Preferences", "Security & Privacy", "Privacy",
-                           "Accessibility", "Check Tapeloop"}) {
-    (void)program.named("label", step);
-  }
-  ASSERT_TRUE(program.recordButton().press());
-  EXPECT_EQ(program.named("alert", "Tapeloop").description(),
-            "Please authorize Tapeloop by going to System Preferences -> Security & Privacy -> "
-            "Privacy -> Accessibility -> Check Tapeloop.");
-}
-
 }  // namespace
 }  // namespace tapeloop::support

@@ -137,6 +137,7 @@ TEST_F(LibraryTests, TheWindowMovesWithItsBackgroundAndIsWhereItWasLeftInTheNext
       return desktop.windows("Tapeloop").front().x > before.x;
     }));
     user.release(1);
+    ASSERT_TRUE(desktop.waitForFreePointer());
     place = desktop.windows("Tapeloop").front();
     program.click("Close");
     ASSERT_EQ(program.exitCode(), 0);

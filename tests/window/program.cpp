@@ -1,5 +1,6 @@
 #include "window/program.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace tapeloop::support {
@@ -93,6 +94,32 @@ bool TestDesktop::waitForFocus(const std::string& title, std::size_t index) cons
   });
 }
 
+bool TestDesktop::waitForFreePointer() const {
+  const bool isFree = eventually([this] {
+    const XOwned<xcb_grab_pointer_reply_t> grab(xcb_grab_pointer_reply(
+        connection_,
+        xcb_grab_pointer(connection_, 0, connection_.root(), 0, XCB_GRAB_MODE_ASYNC,
+                         XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_CURRENT_TIME),
+        nullptr));
+    return grab && grab->status == XCB_GRAB_STATUS_SUCCESS;
+  });
+  xcb_ungrab_pointer(connection_, XCB_CURRENT_TIME);
+  connection_.sync();
+  return isFree;
+}
+
+std::vector<std::uint32_t> TestDesktop::property(const std::string& title, std::size_t index,
+                                                 const std::string& name) const {
+  const XOwned<xcb_get_property_reply_t> property(
+      xcb_get_property_reply(connection_,
+                             xcb_get_property(connection_, 0, managed(title).at(index),
+                                              connection_.atom(name), XCB_ATOM_ANY, 0, 100),
+                             nullptr));
+  if (!property || property->format != 32) return {};
+  const auto* numbers = static_cast<const std::uint32_t*>(xcb_get_property_value(property.get()));
+  return {numbers, numbers + property->value_len};
+}
+
 std::uint32_t TestDesktop::pixel(int x, int y) const {
   const XOwned<xcb_get_image_reply_t> image(xcb_get_image_reply(
       connection_,
@@ -104,18 +131,30 @@ std::uint32_t TestDesktop::pixel(int x, int y) const {
   return static_cast<std::uint32_t>(bytes[2] << 16 | bytes[1] << 8 | bytes[0]);
 }
 
-void TestDesktop::closeNewest(const std::string& title) const {
+void TestDesktop::askAboutNewest(const std::string& title, const char* what,
+                                 const std::array<std::uint32_t, 5>& data) const {
   const auto windows = managed(title);
-  if (windows.empty()) throw std::runtime_error("no window to close");
-  xcb_client_message_event_t close{};
-  close.response_type = XCB_CLIENT_MESSAGE;
-  close.format = 32;
-  close.window = windows.back();
-  close.type = connection_.atom("_NET_CLOSE_WINDOW");
+  if (windows.empty()) throw std::runtime_error("no window " + title);
+  xcb_client_message_event_t request{};
+  request.response_type = XCB_CLIENT_MESSAGE;
+  request.format = 32;
+  request.window = windows.back();
+  request.type = connection_.atom(what);
+  std::ranges::copy(data, request.data.data32);
   xcb_send_event(connection_, 0, connection_.root(),
                  XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                 reinterpret_cast<const char*>(&close));
+                 reinterpret_cast<const char*>(&request));
   connection_.sync();
+}
+
+void TestDesktop::closeNewest(const std::string& title) const {
+  askAboutNewest(title, "_NET_CLOSE_WINDOW", {});
+}
+
+void TestDesktop::moveNewest(const std::string& title, int x, int y) const {
+  constexpr std::uint32_t positionIsGiven = 3U << 8U;
+  askAboutNewest(title, "_NET_MOVERESIZE_WINDOW",
+                 {positionIsGiven, static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y)});
 }
 
 Program::Program(TestDesktop& desktop, const std::vector<std::string>& arguments,
@@ -188,6 +227,13 @@ bool Program::openSettings() {
   const Element sheet = named("dialog", "Settings");
   const Element title = named("heading", "Settings");
   return eventually([&] { return title.place().y - sheet.place().y >= 12; });
+}
+
+bool Program::recordsAClick() {
+  if (!recordButton().press() || !writes("Recording: true")) return false;
+  desktop_.user().moveTo(1100, 700);
+  desktop_.user().click(1);
+  return named("push button", "Stop Recording").press() && writes("Recording: false");
 }
 
 }  // namespace tapeloop::support

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -52,12 +53,22 @@ class TestDesktop {
   [[nodiscard]] bool waitForWindows(const std::string& title, std::size_t count) const;
   /// Waits until the one with this index has the input focus.
   [[nodiscard]] bool waitForFocus(const std::string& title, std::size_t index) const;
+  /// Waits until no program holds the pointer, as one does while something is dragged or moved.
+  [[nodiscard]] bool waitForFreePointer() const;
+  /// The numbers that a property of the window with this index holds.
+  [[nodiscard]] std::vector<std::uint32_t> property(const std::string& title, std::size_t index,
+                                                    const std::string& name) const;
+  [[nodiscard]] std::uint32_t atom(const std::string& name) const { return connection_.atom(name); }
   /// The colour of a point of the screen, as 0xRRGGBB.
   [[nodiscard]] std::uint32_t pixel(int x, int y) const;
   /// Asks the newest one to close, as the button of its frame does.
   void closeNewest(const std::string& title) const;
+  /// Moves the newest one, as another program may.
+  void moveNewest(const std::string& title, int x, int y) const;
 
  private:
+  void askAboutNewest(const std::string& title, const char* what,
+                      const std::array<std::uint32_t, 5>& data) const;
   [[nodiscard]] std::vector<xcb_window_t> managed(const std::string& title) const;
   [[nodiscard]] std::string titleOf(xcb_window_t window) const;
 
@@ -99,6 +110,8 @@ class Program {
   void click(const std::string& button) { click(named("push button", button)); }
   /// Opens the settings by their button and waits until the sheet has slid to its place.
   [[nodiscard]] bool openSettings();
+  /// Records a click that is aimed at nothing, by the names of the buttons alone.
+  [[nodiscard]] bool recordsAClick();
 
  private:
   TestDesktop& desktop_;

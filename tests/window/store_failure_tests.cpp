@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,14 +21,6 @@ using Database = std::unique_ptr<sqlite3, decltype(&sqlite3_close)>;
 /// and saves once it takes them again.
 class StoreFailureTests : public testing::Test {
  protected:
-  void recordAClick(Program& program) {
-    ASSERT_TRUE(program.recordButton().press());
-    ASSERT_TRUE(program.writes("Recording: true"));
-    desktop.user().moveTo(1100, 700);
-    desktop.user().click(1);
-    ASSERT_TRUE(program.named("push button", "Stop Recording").press());
-    ASSERT_TRUE(program.writes("Recording: false"));
-  }
   static void save(Program& program) {
     ASSERT_TRUE(program.named("push button", "Save Recording").press());
   }
@@ -68,7 +61,7 @@ TEST_F(StoreFailureTests, AFullDisk) {
   trial.emplace_back("true");
   if (ChildProcess(trial).wait(generousLimit) != 0) GTEST_SKIP() << "no disk may be mounted here";
   Program program(desktop, {}, data.path(), onSmallDisk);
-  ASSERT_NO_FATAL_FAILURE(recordAClick(program));
+  ASSERT_TRUE(program.recordsAClick());
   save(program);
   (void)program.named("list item", "New Recording");
 
@@ -90,9 +83,30 @@ TEST_F(StoreFailureTests, AFullDisk) {
   EXPECT_TRUE(eventually([&] { return rows(program) == 2; }));
 }
 
+TEST_F(StoreFailureTests, ALimitToTheSizeOfFiles) {
+  Program program(desktop, {}, data.path());
+  ASSERT_TRUE(program.recordsAClick());
+  save(program);
+  (void)program.named("list item", "New Recording");
+  const auto limit = [&program](rlim_t size) {
+    const rlimit limits{size, RLIM_INFINITY};
+    return prlimit(program.process().pid(), RLIMIT_FSIZE, &limits, nullptr);
+  };
+  ASSERT_EQ(limit(100), 0);
+  for (const char* button : {"Save Recording", "Delete Recording"}) {
+    ASSERT_TRUE(program.named("push button", button).press());
+    expectAlert(program, "there is no room left for the recordings.");
+    EXPECT_EQ(rows(program), 1U);
+  }
+
+  ASSERT_EQ(limit(RLIM_INFINITY), 0);
+  save(program);
+  EXPECT_TRUE(eventually([&] { return rows(program) == 2; }));
+}
+
 TEST_F(StoreFailureTests, AStoreThatAnotherProcessHolds) {
   Program program(desktop, {}, data.path());
-  ASSERT_NO_FATAL_FAILURE(recordAClick(program));
+  ASSERT_TRUE(program.recordsAClick());
   sqlite3* opened = nullptr;
   ASSERT_EQ(sqlite3_open(file().c_str(), &opened), SQLITE_OK);
   const Database other(opened, sqlite3_close);
@@ -108,7 +122,7 @@ TEST_F(StoreFailureTests, AStoreThatAnotherProcessHolds) {
 TEST_F(StoreFailureTests, AFolderThatMayNotBeWrittenTo) {
   {
     Program program(desktop, {}, data.path());
-    ASSERT_NO_FATAL_FAILURE(recordAClick(program));
+    ASSERT_TRUE(program.recordsAClick());
     save(program);
     (void)program.named("list item", "New Recording");
     ASSERT_TRUE(program.named("push button", "Close").press());
@@ -122,7 +136,7 @@ TEST_F(StoreFailureTests, AFolderThatMayNotBeWrittenTo) {
     ordinary = {"setpriv", "--bounding-set", "-dac_override,-dac_read_search,-fowner"};
   }
   Program program(desktop, {}, data.path(), ordinary);
-  ASSERT_NO_FATAL_FAILURE(recordAClick(program));
+  ASSERT_TRUE(program.recordsAClick());
   save(program);
   expectAlert(program, "there is no permission to write the recordings.");
   EXPECT_EQ(rows(program), 1U) << "what is there can be read";

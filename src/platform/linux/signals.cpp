@@ -30,6 +30,17 @@ void handle(int signal) {
 
 }  // namespace
 
+void surviveFailedWrites() {
+  for (const int signal : {SIGPIPE, SIGXFSZ}) {
+    struct sigaction action {};
+    if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) continue;
+    // A handler and not SIG_IGN, which the programs that this one starts would inherit.
+    action.sa_handler = [](int) {};
+    action.sa_flags = SA_RESTART;
+    sigaction(signal, &action, nullptr);
+  }
+}
+
 SignalWatch::SignalWatch(EpollRunLoop& loop, std::initializer_list<int> signals,
                          std::function<void(int)> callback)
     : callback_(std::move(callback)) {

@@ -12,6 +12,10 @@
 
 namespace tapeloop::linux {
 
+/// From now on a write into a pipe that nobody reads, or beyond what a file may grow to, is an
+/// error of that write and does not end the program.
+void surviveFailedWrites();
+
 /// Turns signals of the process into calls on the main thread, in a turn of the loop. A signal that
 /// comes several times before that is reported at least once. One watch a signal and process.
 ///

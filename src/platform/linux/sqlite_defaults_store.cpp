@@ -16,6 +16,7 @@
 #include <sys/stat.h>
 
 #include "platform/linux/file_descriptor.h"
+#include "platform/linux/signals.h"
 
 namespace tapeloop::linux {
 namespace {
@@ -57,6 +58,15 @@ StoreStatus statusOfSystemError(int error) {
   }
 }
 
+/// SQLite does not always hand on what the system said of a write into the log.
+int systemError(sqlite3* database) {
+  int error = sqlite3_system_errno(database);
+  sqlite3_file* log = nullptr;
+  if (error == 0) sqlite3_file_control(database, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
+  if (log && log->pMethods) log->pMethods->xFileControl(log, SQLITE_FCNTL_LAST_ERRNO, &error);
+  return error;
+}
+
 StoreStatus statusOf(sqlite3* database) {
   switch (sqlite3_errcode(database)) {
     case SQLITE_OK:
@@ -77,7 +87,7 @@ StoreStatus statusOf(sqlite3* database) {
       return StoreStatus::damaged;
     case SQLITE_CANTOPEN:
     case SQLITE_IOERR:
-      return statusOfSystemError(sqlite3_system_errno(database));
+      return statusOfSystemError(systemError(database));
     default:
       return StoreStatus::unavailable;
   }
@@ -231,6 +241,7 @@ SqliteDefaultsStore::Opened SqliteDefaultsStore::open(const fs::path& file) {
     if (database) result.store.reset(new SqliteDefaultsStore(std::move(database)));
     return result;
   };
+  surviveFailedWrites();
   makeFile(file);
   Database database = openDatabase(file.string(), SQLITE_OPEN_READWRITE);
   StoreStatus status = check(database.get());

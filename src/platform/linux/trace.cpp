@@ -7,24 +7,16 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+
+#include "platform/linux/signals.h"
 
 namespace tapeloop::linux {
 namespace {
 
 // Enough for writes to cost little beside the copying, small enough to stay in the cache.
 constexpr std::size_t writeSize = 128 << 10;
-
-void surviveBrokenPipes() {
-  struct sigaction action {};
-  if (sigaction(SIGPIPE, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) return;
-  // A handler and not SIG_IGN, which the programs that this one starts would inherit.
-  action.sa_handler = [](int) {};
-  action.sa_flags = SA_RESTART;
-  sigaction(SIGPIPE, &action, nullptr);
-}
 
 }  // namespace
 
@@ -37,7 +29,7 @@ void openStandardDescriptors() {
 }
 
 StandardOutputTrace::StandardOutputTrace(EpollRunLoop& loop, int descriptor) : loop_(loop) {
-  surviveBrokenPipes();
+  surviveFailedWrites();
   open(descriptor);
   beforeWait_ = loop_.addBeforeWait([this] {
     flush();

@@ -53,6 +53,10 @@ Application::Application(char* program) : arguments_{program, nullptr} {
   // Pictures go through the socket instead of memory that is passed so.
   const TemporaryVariable noPassedMemory("QT_XCB_NO_MITSHM", "1");
   application_ = std::make_unique<QGuiApplication>(argumentCount_, arguments_);
+  if (const auto* x11 = application_->nativeInterface<QNativeInterface::QX11Application>()) {
+    const ClientIds ids = clientIds();
+    lostDrags_ = std::make_unique<LostDrags>(x11->connection(), ids.base, ids.mask);
+  }
 }
 
 Application::~Application() = default;

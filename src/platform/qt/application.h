@@ -7,6 +7,8 @@
 
 #include <QtGui/QGuiApplication>
 
+#include "platform/qt/lost_drags.h"
+
 namespace tapeloop::qt {
 
 /// What the desktop says about double clicks.
@@ -49,6 +51,7 @@ class Application {
   int argumentCount_ = 1;
   char* arguments_[2];
   std::unique_ptr<QGuiApplication> application_;
+  std::unique_ptr<LostDrags> lostDrags_;
 };
 
 }  // namespace tapeloop::qt

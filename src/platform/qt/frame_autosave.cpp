@@ -4,8 +4,9 @@
 #include <variant>
 
 #include <QtCore/QEvent>
-#include <QtGui/QGuiApplication>
-#include <QtGui/QScreen>
+#include <QtCore/QRect>
+
+#include "platform/qt/screen_area.h"
 
 namespace tapeloop::qt {
 
@@ -25,9 +26,10 @@ bool FrameAutosave::restore() {
   int y = 0;
   if (!text || std::sscanf(text->c_str(), "%d %d", &x, &y) != 2) return false;
   // On a screen that is gone nobody would find the window.
-  const QPoint corner(x, y);
-  if (!QGuiApplication::screenAt(corner)) return false;
-  window_.setFramePosition(corner);
+  const QRect frame({x, y}, window_.size());
+  const QRect area = areaAround(frame);
+  if (area.isEmpty()) return false;
+  window_.setFramePosition(movedInto(area, frame).topLeft());
   return true;
 }
 

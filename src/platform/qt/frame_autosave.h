@@ -17,7 +17,8 @@ class FrameAutosave final : public QObject {
   FrameAutosave(DefaultsStore& store, QWindow& window, std::string_view name);
   ~FrameAutosave() override;
 
-  /// Moves the window to where it was left. False if that isn't known, or is on no screen any more.
+  /// Moves the window to where it was left, as far as that is on a screen. False if that isn't
+  /// known, or is on no screen any more.
   bool restore();
   void remember();
 

@@ -1,0 +1,50 @@
+#include "views/window_fit.h"
+
+#include <QtCore/QRect>
+#include <QtGui/QScreen>
+
+#include "platform/qt/screen_area.h"
+
+namespace tapeloop {
+
+void WindowFit::setWindow(QQuickWindow* window) {
+  if (window_ == window) return;
+  if (window_) disconnect(window_, nullptr, this, nullptr);
+  window_ = window;
+  if (window_) connect(window_, &QWindow::screenChanged, this, &WindowFit::followScreen);
+  followScreen();
+  Q_EMIT windowChanged();
+}
+
+void WindowFit::followScreen() {
+  disconnect(areaOfScreen_);
+  if (const QScreen* screen = window_ ? window_->screen() : nullptr) {
+    areaOfScreen_ = connect(screen, &QScreen::availableGeometryChanged, this,
+                            &WindowFit::availableHeightChanged);
+  }
+  Q_EMIT availableHeightChanged();
+}
+
+int WindowFit::availableHeight() const {
+  const QScreen* screen = window_ ? window_->screen() : nullptr;
+  return screen ? screen->availableGeometry().height() : 0;
+}
+
+void WindowFit::fit(int width, int height) {
+  if (!window_) return;
+  const QSize size(width, height);
+  // In one step: the window manager holds a window to the limits that it knows.
+  window_->setMinimumSize(size);
+  window_->setMaximumSize(size);
+  const QRect before = window_->geometry();
+  const QRect area = qt::areaAround(before);
+  const bool grows = width > before.width() || height > before.height();
+  if (!window_->isVisible() || !grows || area.isEmpty()) {
+    window_->resize(size);
+  } else {
+    // What the sidebar or the sheet adds is not to lie beyond the edge of the screen.
+    window_->setGeometry(qt::movedInto(area, {before.topLeft(), size}));
+  }
+}
+
+}  // namespace tapeloop

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/x_connection.h"
+#include "support/x_observer.h"
+
+namespace tapeloop::support {
+
+struct XDragSourceOptions {
+  std::int16_t x = 700;
+  std::int16_t y = 20;
+  /// What the text is offered as.
+  std::vector<std::string> types{"text/plain"};
+  std::string text;
+};
+
+/// Something to drag in the window of another application, 100 pixels on each side: once a button
+/// goes down on it, the windows that the pointer comes over are offered a text by version 5 of the
+/// XDND protocol. Answers in a thread of its own.
+class XDragSource {
+ public:
+  /// Returns when it is on the screen.
+  XDragSource(const std::string& display, XDragSourceOptions options);
+  /// Also in the middle of a drag, of which the other side is not told.
+  ~XDragSource();
+  XDragSource(const XDragSource&) = delete;
+  XDragSource& operator=(const XDragSource&) = delete;
+
+  [[nodiscard]] int x() const { return options_.x; }
+  [[nodiscard]] int y() const { return options_.y; }
+  /// Whether the window that took the drop says that it did something with it. Nothing when none
+  /// has taken a drop by the limit.
+  [[nodiscard]] std::optional<bool> waitForDrop(std::chrono::milliseconds limit);
+
+ private:
+  void serve();
+  void handle(const xcb_generic_event_t& event);
+  void moved(const xcb_motion_notify_event_t& motion);
+  void released(xcb_timestamp_t time);
+  void offerPosition();
+  void handOver(const xcb_selection_request_event_t& request);
+  void tell(const char* what, const std::array<std::uint32_t, 4>& data) const;
+  [[nodiscard]] xcb_window_t awareWindowAt(std::int16_t x, std::int16_t y) const;
+
+  const XDragSourceOptions options_;
+  XConnection connection_;
+  const xcb_window_t window_;
+  std::vector<xcb_atom_t> types_;
+
+  // Of the serving thread.
+  xcb_window_t target_ = XCB_NONE;  // the window below the pointer, if drops are known to it
+  xcb_motion_notify_event_t latest_{};
+  bool isAnswerDue_ = false;
+  bool isMoveUntold_ = false;
+  bool isAccepted_ = false;
+  std::optional<xcb_timestamp_t> release_;  // waits for the last answer
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::optional<bool> dropped_;
+  StopSignal stop_;
+  std::thread thread_;
+};
+
+}  // namespace tapeloop::support
