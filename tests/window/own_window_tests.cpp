@@ -25,13 +25,6 @@ class OwnWindowTests : public testing::Test {
     ASSERT_TRUE(program.writes("Recording: true"));
   }
 
-  bool waitForCaptured(const std::string& start) {
-    for (std::size_t i = 0;; ++i) {
-      const auto line = program.process().waitForLine(i, generousLimit);
-      if (!line) return false;
-      if (line->starts_with("Optional(" + start)) return true;
-    }
-  }
   std::size_t captured() {
     const auto& lines = program.process().lines();
     return static_cast<std::size_t>(
@@ -55,10 +48,10 @@ TEST_F(OwnWindowTests, InputAimedAtItIsNotCaptured) {
   user.moveTo(800, 200);
   other.takeFocus();
   user.tapKey("a");
-  ASSERT_TRUE(waitForCaptured("keyUp"));
+  ASSERT_TRUE(program.captures("keyUp"));
   program.click(program.recordButton());
   ASSERT_TRUE(program.writes("Recording: false"));
-  EXPECT_TRUE(waitForCaptured("mouseMoved" + at(800, 200)));
+  EXPECT_TRUE(program.captures("mouseMoved" + at(800, 200)));
   EXPECT_EQ(captured(), 3U) << "the move over the other application and the key typed there";
 }
 
@@ -71,7 +64,7 @@ TEST_F(OwnWindowTests, ADragBelongsToTheWindowInWhichItBegan) {
   user.press(1);
   user.moveTo(x, y);
   user.release(1);
-  EXPECT_TRUE(waitForCaptured("leftMouseUp" + at(x, y)));
+  EXPECT_TRUE(program.captures("leftMouseUp" + at(x, y)));
   EXPECT_EQ(captured(), 4U);
 }
 
@@ -88,7 +81,7 @@ TEST_F(OwnWindowTests, InputOnAWindowThatCoversItIsCaptured) {
                          .overrideRedirect = true});
     user.moveTo(x, y);
     user.click(1);
-    EXPECT_TRUE(waitForCaptured("leftMouseUp" + at(x, y)));
+    EXPECT_TRUE(program.captures("leftMouseUp" + at(x, y)));
     EXPECT_EQ(captured(), 3U);
   }
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "platform/linux/sqlite_defaults_store.h"
+
 namespace tapeloop::support {
 namespace {
 
@@ -157,6 +159,17 @@ void TestDesktop::moveNewest(const std::string& title, int x, int y) const {
                  {positionIsGiven, static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y)});
 }
 
+void store(const std::filesystem::path& dataFolder,
+           const std::vector<std::pair<std::string, DefaultsValue>>& values) {
+  const auto opened =
+      linux::SqliteDefaultsStore::open(dataFolder / "tapeloop" / "defaults.sqlite3");
+  for (const auto& [key, value] : values) {
+    if (!opened.store || opened.store->setObjectForKey(value, key) != StoreStatus::stored) {
+      throw std::runtime_error("the store does not take " + key);
+    }
+  }
+}
+
 Program::Program(TestDesktop& desktop, const std::vector<std::string>& arguments,
                  const std::optional<std::filesystem::path>& dataFolder,
                  const std::vector<std::string>& launcher)
@@ -166,6 +179,14 @@ Program::Program(TestDesktop& desktop, const std::vector<std::string>& arguments
                       {desktop.server().displayVariable(),
                        "XDG_RUNTIME_DIR=" + folder_.path().string(), "QT_SCALE_FACTOR=1",
                        "XDG_DATA_HOME=" + dataFolder.value_or(folder_.path() / "data").string()})) {
+}
+
+bool Program::captures(const std::string& what) {
+  for (std::size_t i = 0;; ++i) {
+    const auto line = process_.waitForLine(i, generousLimit);
+    if (!line) return false;
+    if (line->starts_with("Optional(" + what)) return true;
+  }
 }
 
 Element Program::accessible() {

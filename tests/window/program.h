@@ -7,8 +7,10 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
+#include "platform/defaults_store.h"
 #include "support/accessibility.h"
 #include "support/child_process.h"
 #include "support/temporary_folder.h"
@@ -78,6 +80,10 @@ class TestDesktop {
   XConnection connection_;
 };
 
+/// Puts values into the store of a data folder before a program uses it; throws on failure.
+void store(const std::filesystem::path& dataFolder,
+           const std::vector<std::pair<std::string, DefaultsValue>>& values);
+
 /// The program itself, with a data folder of its own. Its lines are the trace and what it writes to
 /// standard error. A launcher is a command that gives way to the one that follows it.
 class Program {
@@ -91,6 +97,9 @@ class Program {
   [[nodiscard]] bool writes(std::string_view line) {
     return process_.waitForLine(line, generousLimit);
   }
+  /// Waits until an event is captured whose line of the trace begins like this: "keyUp", for
+  /// example.
+  [[nodiscard]] bool captures(const std::string& what);
   [[nodiscard]] std::optional<int> exitCode() { return process_.wait(generousLimit); }
 
   /// What is on the screen with this name, as a screen reader finds it; waits for it, and throws at

@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/sqlite_defaults_store.h"
 #include "support/x_observer.h"
 #include "support/x_state.h"
 #include "support/x_window.h"
@@ -26,14 +25,6 @@ constexpr const char* controlOptionP = R"({"carbonKeyCode":35,"carbonModifiers":
 /// The program does its work for another application, which keeps the focus.
 class ShortcutSessionTests : public testing::Test {
  protected:
-  void store(const std::vector<std::pair<std::string, DefaultsValue>>& values) const {
-    const auto opened =
-        linux::SqliteDefaultsStore::open(data.path() / "tapeloop" / "defaults.sqlite3");
-    ASSERT_NE(opened.store, nullptr);
-    for (const auto& [key, value] : values) {
-      ASSERT_EQ(opened.store->setObjectForKey(value, key), StoreStatus::stored);
-    }
-  }
   // The program is there, and the application has the focus all the same.
   void start(const Program& /*running*/) const {
     ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
@@ -151,12 +142,12 @@ TEST_F(ShortcutSessionTests, TheyAreSetInTheSheetAndDoTheWholeJobInThisRunAndThe
 }
 
 TEST_F(ShortcutSessionTests, EscapeEndsAWaitOfHoursAtOnceAndTheNextPlayRuns) {
-  store({{recordSlot, controlOptionR},
-         {playSlot, controlOptionP},
-         {"repeatPlayback", true},
-         {"waitBeforeRepeating", true},
-         {"waittimenumber", std::int64_t{60}},
-         {"waittimeunit", "hours"}});
+  store(data.path(), {{recordSlot, controlOptionR},
+                      {playSlot, controlOptionP},
+                      {"repeatPlayback", true},
+                      {"waitBeforeRepeating", true},
+                      {"waittimenumber", std::int64_t{60}},
+                      {"waittimeunit", "hours"}});
   Program program(desktop, {}, data.path());
   ASSERT_NO_FATAL_FAILURE(start(program));
   strike("r");
@@ -180,7 +171,7 @@ TEST_F(ShortcutSessionTests, EscapeEndsAWaitOfHoursAtOnceAndTheNextPlayRuns) {
 }
 
 TEST_F(ShortcutSessionTests, KilledWhileAShortcutIsHeldItLeavesNothingTaken) {
-  store({{recordSlot, controlOptionR}, {playSlot, controlOptionP}});
+  store(data.path(), {{recordSlot, controlOptionR}, {playSlot, controlOptionP}});
   for (int round = 0; round < 3; ++round) {
     Program program(desktop, {}, data.path());
     ASSERT_NO_FATAL_FAILURE(start(program));
@@ -195,7 +186,7 @@ TEST_F(ShortcutSessionTests, KilledWhileAShortcutIsHeldItLeavesNothingTaken) {
 }
 
 TEST_F(ShortcutSessionTests, PressesWhileItStartsAndEndsAreActedOnOnceOrLeftToTheApplication) {
-  store({{recordSlot, controlOptionR}});
+  store(data.path(), {{recordSlot, controlOptionR}});
   for (int round = 0; round < 3; ++round) {
     std::atomic<bool> enough{false};
     Program program(desktop, {}, data.path());
@@ -221,7 +212,7 @@ TEST_F(ShortcutSessionTests, PressesWhileItStartsAndEndsAreActedOnOnceOrLeftToTh
 }
 
 TEST_F(ShortcutSessionTests, OneThatIsRefusedAtStartWorksWhenItIsFreeAndSetAgain) {
-  store({{recordSlot, controlOptionR}});
+  store(data.path(), {{recordSlot, controlOptionR}});
   auto other = std::make_unique<XConnection>(desktop.server().display());
   xcb_grab_key(*other, 0, other->root(), XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1, user.keycode("r"),
                XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
@@ -247,7 +238,8 @@ TEST_F(ShortcutSessionTests, OneThatIsRefusedAtStartWorksWhenItIsFreeAndSetAgain
 }
 
 TEST_F(ShortcutSessionTests, ADamagedOneIsNoneAndTheOtherWorks) {
-  store({{recordSlot, R"({"carbonKeyCode":15,"carbonModifiers":)"}, {playSlot, controlOptionP}});
+  store(data.path(),
+        {{recordSlot, R"({"carbonKeyCode":15,"carbonModifiers":)"}, {playSlot, controlOptionP}});
   Program program(desktop, {}, data.path());
   ASSERT_NO_FATAL_FAILURE(start(program));
   strike("r");

@@ -1,15 +1,16 @@
 #include "platform/qt/window.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
 #include <QtCore/QMetaObject>
-#include <QtGui/QBitmap>
 #include <QtGui/QGuiApplication>
 #include <QtGui/QMouseEvent>
-#include <QtGui/QPainter>
 #include <QtGui/QScreen>
 #include <QtGui/QSurfaceFormat>
+
+#include "platform/qt/window_shape.h"
 
 namespace tapeloop::qt {
 namespace {
@@ -17,19 +18,6 @@ namespace {
 QColor toQt(Color color) {
   return QColor::fromRgbF(static_cast<float>(color.red), static_cast<float>(color.green),
                           static_cast<float>(color.blue), static_cast<float>(color.alpha));
-}
-
-/// Rows of a rounded rectangle, so that its corners show what lies below even where no compositor
-/// mixes windows.
-QRegion roundedRectangle(QSize size, double radius) {
-  QBitmap shape(size);
-  shape.clear();
-  QPainter painter(&shape);
-  painter.setBrush(Qt::color1);
-  painter.setPen(Qt::NoPen);
-  painter.drawRoundedRect(QRect({0, 0}, size), radius, radius);
-  painter.end();
-  return QRegion(shape);
 }
 
 }  // namespace
@@ -170,6 +158,7 @@ void Window::realize() {
   if (frame_->flags() != flags()) frame_->setFlags(flags());
   fitContent();
   place();
+  if (content_.cornerRadius > 0) clipToRoundedRectangle(*frame_, content_.cornerRadius);
   frame_->show();
   frame_->raise();
   if (!(flags() & Qt::WindowDoesNotAcceptFocus)) frame_->requestActivate();
@@ -186,7 +175,6 @@ void Window::fitContent() {
   // The user may have made it larger.
   if (!resizable || !frame_->isVisible()) frame_->resize(size);
   item_->setSize(frame_->size());
-  if (content_.cornerRadius > 0) frame_->setMask(roundedRectangle(size, content_.cornerRadius));
 }
 
 void Window::place() {
@@ -200,12 +188,17 @@ void Window::place() {
     }
   }
   if (!topLeft_ || !primary) return;
-  // Points are pixels of the server; Qt scales a screen about its top-left corner.
-  const auto geometry = primary->geometry();
+  // Points are pixels of the server; Qt scales a screen about its top-left corner. Where it does, a
+  // window grows about the middle that it would have, and stays within the screen.
+  const QRect area = primary->geometry();
   const double ratio = primary->devicePixelRatio();
+  const auto placed = [ratio](double pixels, int size, int room) {
+    const double start = (pixels - size * (ratio - 1) / 2) / ratio;
+    return std::clamp(static_cast<int>(std::lround(start)), 0, std::max(0, room - size));
+  };
   frame_->setPosition(
-      geometry.x() + static_cast<int>(std::lround(topLeft_->x / ratio)),
-      geometry.y() + geometry.height() - static_cast<int>(std::lround(topLeft_->y / ratio)));
+      area.x() + placed(topLeft_->x, frame_->width(), area.width()),
+      area.y() + placed(area.height() * ratio - topLeft_->y, frame_->height(), area.height()));
 }
 
 Qt::WindowFlags Window::flags() const {
