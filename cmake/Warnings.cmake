@@ -4,7 +4,8 @@ function(tapeloop_set_warnings target)
                                            -Wnon-virtual-dtor -Woverloaded-virtual -Wimplicit-fallthrough
                                            -Wno-sign-conversion)
   if(TAPELOOP_SANITIZE)
-    target_compile_options(${target} PRIVATE -fsanitize=${TAPELOOP_SANITIZE} -fno-omit-frame-pointer)
+    target_compile_options(${target} PRIVATE -fsanitize=${TAPELOOP_SANITIZE}
+                           -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(${target} PUBLIC -fsanitize=${TAPELOOP_SANITIZE})
   endif()
 endfunction()
