@@ -172,10 +172,12 @@ int main() {
     const char* unit;
     double limit;
   };
+  // The floor loads no QML of its own and writes no text: what that takes beside the rest of a
+  // start differs between machines, from 1.7 to 2.7 times the floor on those that were tried.
   constexpr std::array lines = {
-      Line{"start to first frame", &Start::firstFrame, "ms", 2.0},
+      Line{"start to first frame", &Start::firstFrame, "ms", 3.0},
       Line{"resident memory", &Start::resident, "MB", 2.0},
-      Line{"processor time until idle", &Start::processor, "ms", 2.0},
+      Line{"processor time until idle", &Start::processor, "ms", 3.0},
       Line{"threads", &Start::threads, "", 2.0},
   };
   bool good = true;
