@@ -1,23 +1,20 @@
 #include "platform/qt/lost_drags.h"
 
 #include <cstddef>
-#include <cstdlib>
-#include <memory>
 #include <string_view>
 
 #include <QtCore/QCoreApplication>
 #include <xcb/xcb.h>
 
+#include "platform/linux/malloc_ptr.h"
+
 namespace tapeloop::qt {
 namespace {
 
+using linux::own;
+
 enum Atom : std::size_t { position, leave, drop };
 constexpr std::array<std::string_view, 3> names{"XdndPosition", "XdndLeave", "XdndDrop"};
-
-template <typename T>
-auto own(T* memory) {
-  return std::unique_ptr<T, decltype(&std::free)>(memory, &std::free);
-}
 
 }  // namespace
 

@@ -1,8 +1,6 @@
 #include "platform/qt/window_shape.h"
 
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -14,24 +12,20 @@
 #include <xcb/shape.h>
 #include <xcb/xcb.h>
 
+#include "platform/linux/malloc_ptr.h"
+
 namespace tapeloop::qt {
 namespace {
 
-struct Free {
-  void operator()(void* memory) const { std::free(memory); }
-};
-template <typename Reply>
-using Owned = std::unique_ptr<Reply, Free>;
+using linux::own;
 
 bool isComposited(xcb_connection_t* connection) {
   constexpr std::string_view compositor = "_NET_WM_CM_S0";
-  const Owned<xcb_intern_atom_reply_t> selection(xcb_intern_atom_reply(
-      connection,
-      xcb_intern_atom(connection, 1, static_cast<std::uint16_t>(compositor.size()),
-                      compositor.data()),
-      nullptr));
+  const auto request = xcb_intern_atom(connection, 1, static_cast<std::uint16_t>(compositor.size()),
+                                       compositor.data());
+  const auto selection = own(xcb_intern_atom_reply(connection, request, nullptr));
   if (!selection || selection->atom == XCB_ATOM_NONE) return false;
-  const Owned<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
+  const auto owner = own(xcb_get_selection_owner_reply(
       connection, xcb_get_selection_owner(connection, selection->atom), nullptr));
   return owner && owner->owner != XCB_WINDOW_NONE;
 }
