@@ -97,8 +97,8 @@ void XServer::setKeyboardLayout(const std::string& layout) const {
   if (setter.wait(20s) != 0) throw std::runtime_error("no keyboard layout " + layout);
 }
 
-void XServer::kill() {
-  process_.kill(SIGTERM);
+void XServer::kill(int signal) {
+  process_.kill(signal);
   if (!process_.wait(10s)) throw std::runtime_error("the X server does not end");
 }
 
