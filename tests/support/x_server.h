@@ -40,6 +40,8 @@ class XServer {
 
   /// Divides the screen into logical monitors.
   void setMonitors(const std::vector<XMonitor>& monitors) const;
+  /// Another size of the whole screen, within the first one, with all outputs and monitors gone.
+  void resize(std::uint16_t width, std::uint16_t height) const;
   /// For example "de", or "us,de" for two groups.
   void setKeyboardLayout(const std::string& layout) const;
   /// Takes the server away from under its clients. Returns when it is gone.
