@@ -161,6 +161,11 @@ TEST(AuthorizationTests, WhatToDoIsReadAndTheWindowHasOnlyItsCloseButton) {
                            "Accessibility", "Check Tapeloop"}) {
     (void)program.named("label", step);
   }
+  const std::string reason =
+      "The X server does not offer RECORD, XTEST: enable this in its configuration, or log in to a "
+      "session of a full X.Org server.";
+  (void)program.named("label", reason);
+  EXPECT_THAT(program.complaints(), ElementsAre(reason));
   ASSERT_TRUE(program.recordButton().press());
   EXPECT_EQ(program.named("alert", "Tapeloop").description(),
             "Please authorize Tapeloop by going to System Preferences -> Security & Privacy -> "

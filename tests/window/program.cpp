@@ -129,6 +129,15 @@ Program::Program(TestDesktop& desktop, const std::vector<std::string>& arguments
                        "XDG_DATA_HOME=" + dataFolder.value_or(folder_.path() / "data").string()})) {
 }
 
+std::vector<std::string> Program::complaints() {
+  constexpr std::string_view name = "tapeloop: ";
+  std::vector<std::string> sentences;
+  for (const auto& line : process_.lines()) {
+    if (line.starts_with(name)) sentences.push_back(line.substr(name.size()));
+  }
+  return sentences;
+}
+
 Element Program::accessible() {
   std::optional<Element> found;
   const bool came = eventually([&] {

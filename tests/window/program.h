@@ -80,6 +80,8 @@ class Program {
   [[nodiscard]] bool writes(std::string_view line) {
     return process_.waitForLine(line, generousLimit);
   }
+  /// What it said on standard error, one sentence each, in order.
+  [[nodiscard]] std::vector<std::string> complaints();
   [[nodiscard]] std::optional<int> exitCode() { return process_.wait(generousLimit); }
 
   /// What is on the screen with this name, as a screen reader finds it; waits for it, and throws at
