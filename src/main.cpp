@@ -1,5 +1,6 @@
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <string>
@@ -53,18 +54,42 @@ void complain(const std::string& sentence) {
   std::fprintf(stderr, "tapeloop: %s\n", sentence.c_str());
 }
 
+struct Store {
+  std::unique_ptr<DefaultsStore> store;
+  std::string problem;  ///< One sentence for the user; empty: none.
+};
+
 /// The user's store, or one in memory when that can't be opened, so that the program runs.
-std::unique_ptr<DefaultsStore> openStore() {
+Store openStore() {
   const auto file = linux::defaultsStorePath();
   if (!file) {
-    complain("Settings are not kept: neither XDG_DATA_HOME nor HOME says where.");
-    return std::make_unique<MemoryDefaultsStore>();
+    return {std::make_unique<MemoryDefaultsStore>(),
+            "Settings and recordings are not kept: neither XDG_DATA_HOME nor HOME says where."};
   }
   auto opened = linux::SqliteDefaultsStore::open(*file);
-  if (!opened.message.empty()) complain(opened.message);
-  if (opened.store) return std::move(opened.store);
-  return std::make_unique<MemoryDefaultsStore>();
+  if (!opened.store) return {std::make_unique<MemoryDefaultsStore>(), opened.message};
+  return {std::move(opened.store), opened.message};
 }
+
+/// Says that the X server is gone, once. Qt, whose connection may break first, ends the process by
+/// itself, and then nobody but a handler of the exit can say it.
+class LossNotice {
+ public:
+  LossNotice() {
+    isDue = true;
+    std::atexit(give);
+  }
+  LossNotice(const LossNotice&) = delete;
+  LossNotice& operator=(const LossNotice&) = delete;
+  /// The program ends in another way.
+  ~LossNotice() { isDue = false; }
+  static void give() {
+    if (std::exchange(isDue, false)) complain("The connection to the X server is lost.");
+  }
+
+ private:
+  static constinit inline bool isDue = false;
+};
 
 /// The input side of the desktop on one X server.
 struct Input {
@@ -134,16 +159,18 @@ int run(char* program) {
     if (window) window->bringToFront();
   });
   if (!instance.isFirst()) return 0;
-  const auto store = openStore();
+  const auto [store, problem] = openStore();
+  if (!problem.empty()) complain(problem);
 
-  qt::Application application(program);
+  qt::Application application(program, complain, couldNotStart);
   const qt::RunLoopBridge bridge(runLoop);
   const auto end = [&application](int signal) { application.quit(128 + signal); };
   const linux::SignalWatch endSignals(runLoop, {SIGTERM, SIGINT}, end);
   std::optional<linux::SignalWatch> hangup;
   if (!isIgnored(SIGHUP)) hangup.emplace(runLoop, std::initializer_list<int>{SIGHUP}, end);
+  const LossNotice lossNotice;
   const auto loss = connection->onLost([&application] {
-    complain("The connection to the X server is lost.");
+    LossNotice::give();
     application.quit(lostDisplay);
   });
 
@@ -151,7 +178,9 @@ int run(char* program) {
   Input input(*connection, {doubleClick.seconds, doubleClick.pixels});
   const auto ids = application.clientIds();
   input.ownWindows.addClient(ids.base, ids.mask);
-  Display display(*store, input.permission.advice());
+  const std::string missing = input.permission.advice();
+  if (!missing.empty()) complain(missing);
+  Display display(*store, missing);
   linux::SystemClock clock;
   qt::AppReview review;
   qt::Workspace workspace(application.dataFolder());
@@ -173,9 +202,13 @@ int run(char* program) {
                    localInput, menu, sound, texts});
   delegate.applicationDidFinishLaunching();
   MainWindow mainWindow(display.engine, contentView, sheet, menu.mainMenu(), *store);
-  if (!mainWindow.isShown()) return couldNotStart;
+  if (!mainWindow.isShown()) {
+    complain(mainWindow.error());
+    return couldNotStart;
+  }
   window = &mainWindow;
   display.windows.adopt(mainWindow.window());
+  contentView.libraryState().storeAlert.set(problem);
   application.onWillUpdate([&delegate] { delegate.applicationWillUpdate(); });
   return application.run();
 }

@@ -14,6 +14,8 @@ const char* storeSentence(StoreStatus status) {
       return "The change was not saved: another program is using the recordings. Try again.";
     case StoreStatus::damaged:
       return "The change was not saved: the file with the recordings is damaged.";
+    case StoreStatus::newer:
+      return "The change was not saved: a newer version of Tapeloop keeps the recordings.";
     case StoreStatus::unavailable:
       break;
   }

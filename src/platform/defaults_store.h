@@ -26,6 +26,7 @@ enum class StoreStatus : std::uint8_t {
   diskFull,     ///< No room, or a quota is used up.
   locked,       ///< Another process holds the store and did not let go in time.
   damaged,      ///< The file is not a store, or is broken.
+  newer,        ///< The file is in a form that only later versions of the program know.
   unavailable,  ///< The store could not be opened at all, or the system failed in another way.
 };
 

@@ -92,7 +92,7 @@ Window {
                 color: palette.windowText
                 font.pointSize: 10
                 lineHeight: 1.15
-                wrapMode: Text.WordWrap
+                wrapMode: Text.Wrap
                 Accessible.role: Accessible.StaticText
                 Accessible.name: text
             }

@@ -26,7 +26,7 @@ MainWindow::MainWindow(QQmlEngine& engine, ContentView& view, SheetView& sheet,
           : nullptr;
   window_.reset(qobject_cast<QQuickWindow*>(root));
   if (!window_) {
-    qWarning("%s", qPrintable(component.errorString()));
+    error_ = component.errorString().simplified().toStdString();
     delete root;
     return;
   }

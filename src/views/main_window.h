@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include <QtQml/QQmlEngine>
 #include <QtQuick/QQuickWindow>
@@ -20,8 +21,10 @@ class MainWindow {
   /// left, outlive the window.
   MainWindow(QQmlEngine& engine, ContentView& view, SheetView& sheet, const Menu& mainMenu,
              DefaultsStore& frames);
-  /// False when the window could not be made; why was written to standard error.
+  /// False when the window could not be made.
   [[nodiscard]] bool isShown() const { return window_ != nullptr; }
+  /// Why it could not be made, in one line.
+  [[nodiscard]] const std::string& error() const { return error_; }
   /// There is one when it is shown.
   [[nodiscard]] QQuickWindow& window() const { return *window_; }
   /// Also from the state of being minimised.
@@ -29,6 +32,7 @@ class MainWindow {
 
  private:
   ContentViewModel model_;
+  std::string error_;
   std::unique_ptr<QQuickWindow> window_;
   std::unique_ptr<qt::FrameAutosave> frame_;
 };

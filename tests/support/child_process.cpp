@@ -95,6 +95,11 @@ const std::vector<std::string>& ChildProcess::lines() {
   return lines_;
 }
 
+void ChildProcess::clearLines() {
+  readOutput();
+  lines_.clear();
+}
+
 std::optional<std::string> ChildProcess::waitForLine(std::size_t index, milliseconds limit) {
   const auto deadline = steady_clock::now() + limit;
   while (lines().size() <= index) {

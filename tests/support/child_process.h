@@ -27,6 +27,8 @@ class ChildProcess {
 
   /// The complete lines written so far. Does not block.
   [[nodiscard]] const std::vector<std::string>& lines();
+  /// Forgets the lines written so far.
+  void clearLines();
   /// Waits until the line number `index` is complete. Nothing when the child ends without it, or at
   /// the limit.
   [[nodiscard]] std::optional<std::string> waitForLine(std::size_t index,

@@ -92,13 +92,41 @@ void XServer::setMonitors(const std::vector<XMonitor>& monitors) const {
   connection.sync();
 }
 
+void XServer::resize(std::uint16_t width, std::uint16_t height) const {
+  const XConnection connection(display_);
+  const XOwned<xcb_randr_get_screen_resources_reply_t> resources(
+      xcb_randr_get_screen_resources_reply(
+          connection, xcb_randr_get_screen_resources(connection, connection.root()), nullptr));
+  if (!resources) throw std::runtime_error("no outputs");
+  const auto* crtcs = xcb_randr_get_screen_resources_crtcs(resources.get());
+  for (int i = 0; i < resources->num_crtcs; ++i) {
+    const XOwned<xcb_randr_set_crtc_config_reply_t> off(xcb_randr_set_crtc_config_reply(
+        connection,
+        xcb_randr_set_crtc_config(connection, crtcs[i], XCB_CURRENT_TIME,
+                                  resources->config_timestamp, 0, 0, XCB_NONE,
+                                  XCB_RANDR_ROTATION_ROTATE_0, 0, nullptr),
+        nullptr));
+    if (!off) throw std::runtime_error("the output does not go off");
+  }
+  const XOwned<xcb_randr_get_monitors_reply_t> monitors(xcb_randr_get_monitors_reply(
+      connection, xcb_randr_get_monitors(connection, connection.root(), 0), nullptr));
+  if (!monitors) throw std::runtime_error("no monitors");
+  for (auto i = xcb_randr_get_monitors_monitors_iterator(monitors.get()); i.rem > 0;
+       xcb_randr_monitor_info_next(&i)) {
+    if (!i.data->automatic) xcb_randr_delete_monitor(connection, connection.root(), i.data->name);
+  }
+  connection.check(xcb_randr_set_screen_size_checked(connection, connection.root(), width, height,
+                                                     width / 4U, height / 4U),
+                   "resizing the screen");
+}
+
 void XServer::setKeyboardLayout(const std::string& layout) const {
   ChildProcess setter({"setxkbmap", "-display", display_, "-layout", layout});
   if (setter.wait(20s) != 0) throw std::runtime_error("no keyboard layout " + layout);
 }
 
-void XServer::kill() {
-  process_.kill(SIGTERM);
+void XServer::kill(int signal) {
+  process_.kill(signal);
   if (!process_.wait(10s)) throw std::runtime_error("the X server does not end");
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <csignal>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -35,12 +36,16 @@ class XServer {
   /// "DISPLAY=:7", for the environment of a child process.
   [[nodiscard]] std::string displayVariable() const { return "DISPLAY=" + display_; }
 
+  [[nodiscard]] pid_t pid() const { return process_.pid(); }
+
   /// Divides the screen into logical monitors.
   void setMonitors(const std::vector<XMonitor>& monitors) const;
+  /// Another size of the whole screen, within the first one, with all outputs and monitors gone.
+  void resize(std::uint16_t width, std::uint16_t height) const;
   /// For example "de", or "us,de" for two groups.
   void setKeyboardLayout(const std::string& layout) const;
   /// Takes the server away from under its clients. Returns when it is gone.
-  void kill();
+  void kill(int signal = SIGTERM);
 
  private:
   ChildProcess process_;

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -32,9 +33,11 @@ TEST(AuthorizationTests, AServerThatLacksExtensionsIsToldByName) {
                            "Accessibility", "Check Tapeloop"}) {
     (void)program.named("label", step);
   }
-  (void)program.named("label",
-                      "The X server does not offer RECORD, XTEST. Enable this in its "
-                      "configuration, or log in to a session of a full X.Org server.");
+  const std::string reason =
+      "The X server does not offer RECORD, XTEST: enable this in its configuration, or log in to a "
+      "session of a full X.Org server.";
+  (void)program.named("label", reason);
+  EXPECT_EQ(program.complaints(), std::vector{reason}) << "and on standard error";
   expectAlert(program);
 }
 

@@ -189,6 +189,15 @@ bool Program::captures(const std::string& what) {
   }
 }
 
+std::vector<std::string> Program::complaints() {
+  constexpr std::string_view name = "tapeloop: ";
+  std::vector<std::string> sentences;
+  for (const auto& line : process_.lines()) {
+    if (line.starts_with(name)) sentences.push_back(line.substr(name.size()));
+  }
+  return sentences;
+}
+
 Element Program::accessible() {
   std::optional<Element> found;
   const bool came = eventually([&] {

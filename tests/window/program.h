@@ -100,6 +100,8 @@ class Program {
   /// Waits until an event is captured whose line of the trace begins like this: "keyUp", for
   /// example.
   [[nodiscard]] bool captures(const std::string& what);
+  /// What it said on standard error, one sentence each, in order.
+  [[nodiscard]] std::vector<std::string> complaints();
   [[nodiscard]] std::optional<int> exitCode() { return process_.wait(generousLimit); }
 
   /// What is on the screen with this name, as a screen reader finds it; waits for it, and throws at

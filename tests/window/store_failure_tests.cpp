@@ -1,9 +1,11 @@
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 #include <sys/resource.h>
@@ -17,8 +19,8 @@ namespace {
 
 using Database = std::unique_ptr<sqlite3, decltype(&sqlite3_close)>;
 
-/// A store that stops taking writes while the program runs: the user is told why, loses nothing,
-/// and saves once it takes them again.
+/// A store that can't be read or written, from the start or while the program runs: the user is
+/// told why, loses nothing, and saves once it takes writes again.
 class StoreFailureTests : public testing::Test {
  protected:
   static void save(Program& program) {
@@ -38,8 +40,45 @@ class StoreFailureTests : public testing::Test {
     });
     return count;
   }
+  /// The same sentence in a window and, alone, on standard error.
+  static void expectAlertAtStart(Program& program, const std::string& sentence) {
+    const Element alert = program.named("alert", "Tapeloop");
+    EXPECT_EQ(alert.description(), sentence);
+    EXPECT_THAT(program.complaints(), testing::ElementsAre(sentence));
+    ASSERT_TRUE(program.named("push button", "Dismiss").press());
+    EXPECT_TRUE(program.loses("alert", "Tapeloop"));
+  }
+  /// Modes don't hold the administrator, who has to become an ordinary user first.
+  static std::vector<std::string> asOrdinaryUser() {
+    if (geteuid() != 0) return {};
+    return {"setpriv", "--bounding-set", "-dac_override,-dac_read_search,-fowner"};
+  }
+  /// Gives the data folder a small disk of its own, which nothing but the program sees; `prepare`
+  /// runs on it first, with the folder as $0. Empty if that is not allowed here.
+  [[nodiscard]] std::vector<std::string> onSmallDisk(const std::string& prepare = "true") const {
+    std::vector<std::string> launcher{
+        "unshare",
+        "--map-current-user",
+        "--keep-caps",
+        "--mount",
+        "sh",
+        "-c",
+        "mount -t tmpfs -o size=400k none \"$0\" && " + prepare + " && exec \"$@\"",
+        data.path().string()};
+    auto trial = launcher;
+    trial.emplace_back("true");
+    if (ChildProcess(trial).wait(generousLimit) != 0) return {};
+    return launcher;
+  }
   [[nodiscard]] std::filesystem::path file() const {
     return data.path() / "tapeloop" / "defaults.sqlite3";
+  }
+
+  void execute(const char* statement) const {
+    sqlite3* opened = nullptr;
+    ASSERT_EQ(sqlite3_open(file().c_str(), &opened), SQLITE_OK);
+    const Database database(opened, sqlite3_close);
+    ASSERT_EQ(sqlite3_exec(opened, statement, nullptr, nullptr, nullptr), SQLITE_OK);
   }
 
   TestDesktop desktop;
@@ -47,20 +86,9 @@ class StoreFailureTests : public testing::Test {
 };
 
 TEST_F(StoreFailureTests, AFullDisk) {
-  // A small disk of its own, which nothing but the program sees.
-  std::vector<std::string> onSmallDisk{
-      "unshare",
-      "--map-current-user",
-      "--keep-caps",
-      "--mount",
-      "sh",
-      "-c",
-      "mount -t tmpfs -o size=400k none '" + data.path().string() + "' && exec \"$@\"",
-      "sh"};
-  auto trial = onSmallDisk;
-  trial.emplace_back("true");
-  if (ChildProcess(trial).wait(generousLimit) != 0) GTEST_SKIP() << "no disk may be mounted here";
-  Program program(desktop, {}, data.path(), onSmallDisk);
+  const auto launcher = onSmallDisk();
+  if (launcher.empty()) GTEST_SKIP() << "no disk may be mounted here";
+  Program program(desktop, {}, data.path(), launcher);
   ASSERT_TRUE(program.recordsAClick());
   save(program);
   (void)program.named("list item", "New Recording");
@@ -130,17 +158,72 @@ TEST_F(StoreFailureTests, AFolderThatMayNotBeWrittenTo) {
   }
   ASSERT_EQ(chmod(file().c_str(), 0400), 0);
   ASSERT_EQ(chmod(file().parent_path().c_str(), 0500), 0);
-  // Modes don't hold the administrator, who has to become an ordinary user first.
-  std::vector<std::string> ordinary;
-  if (geteuid() == 0) {
-    ordinary = {"setpriv", "--bounding-set", "-dac_override,-dac_read_search,-fowner"};
-  }
-  Program program(desktop, {}, data.path(), ordinary);
+  Program program(desktop, {}, data.path(), asOrdinaryUser());
+  expectAlertAtStart(program,
+                     "Settings and recordings can't be saved: there is no permission to write " +
+                         file().string() + ".");
   ASSERT_TRUE(program.recordsAClick());
   save(program);
   expectAlert(program, "there is no permission to write the recordings.");
   EXPECT_EQ(rows(program), 1U) << "what is there can be read";
   ASSERT_EQ(chmod(file().parent_path().c_str(), 0700), 0);
+}
+
+TEST_F(StoreFailureTests, AStoreThatCannotBeReadAtTheStart) {
+  const std::string lost = "Settings and recordings can't be read or saved: ";
+  { (void)Program(desktop, {}, data.path()).recordButton(); }
+  const auto expectUntouched = [this](const std::string& sentence) {
+    const auto before = std::filesystem::last_write_time(file());
+    Program program(desktop, {}, data.path());
+    expectAlertAtStart(program, sentence);
+    ASSERT_TRUE(program.recordsAClick());
+    save(program);
+    EXPECT_TRUE(eventually([&] { return rows(program) == 1; })) << "what can be had in memory";
+    program.process().kill(SIGINT);
+    EXPECT_EQ(program.exitCode(), 128 + SIGINT);
+    EXPECT_EQ(std::filesystem::last_write_time(file()), before);
+  };
+  execute("PRAGMA user_version = 1");
+  expectUntouched(lost + file().string() + " was written by a newer version of Tapeloop.");
+  std::ofstream(file()) << std::string(10'000, 'x');
+  expectUntouched(lost + file().string() + " is damaged.");
+
+  ASSERT_EQ(chmod(file().parent_path().c_str(), 0), 0);
+  {
+    Program program(desktop, {}, data.path(), asOrdinaryUser());
+    expectAlertAtStart(program, lost + "there is no permission to open " + file().string() + ".");
+  }
+  ASSERT_EQ(chmod(file().parent_path().c_str(), 0700), 0);
+}
+
+TEST_F(StoreFailureTests, ADiskThatIsFullAtTheStart) {
+  const std::string fill = "{ head -c 1m /dev/zero >\"$0/filler\" 2>/dev/null; true; }";
+  const auto onFullDisk = onSmallDisk(fill);
+  if (onFullDisk.empty()) GTEST_SKIP() << "no disk may be mounted here";
+  {
+    Program program(desktop, {}, data.path(), onFullDisk);
+    expectAlertAtStart(program,
+                       "Settings and recordings can't be read or saved until there is room for " +
+                           file().string() + " and Tapeloop is started again.");
+  }
+  // What was saved while there was room can be read.
+  const TemporaryFolder kept;
+  {
+    Program program(desktop, {}, kept.path());
+    ASSERT_TRUE(program.recordsAClick());
+    save(program);
+    (void)program.named("list item", "New Recording");
+    ASSERT_TRUE(program.named("push button", "Close").press());
+    ASSERT_EQ(program.exitCode(), 0);
+  }
+  Program program(desktop, {}, data.path(),
+                  onSmallDisk("cp -r '" + kept.path().string() + "/tapeloop' \"$0\" && " + fill));
+  expectAlertAtStart(program, "Settings and recordings can't be saved until there is room for " +
+                                  file().string() + " and Tapeloop is started again.");
+  ASSERT_TRUE(program.recordsAClick());
+  save(program);
+  expectAlert(program, "there is no room left for the recordings.");
+  EXPECT_EQ(rows(program), 1U);
 }
 
 }  // namespace

@@ -38,6 +38,10 @@ constexpr const char* writingSettings =
     "PRAGMA journal_size_limit=4194304;"
     "CREATE TABLE IF NOT EXISTS defaults("
     "key TEXT PRIMARY KEY NOT NULL, type INTEGER NOT NULL, value NOT NULL)";
+// The number of the file's form, which SQLite keeps for its users. A form that this program could
+// misread, or spoil by writing, has a higher one.
+constexpr int knownForm = 0;
+constexpr const char* selectForm = "PRAGMA user_version";
 constexpr const char* selectValue = "SELECT type, value, rowid FROM defaults WHERE key = ?1";
 constexpr const char* storeValue =
     "INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
@@ -93,24 +97,28 @@ StoreStatus statusOf(sqlite3* database) {
   }
 }
 
-std::string sentence(StoreStatus status, const fs::path& file) {
+/// Why the file can't be written or, if there is nothing to read from either, can't be opened.
+std::string sentence(StoreStatus status, const fs::path& file, bool isReadable) {
   const std::string name = file.string();
+  const std::string lost = isReadable ? "Settings and recordings can't be saved"
+                                      : "Settings and recordings can't be read or saved";
   switch (status) {
     case StoreStatus::stored:
       return {};
     case StoreStatus::readOnly:
-      return "Settings and recordings can't be saved: there is no permission to write " + name +
-             ".";
+      return lost + ": there is no permission to " + (isReadable ? "write " : "open ") + name + ".";
     case StoreStatus::diskFull:
-      return "Settings and recordings can't be saved: there is no room for " + name + ".";
+      return lost + " until there is room for " + name + " and Tapeloop is started again.";
     case StoreStatus::locked:
-      return "Settings and recordings can't be read or saved: another program holds " + name + ".";
+      return lost + ": another program holds " + name + ".";
     case StoreStatus::damaged:
-      return "Settings and recordings can't be read or saved: " + name + " is damaged.";
+      return lost + ": " + name + " is damaged.";
+    case StoreStatus::newer:
+      return lost + ": " + name + " was written by a newer version of Tapeloop.";
     case StoreStatus::unavailable:
       break;
   }
-  return "Settings and recordings can't be read or saved: " + name + " can't be opened.";
+  return lost + ": " + name + (isReadable ? " can't be written." : " can't be opened.");
 }
 
 void syncFolder(const fs::path& folder) {
@@ -232,13 +240,14 @@ void SqliteDefaultsStore::Close::operator()(sqlite3_stmt* statement) const {
   sqlite3_finalize(statement);
 }
 
-SqliteDefaultsStore::SqliteDefaultsStore(Database database) : database_(std::move(database)) {}
+SqliteDefaultsStore::SqliteDefaultsStore(Database database, StoreStatus writing)
+    : database_(std::move(database)), writing_(writing) {}
 SqliteDefaultsStore::~SqliteDefaultsStore() = default;
 
 SqliteDefaultsStore::Opened SqliteDefaultsStore::open(const fs::path& file) {
   const auto opened = [&file](Database database, StoreStatus status) {
-    Opened result{nullptr, status, sentence(status, file)};
-    if (database) result.store.reset(new SqliteDefaultsStore(std::move(database)));
+    Opened result{nullptr, status, sentence(status, file, database != nullptr)};
+    if (database) result.store.reset(new SqliteDefaultsStore(std::move(database), status));
     return result;
   };
   surviveFailedWrites();
@@ -248,7 +257,8 @@ SqliteDefaultsStore::Opened SqliteDefaultsStore::open(const fs::path& file) {
   if (status == StoreStatus::stored) status = prepareForWriting(database.get());
   if (status == StoreStatus::stored) return opened(std::move(database), status);
   // For these reading is no help: what can be read may be wrong, or about to change.
-  if (status == StoreStatus::damaged || status == StoreStatus::locked) {
+  if (status == StoreStatus::damaged || status == StoreStatus::locked ||
+      status == StoreStatus::newer) {
     return opened(nullptr, status);
   }
   const auto readable = [](const Database& candidate) {
@@ -261,7 +271,7 @@ SqliteDefaultsStore::Opened SqliteDefaultsStore::open(const fs::path& file) {
     database = name ? openDatabase(*name, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI) : nullptr;
   }
   if (!database || !readable(database)) return opened(nullptr, status);
-  return opened(std::move(database), StoreStatus::readOnly);
+  return opened(std::move(database), status);
 }
 
 SqliteDefaultsStore::Database SqliteDefaultsStore::openDatabase(const std::string& name,
@@ -279,6 +289,9 @@ StoreStatus SqliteDefaultsStore::check(sqlite3* database) {
   // not what is in it: that may be long, and the program is to be there at once.
   Statement statement = prepare(database, "SELECT count(*) FROM sqlite_schema");
   if (!statement || sqlite3_step(statement.get()) != SQLITE_ROW) return statusOf(database);
+  statement = prepare(database, selectForm);
+  if (!statement || sqlite3_step(statement.get()) != SQLITE_ROW) return statusOf(database);
+  if (sqlite3_column_int(statement.get(), 0) > knownForm) return StoreStatus::newer;
   statement = prepare(database, "SELECT type FROM defaults NOT INDEXED");
   if (!statement) return StoreStatus::stored;  // a new file has no rows
   int result = SQLITE_ROW;
@@ -330,7 +343,8 @@ StoreStatus SqliteDefaultsStore::setObjectForKey(const DefaultsValue& value, std
 
 StoreStatus SqliteDefaultsStore::transaction(const std::function<void(const Writer& write)>& body) {
   // Immediate: the right to write comes first, so that nothing that is read can change any more.
-  StoreStatus status = execute("BEGIN IMMEDIATE");
+  StoreStatus status = writing_;
+  if (status == StoreStatus::stored) status = execute("BEGIN IMMEDIATE");
   if (status != StoreStatus::stored) return status;
   std::vector<std::string> keys;
   body([&](const DefaultsView& value, std::string_view key) {
@@ -360,6 +374,7 @@ StoreStatus SqliteDefaultsStore::execute(const char* statement) {
 }
 
 StoreStatus SqliteDefaultsStore::write(const DefaultsView& value, std::string_view key) {
+  if (writing_ != StoreStatus::stored) return writing_;
   if (const auto failed = failedReads_.find(key); failed != failedReads_.end()) {
     return failed->second;
   }

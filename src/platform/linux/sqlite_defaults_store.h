@@ -28,14 +28,13 @@ std::optional<std::filesystem::path> defaultsStorePath();
 class SqliteDefaultsStore final : public DefaultsStore {
  public:
   struct Opened {
-    std::unique_ptr<SqliteDefaultsStore>
-        store;  ///< Null unless `status` is `stored` or `readOnly`.
-    StoreStatus status = StoreStatus::unavailable;
+    std::unique_ptr<SqliteDefaultsStore> store;     ///< Null if it can't even be read.
+    StoreStatus status = StoreStatus::unavailable;  ///< What a write comes to.
     std::string message;  ///< One sentence for the user; empty if the store can be written.
   };
 
   /// Makes the file and the folders on the way to it if there are none. A store that can be read
-  /// and not written is returned with `readOnly`.
+  /// and not written is returned with the reason, which all its writes give.
   static Opened open(const std::filesystem::path& file);
 
   ~SqliteDefaultsStore() override;
@@ -56,7 +55,7 @@ class SqliteDefaultsStore final : public DefaultsStore {
   using Database = std::unique_ptr<sqlite3, Close>;
   using Statement = std::unique_ptr<sqlite3_stmt, Close>;
 
-  explicit SqliteDefaultsStore(Database database);
+  SqliteDefaultsStore(Database database, StoreStatus writing);
 
   /// A handle comes with a failure too, to ask it for the cause.
   static Database openDatabase(const std::string& name, int flags);
@@ -70,6 +69,7 @@ class SqliteDefaultsStore final : public DefaultsStore {
   void tellObservers(std::string_view key);
 
   Database database_;
+  const StoreStatus writing_;  ///< Other than `stored`: it was opened for reading alone.
   mutable std::map<std::string, StoreStatus, std::less<>> failedReads_;
   std::map<std::string, Signal<>, std::less<>> observers_;
 };

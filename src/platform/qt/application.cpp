@@ -1,5 +1,7 @@
 #include "platform/qt/application.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <utility>
 
 #include <QtCore/QAbstractEventDispatcher>
@@ -37,9 +39,29 @@ class TemporaryVariable {
   const bool wasSet_;
 };
 
+// Global, since Qt hands nothing else to its handler.
+void (*tellUser)(const std::string& sentence) = nullptr;
+int exitCodeOfFailure = 1;
+
+/// Standard error is for what the user has to know. Qt's remarks are for whoever works on the
+/// program, and are written when the environment asks for them.
+void hear(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+  if (qEnvironmentVariableIsSet("QT_LOGGING_RULES")) {
+    std::fprintf(stderr, "%s\n", qUtf8Printable(qFormatLogMessage(type, context, text)));
+  }
+  if (type != QtFatalMsg) return;
+  tellUser(text.section(QLatin1Char('\n'), 0, 0).toStdString());
+  // Qt would abort, as if the fault were the program's.
+  std::_Exit(exitCodeOfFailure);
+}
+
 }  // namespace
 
-Application::Application(char* program) : arguments_{program, nullptr} {
+Application::Application(char* program, void (*complain)(const std::string& sentence), int failure)
+    : arguments_{program, nullptr} {
+  tellUser = complain;
+  exitCodeOfFailure = failure;
+  qInstallMessageHandler(hear);
   QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
   QCoreApplication::setApplicationName("tapeloop");
   QCoreApplication::setApplicationVersion(TAPELOOP_VERSION);

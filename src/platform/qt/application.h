@@ -27,8 +27,9 @@ struct ClientIds {
 /// dispatcher. Main thread only; outlives everything else that is made with Qt.
 class Application {
  public:
-  /// There is an X server; Qt ends the program when there is none. `program` outlives this object.
-  explicit Application(char* program);
+  /// There is an X server. `complain` gets one sentence when Qt can't go on, and the program ends
+  /// with `failure`. `program` outlives this object.
+  Application(char* program, void (*complain)(const std::string& sentence), int failure);
   Application(const Application&) = delete;
   Application& operator=(const Application&) = delete;
   ~Application();

@@ -1,13 +1,19 @@
 #include "platform/x11/connection.h"
 
+#include <array>
+#include <cstddef>
+#include <cstdlib>
 #include <utility>
 
+#include <fcntl.h>
+#include <unistd.h>
 #include <xcb/randr.h>
 #include <xcb/record.h>
 #include <xcb/xcb.h>
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
 
+#include "platform/linux/file_descriptor.h"
 #include "platform/x11/xcb_reply.h"
 #include "platform/x11/xcb_xkb.h"
 
@@ -17,6 +23,46 @@ namespace {
 const xcb_query_extension_reply_t* find(xcb_connection_t* xcb, xcb_extension_t& extension) {
   const auto* data = xcb_get_extension_data(xcb, &extension);
   return data != nullptr && data->present != 0 ? data : nullptr;
+}
+
+/// The library writes a server's reason for a refusal to standard error, and nowhere else: this
+/// takes what is written there while it lives.
+class TakenStandardError {
+ public:
+  TakenStandardError() {
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) return;
+    reader_ = linux::FileDescriptor(ends[0]);
+    const linux::FileDescriptor writer(ends[1]);
+    before_ = linux::FileDescriptor(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0));
+    if (before_) dup2(writer.get(), STDERR_FILENO);
+  }
+  TakenStandardError(const TakenStandardError&) = delete;
+  TakenStandardError& operator=(const TakenStandardError&) = delete;
+  ~TakenStandardError() {
+    if (before_) dup2(before_.get(), STDERR_FILENO);
+  }
+  /// The first line so far.
+  [[nodiscard]] std::string line() const {
+    std::array<char, 1024> text;
+    const auto count = before_ ? read(reader_.get(), text.data(), text.size()) : 0;
+    const std::string all(text.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+    return all.substr(0, all.find('\n'));
+  }
+
+ private:
+  linux::FileDescriptor reader_;
+  linux::FileDescriptor before_;
+};
+
+/// `reason` may be empty.
+std::string refusal(const std::string& displayName, std::string reason) {
+  const char* const named = displayName.empty() ? std::getenv("DISPLAY") : displayName.c_str();
+  if (!named || *named == '\0') return "Tapeloop needs an X display, and DISPLAY names none.";
+  std::string sentence = std::string("Tapeloop can't open the X display \"") + named + "\"";
+  while (!reason.empty() && (reason.back() == '.' || reason.back() == ' ')) reason.pop_back();
+  if (!reason.empty()) sentence += ": " + reason;
+  return sentence + ".";
 }
 
 xcb_screen_t* screenOf(xcb_connection_t* xcb, int number) {
@@ -30,12 +76,16 @@ xcb_screen_t* screenOf(xcb_connection_t* xcb, int number) {
 std::unique_ptr<Connection> Connection::open(linux::EpollRunLoop& runLoop,
                                              const std::string& displayName, std::string& error) {
   int screenNumber = 0;
-  xcb_connection_t* xcb =
-      xcb_connect(displayName.empty() ? nullptr : displayName.c_str(), &screenNumber);
+  std::string reason;
+  xcb_connection_t* xcb = nullptr;
+  {
+    const TakenStandardError taken;
+    xcb = xcb_connect(displayName.empty() ? nullptr : displayName.c_str(), &screenNumber);
+    reason = taken.line();
+  }
   if (xcb_connection_has_error(xcb) != 0) {
     xcb_disconnect(xcb);
-    error = "Tapeloop can't open the X display" +
-            (displayName.empty() ? std::string() : " \"" + displayName + "\"") + ".";
+    error = refusal(displayName, std::move(reason));
     return nullptr;
   }
   return std::unique_ptr<Connection>(

@@ -50,7 +50,7 @@ bool X11Permission::AXIsProcessTrusted() const {
 
 std::string X11Permission::advice() const {
   if (inWayland_) {
-    return "This is a Wayland session, where no program sees the input of others. Log out, and "
+    return "This is a Wayland session, where no program sees the input of others: log out, and "
            "choose an X11 (Xorg) session when you log in.";
   }
   const Extensions& extensions = connection_.extensions();
@@ -66,7 +66,7 @@ std::string X11Permission::advice() const {
   note(extensions.xinput, "XInput 2");
   if (missing.empty()) return {};
   return "The X server does not offer " + missing +
-         ". Enable this in its configuration, or log in to a session of a full X.Org server.";
+         ": enable this in its configuration, or log in to a session of a full X.Org server.";
 }
 
 }  // namespace tapeloop::x11

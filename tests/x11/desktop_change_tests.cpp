@@ -1,0 +1,116 @@
+#include <algorithm>
+
+#include "support/x_devices.h"
+#include "x11_fixture.h"
+
+// Monitors and keyboards that come and go while the program records and plays.
+
+using namespace std::chrono_literals;
+using namespace tapeloop;
+using namespace tapeloop::support;
+
+namespace {
+
+class DesktopChange : public X11Test {
+ protected:
+  void divide() {
+    server.setMonitors({{0, 0, 640, 800, false}, {640, 0, 640, 800, true}});
+    ASSERT_TRUE(
+        desktop.runUntilElsewhere([this] { return desktop.screens().size() == 2; }, patience));
+  }
+  void resize() {
+    server.resize(1000, 700);
+    ASSERT_TRUE(desktop.runUntilElsewhere(
+        [this] {
+          return desktop.screens().size() == 1 &&
+                 desktop.screens()[0].frame == Rect{{0, 0}, {1000, 700}};
+        },
+        patience));
+  }
+
+  [[nodiscard]] Point captureMove(int x, int y) {
+    const auto& log = desktop.contentView().captureState().eventLog;
+    const auto before = log.size();
+    poster.moveTo(x, y);
+    EXPECT_TRUE(desktop.runUntilElsewhere([&] { return log.size() == before + 1; }, patience));
+    return log.back().locationInWindow;
+  }
+
+  /// Turns the program until the pointer has been moved there.
+  void waitForMove(int x, int y) {
+    ASSERT_TRUE(desktop.runUntilElsewhere(
+        [&] {
+          const auto events = observer.events();
+          return !events.empty() && events.back().rootX == x && events.back().rootY == y;
+        },
+        patience));
+  }
+
+  void waitUntilHolding() {
+    ASSERT_TRUE(desktop.runUntilElsewhere(
+        [this] {
+          return keysDown(server.display()).size() == 1 &&
+                 pointerState(server.display()).buttonsDown.size() == 1;
+        },
+        patience));
+  }
+};
+
+}  // namespace
+
+TEST_F(DesktopChange, CapturedPositionsFollowTheMonitors) {
+  desktop.startCapture();
+  EXPECT_EQ(captureMove(100, 100), (Point{100, 700}));
+  ASSERT_NO_FATAL_FAILURE(divide());
+  EXPECT_EQ(captureMove(700, 600), (Point{60, 200}));
+  EXPECT_EQ(captureMove(600, 600), (Point{-40, 200}));
+  ASSERT_NO_FATAL_FAILURE(resize());
+  EXPECT_EQ(captureMove(100, 100), (Point{100, 600}));
+  EXPECT_EQ(desktop.stopCapture().size(), 4U);
+}
+
+TEST_F(DesktopChange, PlaybackGoesOnOnTheMonitorsThatAreThere) {
+  // To and fro, for longer than the changes take.
+  std::vector<InputEvent> events;
+  for (int i = 0; i < 20'000; ++i) {
+    events.push_back(inputEvent(EventType::mouseMoved, i * 0.002, {100.0 + i % 2, 300}));
+  }
+  desktop.setLog(events);
+  desktop.startPlayback(1);
+  ASSERT_NO_FATAL_FAILURE(waitForMove(101, 500));
+  ASSERT_NO_FATAL_FAILURE(divide());
+  ASSERT_NO_FATAL_FAILURE(waitForMove(741, 500));
+  ASSERT_NO_FATAL_FAILURE(resize());
+  ASSERT_NO_FATAL_FAILURE(waitForMove(101, 400));
+  EXPECT_TRUE(desktop.isPlaying());
+  desktop.stopPlayback();
+  EXPECT_TRUE(desktop.runUntilElsewhere([this] { return isNothingHeld(); }, patience));
+}
+
+TEST_F(DesktopChange, PlaybackGoesOnWhenAKeyboardIsRemovedAndLeavesNothingHeld) {
+  const std::vector<InputEvent> run{inputEvent(EventType::leftMouseDown, 0, {100, 700}),
+                                    inputEvent(EventType::keyDown, 0.001, {100, 700}),
+                                    inputEvent(EventType::keyUp, 1, {120, 680}),
+                                    inputEvent(EventType::leftMouseUp, 1.001, {120, 680}),
+                                    inputEvent(EventType::keyDown, 1.002, {120, 680}),
+                                    inputEvent(EventType::keyUp, 1.003, {120, 680}),
+                                    inputEvent(EventType::mouseMoved, 1.004, {33, 767})};
+  const std::vector<std::function<void()>> changes{
+      [this] {
+        addMasterDevices(server.display(), "second");
+        removeMasterDevices(server.display(), "second");
+      },
+      [this] { detachDevice(server.display(), "Xvfb keyboard"); }};
+  for (const auto& change : changes) {
+    observer.clear();
+    desktop.setLog(run);
+    desktop.startPlayback(1);
+    ASSERT_NO_FATAL_FAILURE(waitUntilHolding());
+    change();
+    ASSERT_NO_FATAL_FAILURE(waitForMove(33, 33));
+    const auto events = observer.events();
+    EXPECT_EQ(std::ranges::count(events, XEventKind::keyPress, &XEvent::kind), 2);
+    EXPECT_EQ(std::ranges::count(events, XEventKind::buttonRelease, &XEvent::kind), 1);
+    EXPECT_TRUE(desktop.runUntilElsewhere([this] { return isNothingHeld(); }, patience));
+  }
+}
