@@ -90,7 +90,7 @@ TEST(AuthorizationTests, UnderWaylandAnotherSessionIsToBeChosen) {
   Program program(desktop, {}, std::nullopt, {"env", "DISPLAY=" + display});
   (void)program.named("heading", "Authorize Tapeloop");
   (void)program.named("label",
-                      "This is a Wayland session, where no program sees the input of others. Log "
+                      "This is a Wayland session, where no program sees the input of others: log "
                       "out, and choose an X11 (Xorg) session when you log in.");
   expectAlert(program);
 }
