@@ -41,6 +41,8 @@ constexpr double timeMargin = 50;  // microseconds
 constexpr double memoryRatio = 1.02;
 constexpr double memoryMargin = 1024;  // kB
 
+constexpr int eventsOfClick = 3;  // the pointer comes to the button, a press, a release
+
 struct Sample {
   double program = 0;  // kB resident
   double server = 0;   // kB resident
@@ -98,12 +100,10 @@ class Session {
     waitForTheLast();
     const auto recorded = observer_.events();
     press(*record_, "Recording: false");
-    observer_.clear();
     press(*play_, "stopped playing");
     waitForTheLast();
     auto played = observer_.events();
-    // The pointer moves to the button and clicks.
-    played.erase(played.begin(), played.begin() + 3);
+    played.erase(played.begin(), played.begin() + eventsOfClick);
     return compare(recorded, played);
   }
 
@@ -163,8 +163,13 @@ class Session {
 
   void press(const support::Element& button, const char* line) {
     program_.process().clearLines();
+    observer_.clear();
     program_.click(button);
     if (!program_.writes(line)) throw std::runtime_error(std::string("it did not write ") + line);
+    // The observer may be behind the program.
+    if (!observer_.waitFor(eventsOfClick, support::generousLimit)) {
+      throw std::runtime_error("no click was seen");
+    }
   }
 
   void waitForTheLast() {
