@@ -118,18 +118,17 @@ void TestDesktop::closeNewest(const std::string& title) const {
   connection_.sync();
 }
 
-Program::Program(TestDesktop& desktop, const std::vector<std::string>& arguments,
-                 const std::optional<std::filesystem::path>& dataFolder,
-                 const std::vector<std::string>& launcher)
+Application::Application(TestDesktop& desktop, const std::vector<std::string>& command,
+                         const std::optional<std::filesystem::path>& dataFolder)
     : desktop_(desktop),
-      process_(joined(joined(joined(withStandardError, launcher), {TAPELOOP_PROGRAM}), arguments),
+      process_(joined(withStandardError, command),
                joined(AccessibilityBus::instance().environment(),
                       {desktop.server().displayVariable(),
                        "XDG_RUNTIME_DIR=" + folder_.path().string(), "QT_SCALE_FACTOR=1",
                        "XDG_DATA_HOME=" + dataFolder.value_or(folder_.path() / "data").string()})) {
 }
 
-Element Program::accessible() {
+Element Application::accessible() {
   std::optional<Element> found;
   const bool came = eventually([&] {
     found = AccessibilityBus::instance().program(process_.pid());
@@ -139,7 +138,7 @@ Element Program::accessible() {
   return *found;
 }
 
-Element Program::named(const std::string& role, const std::string& name) {
+Element Application::named(const std::string& role, const std::string& name) {
   const Element program = accessible();
   std::optional<Element> found;
   const bool came = eventually([&] {
@@ -152,7 +151,7 @@ Element Program::named(const std::string& role, const std::string& name) {
   return *found;
 }
 
-bool Program::loses(const std::string& role, const std::string& name) {
+bool Application::loses(const std::string& role, const std::string& name) {
   const Element program = accessible();
   return eventually([&] {
     return !program.find([&](const Element& element) {
@@ -160,6 +159,23 @@ bool Program::loses(const std::string& role, const std::string& name) {
     });
   });
 }
+
+void Application::point(const Element& element) {
+  const auto place = element.place();
+  desktop_.user().moveTo(place.x + place.width / 2, place.y + place.height / 2);
+}
+
+void Application::click(const Element& element) {
+  const auto place = element.place();
+  desktop_.user().moveTo(place.x + place.width / 2 + aside_, place.y + place.height / 2);
+  desktop_.user().click(1);
+  aside_ = -aside_;
+}
+
+Program::Program(TestDesktop& desktop, const std::vector<std::string>& arguments,
+                 const std::optional<std::filesystem::path>& dataFolder,
+                 const std::vector<std::string>& launcher)
+    : Application(desktop, joined(joined(launcher, {TAPELOOP_PROGRAM}), arguments), dataFolder) {}
 
 Element Program::recordButton() {
   const auto button = accessible().find([](const Element& element) {
@@ -169,18 +185,6 @@ Element Program::recordButton() {
   });
   if (!button) throw std::runtime_error("no record button");
   return *button;
-}
-
-void Program::point(const Element& element) {
-  const auto place = element.place();
-  desktop_.user().moveTo(place.x + place.width / 2, place.y + place.height / 2);
-}
-
-void Program::click(const Element& element) {
-  const auto place = element.place();
-  desktop_.user().moveTo(place.x + place.width / 2 + aside_, place.y + place.height / 2);
-  desktop_.user().click(1);
-  aside_ = -aside_;
 }
 
 bool Program::openSettings() {

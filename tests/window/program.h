@@ -67,16 +67,15 @@ class TestDesktop {
   XConnection connection_;
 };
 
-/// The program itself, with a data folder of its own. Its lines are the trace and what it writes to
-/// standard error. A launcher is a command that gives way to the one that follows it.
-class Program {
+/// An application on the desktop, with a data folder of its own. Its lines are what it writes to
+/// standard output and standard error.
+class Application {
  public:
-  explicit Program(TestDesktop& desktop, const std::vector<std::string>& arguments = {},
-                   const std::optional<std::filesystem::path>& dataFolder = std::nullopt,
-                   const std::vector<std::string>& launcher = {});
+  Application(TestDesktop& desktop, const std::vector<std::string>& command,
+              const std::optional<std::filesystem::path>& dataFolder = std::nullopt);
 
   [[nodiscard]] ChildProcess& process() { return process_; }
-  /// Waits for this line of the trace.
+  /// Waits for this line.
   [[nodiscard]] bool writes(std::string_view line) {
     return process_.waitForLine(line, generousLimit);
   }
@@ -87,8 +86,6 @@ class Program {
   [[nodiscard]] Element named(const std::string& role, const std::string& name);
   /// Waits until nothing of this name is on the screen.
   [[nodiscard]] bool loses(const std::string& role, const std::string& name);
-  /// The record button, whatever it reads.
-  [[nodiscard]] Element recordButton();
   /// What is to be read and acted on, from the program as a whole down.
   [[nodiscard]] Element accessible();
 
@@ -97,14 +94,26 @@ class Program {
   /// And clicks there.
   void click(const Element& element);
   void click(const std::string& button) { click(named("push button", button)); }
-  /// Opens the settings by their button and waits until the sheet has slid to its place.
-  [[nodiscard]] bool openSettings();
 
  private:
   TestDesktop& desktop_;
   TemporaryFolder folder_;
   ChildProcess process_;
   int aside_ = 3;  // changes sign with each press: two at one place would make a double click
+};
+
+/// The program itself. Its lines are those of the trace and its errors. A launcher is a command
+/// that gives way to the one that follows it.
+class Program : public Application {
+ public:
+  explicit Program(TestDesktop& desktop, const std::vector<std::string>& arguments = {},
+                   const std::optional<std::filesystem::path>& dataFolder = std::nullopt,
+                   const std::vector<std::string>& launcher = {});
+
+  /// The record button, whatever it reads.
+  [[nodiscard]] Element recordButton();
+  /// Opens the settings by their button and waits until the sheet has slid to its place.
+  [[nodiscard]] bool openSettings();
 };
 
 }  // namespace tapeloop::support
