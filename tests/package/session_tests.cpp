@@ -52,6 +52,10 @@ class SessionTests : public testing::Test {
   }
   void SetUp() override { ASSERT_TRUE(desktop.waitForWindows("Order", 1)); }
 
+  void TearDown() override {
+    if (HasFailure()) picture("failed");
+  }
+
   // Leaves a picture of the screen.
   void picture(const std::string& name) {
     ChildProcess import({"import", "-display", desktop.server().display(), "-window", "root",
@@ -99,16 +103,17 @@ class SessionTests : public testing::Test {
   void type(const std::string& text) const {
     auto keys = user.typing(text);
     pace(keys, milliseconds(15));
+    for (XAction& key : keys) key.offset += moment / 2;
     user.run(keys);
   }
-  // The pointer rests before it clicks.
+  // The pointer rests before it clicks, and the button stays down for a while.
   void clickUnhurried(const Element& element) const {
     const auto place = element.place();
     const auto x = static_cast<std::int16_t>(place.x + place.width / 2);
     const auto y = static_cast<std::int16_t>(place.y + place.height / 2);
     user.run({{.kind = XEventKind::motion, .x = x, .y = y, .offset = moment / 2},
               {.kind = XEventKind::buttonPress, .detail = 1, .offset = moment},
-              {.kind = XEventKind::buttonRelease, .detail = 1, .offset = moment * 21 / 20}});
+              {.kind = XEventKind::buttonRelease, .detail = 1, .offset = moment * 6 / 5}});
   }
   // Nothing but its place tells that a field belongs to the label before it.
   Element labelled(const std::string& label) {
@@ -130,7 +135,8 @@ class SessionTests : public testing::Test {
     type(name);
     user.tapKey("Tab");
     type(address);
-    ASSERT_TRUE(eventually([&] { return first.text() == name && second.text() == address; }));
+    ASSERT_TRUE(eventually([&] { return first.text() == name && second.text() == address; }))
+        << first.text() << ", " << second.text();
     clickUnhurried(labelled("Size"));
     clickUnhurried(form.named("menu item", "Medium"));
     const Element box = form.named("check box", "Wrapped as a present");
