@@ -74,20 +74,6 @@ class SessionTests : public testing::Test {
     program.reset();
   }
 
-  void strike(const char* key) const {
-    for (const char* each : {"Control_L", "Alt_L", key}) user.pressKey(each);
-    for (const char* each : {key, "Alt_L", "Control_L"}) user.releaseKey(each);
-  }
-  void setShortcut(Program& program, const char* field, const char* key) {
-    const auto says = [&](const std::string& what) {
-      return eventually([&] { return program.named("text", field).description() == what; });
-    };
-    program.click(program.named("text", field));
-    ASSERT_TRUE(says("Press Shortcut"));
-    strike(key);
-    ASSERT_TRUE(says("Set Shortcut")) << "it has taken what was typed";
-  }
-
   Orders orders() const {
     std::ifstream file(sent);
     Orders found;
@@ -189,14 +175,14 @@ TEST_F(SessionTests, AFormIsRecordedSavedAndPlayedUntilTheRecordingIsDeleted) {
   ASSERT_NO_FATAL_FAILURE(start(program));
   picture("1-started");
   ASSERT_TRUE(program->openSettings());
-  ASSERT_NO_FATAL_FAILURE(setShortcut(*program, "Record Shortcut", "r"));
-  ASSERT_NO_FATAL_FAILURE(setShortcut(*program, "Play Shortcut", "p"));
+  ASSERT_TRUE(program->setShortcut("Record Shortcut", "r"));
+  ASSERT_TRUE(program->setShortcut("Play Shortcut", "p"));
   picture("2-shortcuts");
   program->click("Save");
   ASSERT_TRUE(program->loses("dialog", "Settings"));
 
   ASSERT_NO_FATAL_FAILURE(goToForm());
-  strike("r");
+  desktop.strike("r");
   ASSERT_TRUE(program->writes("Recording: true"));
   const auto begin = steady_clock::now();
   ASSERT_NO_FATAL_FAILURE(fillIn("Ada Lovelace", "ada@example.org"));
@@ -204,7 +190,7 @@ TEST_F(SessionTests, AFormIsRecordedSavedAndPlayedUntilTheRecordingIsDeleted) {
   send();
   ASSERT_TRUE(arrival(1));
   const auto recorded = steady_clock::now() - begin;
-  strike("r");
+  desktop.strike("r");
   ASSERT_TRUE(program->writes("Recording: false"));
   EXPECT_EQ(orders(), Orders{ada}) << "and nothing of the shortcut";
   program->click("Save Recording");
@@ -225,7 +211,7 @@ TEST_F(SessionTests, AFormIsRecordedSavedAndPlayedUntilTheRecordingIsDeleted) {
   ASSERT_TRUE(program->loses("dialog", "Settings"));
 
   ASSERT_NO_FATAL_FAILURE(goToForm());
-  strike("p");
+  desktop.strike("p");
   auto last = arrival(2);
   for (std::size_t number = 3; number <= 4; ++number) {
     const auto next = arrival(number);
@@ -239,7 +225,7 @@ TEST_F(SessionTests, AFormIsRecordedSavedAndPlayedUntilTheRecordingIsDeleted) {
   ASSERT_TRUE(program->writes("stopped playing"));
   EXPECT_EQ(orders(), Orders(4, ada));
 
-  strike("p");
+  desktop.strike("p");
   ASSERT_TRUE(arrival(5));
   user.tapKey("Escape");
   ASSERT_TRUE(program->writes("Escape Key Pressed"));
@@ -260,7 +246,7 @@ TEST_F(SessionTests, AFormIsRecordedSavedAndPlayedUntilTheRecordingIsDeleted) {
   program->click("Toggle Sidebar");
   (void)program->named("list", "Saved Recordings");
   ASSERT_NO_FATAL_FAILURE(goToForm());
-  strike("p");
+  desktop.strike("p");
   (void)program->named("push button", "Dismiss");
   picture("10-nothing-left");
   EXPECT_EQ(orders(), all);

@@ -32,6 +32,11 @@ TestDesktop::TestDesktop(const XServerOptions& options)
   if (!managed) throw std::runtime_error("the window manager did not start");
 }
 
+void TestDesktop::strike(const char* key) const {
+  for (const char* each : {"Control_L", "Alt_L", key}) user_.pressKey(each);
+  for (const char* each : {key, "Alt_L", "Control_L"}) user_.releaseKey(each);
+}
+
 std::string TestDesktop::titleOf(xcb_window_t window) const {
   const XOwned<xcb_get_property_reply_t> title(xcb_get_property_reply(
       connection_,
@@ -192,6 +197,16 @@ bool Program::openSettings() {
   const Element sheet = named("dialog", "Settings");
   const Element title = named("heading", "Settings");
   return eventually([&] { return title.place().y - sheet.place().y >= 12; });
+}
+
+bool Program::setShortcut(const std::string& field, const char* key) {
+  const auto says = [&](const std::string& what) {
+    return eventually([&] { return named("text", field).description() == what; });
+  };
+  click(named("text", field));
+  if (!says("Press Shortcut")) return false;
+  desktop().strike(key);
+  return says("Set Shortcut");
 }
 
 }  // namespace tapeloop::support

@@ -45,6 +45,8 @@ class TestDesktop {
 
   [[nodiscard]] XServer& server() { return server_; }
   [[nodiscard]] const XPoster& user() const { return user_; }
+  /// The user types Control+Alt with this key.
+  void strike(const char* key) const;
 
   /// The managed windows of this title that are on the screen, the oldest first.
   [[nodiscard]] std::vector<ClientWindow> windows(const std::string& title) const;
@@ -95,6 +97,9 @@ class Application {
   void click(const Element& element);
   void click(const std::string& button) { click(named("push button", button)); }
 
+ protected:
+  [[nodiscard]] TestDesktop& desktop() { return desktop_; }
+
  private:
   TestDesktop& desktop_;
   TemporaryFolder folder_;
@@ -114,6 +119,8 @@ class Program : public Application {
   [[nodiscard]] Element recordButton();
   /// Opens the settings by their button and waits until the sheet has slid to its place.
   [[nodiscard]] bool openSettings();
+  /// Types Control+Alt with this key for a field of the settings. False when it is not taken.
+  [[nodiscard]] bool setShortcut(const std::string& field, const char* key);
 };
 
 }  // namespace tapeloop::support
