@@ -113,10 +113,11 @@ class SessionTests : public testing::Test {
     if (!found) throw std::runtime_error("no field for " + label);
     return *found;
   }
+  // The form begins with its first field, and no keys come after a click: a window manager that is
+  // busy holds the click back, and not the keys.
   void fillIn(const std::string& name, const std::string& address) {
     const Element first = labelled("Name");
     const Element second = labelled("E-mail");
-    clickUnhurried(first);
     ASSERT_TRUE(eventually([&] { return first.is(State::focused); }));
     type(name);
     user.tapKey("Tab");
