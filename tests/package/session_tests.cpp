@@ -74,6 +74,12 @@ class SessionTests : public testing::Test {
     program.reset();
   }
 
+  void openSidebar(Program& program) {
+    program.click("Toggle Sidebar");
+    ASSERT_TRUE(eventually([&] { return desktop.windows("Tapeloop").front().width == 580; }));
+    (void)program.named("list", "Saved Recordings");
+  }
+
   Orders orders() const {
     std::ifstream file(sent);
     Orders found;
@@ -200,9 +206,9 @@ TEST_F(SessionTests, AFormIsRecordedSavedAndPlayedUntilTheRecordingIsDeleted) {
   ASSERT_NO_FATAL_FAILURE(end(program));
 
   ASSERT_NO_FATAL_FAILURE(start(program));
-  program->click("Toggle Sidebar");
+  ASSERT_NO_FATAL_FAILURE(openSidebar(*program));
   program->click("Load Recording");
-  (void)program->named("alert", "Recording Loaded");
+  ASSERT_TRUE(program->writes("Load Recording"));
   picture("5-loaded");
   ASSERT_TRUE(program->loses("alert", "Recording Loaded")) << "it would take a click";
   ASSERT_TRUE(program->openSettings());
@@ -244,8 +250,8 @@ TEST_F(SessionTests, AFormIsRecordedSavedAndPlayedUntilTheRecordingIsDeleted) {
   picture("9-deleted");
   ASSERT_NO_FATAL_FAILURE(end(program));
   ASSERT_NO_FATAL_FAILURE(start(program));
-  program->click("Toggle Sidebar");
-  (void)program->named("list", "Saved Recordings");
+  ASSERT_NO_FATAL_FAILURE(openSidebar(*program));
+  EXPECT_TRUE(program->loses("list item", "New Recording"));
   ASSERT_NO_FATAL_FAILURE(goToForm());
   desktop.strike("p");
   (void)program->named("push button", "Dismiss");
