@@ -50,6 +50,11 @@ AtspiStateType typeOf(State state) {
   return ATSPI_STATE_INVALID;
 }
 
+// Nothing is kept from earlier calls: that would change only while messages are taken in. States are
+// the exception, and are dropped before they are asked for: a program that tells of a new part makes
+// the library look at its state, and without one at hand it would wait for itself.
+constexpr auto kept = ATSPI_CACHE_STATES;
+
 std::string firstLine(ChildProcess& service) {
   const auto line = service.waitForLine(0, std::chrono::seconds(20));
   if (!line) throw std::runtime_error("the accessibility services did not start");
@@ -80,6 +85,7 @@ std::string Element::text() const {
 }
 
 bool Element::is(State state) const {
+  atspi_accessible_clear_cache(accessible_.get());
   const Owned<AtspiStateSet> states(atspi_accessible_get_state_set(accessible_.get()));
   return states && atspi_state_set_contains(states.get(), typeOf(state));
 }
@@ -160,16 +166,15 @@ std::vector<std::string> AccessibilityBus::environment() const {
 }
 
 std::optional<Element> AccessibilityBus::program(pid_t pid) const {
-  // Nothing is kept from earlier calls: that would change only while messages are taken in.
   const Owned<AtspiAccessible> desktop(atspi_get_desktop(0));
-  atspi_accessible_set_cache_mask(desktop.get(), ATSPI_CACHE_NONE);
+  atspi_accessible_set_cache_mask(desktop.get(), kept);
   const int count = atspi_accessible_get_child_count(desktop.get(), Ignored());
   for (int i = 0; i < count; ++i) {
     auto* const program = atspi_accessible_get_child_at_index(desktop.get(), i, Ignored());
     if (!program) continue;
     Element element(program);
     if (static_cast<pid_t>(atspi_accessible_get_process_id(program, Ignored())) != pid) continue;
-    atspi_accessible_set_cache_mask(program, ATSPI_CACHE_NONE);
+    atspi_accessible_set_cache_mask(program, kept);
     return element;
   }
   return std::nullopt;

@@ -35,6 +35,11 @@ TestDesktop::TestDesktop(const XServerOptions& options)
   if (!managed) throw std::runtime_error("the window manager did not start");
 }
 
+void TestDesktop::strike(const char* key) const {
+  for (const char* each : {"Control_L", "Alt_L", key}) user_.pressKey(each);
+  for (const char* each : {key, "Alt_L", "Control_L"}) user_.releaseKey(each);
+}
+
 std::string TestDesktop::titleOf(xcb_window_t window) const {
   const XOwned<xcb_get_property_reply_t> title(xcb_get_property_reply(
       connection_,
@@ -170,35 +175,17 @@ void store(const std::filesystem::path& dataFolder,
   }
 }
 
-Program::Program(TestDesktop& desktop, const std::vector<std::string>& arguments,
-                 const std::optional<std::filesystem::path>& dataFolder,
-                 const std::vector<std::string>& launcher)
+Application::Application(TestDesktop& desktop, const std::vector<std::string>& command,
+                         const std::optional<std::filesystem::path>& dataFolder)
     : desktop_(desktop),
-      process_(joined(joined(joined(withStandardError, launcher), {TAPELOOP_PROGRAM}), arguments),
+      process_(joined(withStandardError, command),
                joined(AccessibilityBus::instance().environment(),
                       {desktop.server().displayVariable(),
                        "XDG_RUNTIME_DIR=" + folder_.path().string(), "QT_SCALE_FACTOR=1",
                        "XDG_DATA_HOME=" + dataFolder.value_or(folder_.path() / "data").string()})) {
 }
 
-bool Program::captures(const std::string& what) {
-  for (std::size_t i = 0;; ++i) {
-    const auto line = process_.waitForLine(i, generousLimit);
-    if (!line) return false;
-    if (line->starts_with("Optional(" + what)) return true;
-  }
-}
-
-std::vector<std::string> Program::complaints() {
-  constexpr std::string_view name = "tapeloop: ";
-  std::vector<std::string> sentences;
-  for (const auto& line : process_.lines()) {
-    if (line.starts_with(name)) sentences.push_back(line.substr(name.size()));
-  }
-  return sentences;
-}
-
-Element Program::accessible() {
+Element Application::accessible() {
   std::optional<Element> found;
   const bool came = eventually([&] {
     found = AccessibilityBus::instance().program(process_.pid());
@@ -208,7 +195,7 @@ Element Program::accessible() {
   return *found;
 }
 
-Element Program::named(const std::string& role, const std::string& name) {
+Element Application::named(const std::string& role, const std::string& name) {
   const Element program = accessible();
   std::optional<Element> found;
   const bool came = eventually([&] {
@@ -221,13 +208,47 @@ Element Program::named(const std::string& role, const std::string& name) {
   return *found;
 }
 
-bool Program::loses(const std::string& role, const std::string& name) {
+bool Application::loses(const std::string& role, const std::string& name) {
   const Element program = accessible();
   return eventually([&] {
     return !program.find([&](const Element& element) {
       return element.name() == name && element.role() == role && element.is(State::showing);
     });
   });
+}
+
+void Application::point(const Element& element) {
+  const auto place = element.place();
+  desktop_.user().moveTo(place.x + place.width / 2, place.y + place.height / 2);
+}
+
+void Application::click(const Element& element) {
+  const auto place = element.place();
+  desktop_.user().moveTo(place.x + place.width / 2 + aside_, place.y + place.height / 2);
+  desktop_.user().click(1);
+  aside_ = -aside_;
+}
+
+Program::Program(TestDesktop& desktop, const std::vector<std::string>& arguments,
+                 const std::optional<std::filesystem::path>& dataFolder,
+                 const std::vector<std::string>& launcher)
+    : Application(desktop, joined(joined(launcher, {TAPELOOP_PROGRAM}), arguments), dataFolder) {}
+
+bool Program::captures(const std::string& what) {
+  for (std::size_t i = 0;; ++i) {
+    const auto line = process().waitForLine(i, generousLimit);
+    if (!line) return false;
+    if (line->starts_with("Optional(" + what)) return true;
+  }
+}
+
+std::vector<std::string> Program::complaints() {
+  constexpr std::string_view name = "tapeloop: ";
+  std::vector<std::string> sentences;
+  for (const auto& line : process().lines()) {
+    if (line.starts_with(name)) sentences.push_back(line.substr(name.size()));
+  }
+  return sentences;
 }
 
 Element Program::recordButton() {
@@ -240,18 +261,6 @@ Element Program::recordButton() {
   return *button;
 }
 
-void Program::point(const Element& element) {
-  const auto place = element.place();
-  desktop_.user().moveTo(place.x + place.width / 2, place.y + place.height / 2);
-}
-
-void Program::click(const Element& element) {
-  const auto place = element.place();
-  desktop_.user().moveTo(place.x + place.width / 2 + aside_, place.y + place.height / 2);
-  desktop_.user().click(1);
-  aside_ = -aside_;
-}
-
 bool Program::openSettings() {
   click("Settings");
   const Element sheet = named("dialog", "Settings");
@@ -261,9 +270,19 @@ bool Program::openSettings() {
 
 bool Program::recordsAClick() {
   if (!recordButton().press() || !writes("Recording: true")) return false;
-  desktop_.user().moveTo(1100, 700);
-  desktop_.user().click(1);
+  desktop().user().moveTo(1100, 700);
+  desktop().user().click(1);
   return named("push button", "Stop Recording").press() && writes("Recording: false");
+}
+
+bool Program::setShortcut(const std::string& field, const char* key) {
+  const auto says = [&](const std::string& what) {
+    return eventually([&] { return named("text", field).description() == what; });
+  };
+  click(named("text", field));
+  if (!says("Press Shortcut")) return false;
+  desktop().strike(key);
+  return says("Set Shortcut");
 }
 
 }  // namespace tapeloop::support

@@ -48,6 +48,8 @@ class TestDesktop {
 
   [[nodiscard]] XServer& server() { return server_; }
   [[nodiscard]] const XPoster& user() const { return user_; }
+  /// The user types Control+Alt with this key.
+  void strike(const char* key) const;
 
   /// The managed windows of this title that are on the screen, the oldest first.
   [[nodiscard]] std::vector<ClientWindow> windows(const std::string& title) const;
@@ -84,24 +86,18 @@ class TestDesktop {
 void store(const std::filesystem::path& dataFolder,
            const std::vector<std::pair<std::string, DefaultsValue>>& values);
 
-/// The program itself, with a data folder of its own. Its lines are the trace and what it writes to
-/// standard error. A launcher is a command that gives way to the one that follows it.
-class Program {
+/// An application on the desktop, with a data folder of its own. Its lines are what it writes to
+/// standard output and standard error.
+class Application {
  public:
-  explicit Program(TestDesktop& desktop, const std::vector<std::string>& arguments = {},
-                   const std::optional<std::filesystem::path>& dataFolder = std::nullopt,
-                   const std::vector<std::string>& launcher = {});
+  Application(TestDesktop& desktop, const std::vector<std::string>& command,
+              const std::optional<std::filesystem::path>& dataFolder = std::nullopt);
 
   [[nodiscard]] ChildProcess& process() { return process_; }
-  /// Waits for this line of the trace.
+  /// Waits for this line.
   [[nodiscard]] bool writes(std::string_view line) {
     return process_.waitForLine(line, generousLimit);
   }
-  /// Waits until an event is captured whose line of the trace begins like this: "keyUp", for
-  /// example.
-  [[nodiscard]] bool captures(const std::string& what);
-  /// What it said on standard error, one sentence each, in order.
-  [[nodiscard]] std::vector<std::string> complaints();
   [[nodiscard]] std::optional<int> exitCode() { return process_.wait(generousLimit); }
 
   /// What is on the screen with this name, as a screen reader finds it; waits for it, and throws at
@@ -109,8 +105,6 @@ class Program {
   [[nodiscard]] Element named(const std::string& role, const std::string& name);
   /// Waits until nothing of this name is on the screen.
   [[nodiscard]] bool loses(const std::string& role, const std::string& name);
-  /// The record button, whatever it reads.
-  [[nodiscard]] Element recordButton();
   /// What is to be read and acted on, from the program as a whole down.
   [[nodiscard]] Element accessible();
 
@@ -119,16 +113,38 @@ class Program {
   /// And clicks there.
   void click(const Element& element);
   void click(const std::string& button) { click(named("push button", button)); }
-  /// Opens the settings by their button and waits until the sheet has slid to its place.
-  [[nodiscard]] bool openSettings();
-  /// Records a click that is aimed at nothing, by the names of the buttons alone.
-  [[nodiscard]] bool recordsAClick();
+
+ protected:
+  [[nodiscard]] TestDesktop& desktop() { return desktop_; }
 
  private:
   TestDesktop& desktop_;
   TemporaryFolder folder_;
   ChildProcess process_;
   int aside_ = 3;  // changes sign with each press: two at one place would make a double click
+};
+
+/// The program itself. Its lines are those of the trace and its errors. A launcher is a command
+/// that gives way to the one that follows it.
+class Program : public Application {
+ public:
+  explicit Program(TestDesktop& desktop, const std::vector<std::string>& arguments = {},
+                   const std::optional<std::filesystem::path>& dataFolder = std::nullopt,
+                   const std::vector<std::string>& launcher = {});
+
+  /// Waits until an event is captured whose line of the trace begins like this: "keyUp", for
+  /// example.
+  [[nodiscard]] bool captures(const std::string& what);
+  /// What it said on standard error, one sentence each, in order.
+  [[nodiscard]] std::vector<std::string> complaints();
+  /// The record button, whatever it reads.
+  [[nodiscard]] Element recordButton();
+  /// Opens the settings by their button and waits until the sheet has slid to its place.
+  [[nodiscard]] bool openSettings();
+  /// Records a click that is aimed at nothing, by the names of the buttons alone.
+  [[nodiscard]] bool recordsAClick();
+  /// Types Control+Alt with this key for a field of the settings. False when it is not taken.
+  [[nodiscard]] bool setShortcut(const std::string& field, const char* key);
 };
 
 }  // namespace tapeloop::support

@@ -31,19 +31,7 @@ class ShortcutSessionTests : public testing::Test {
     ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));
     application.takeFocus();
   }
-  void strike(const char* key) const {
-    for (const char* each : {"Control_L", "Alt_L", key}) user.pressKey(each);
-    for (const char* each : {key, "Alt_L", "Control_L"}) user.releaseKey(each);
-  }
-  void set(Program& program, const char* field, const char* key) const {
-    const auto says = [&](const std::string& what) {
-      return eventually([&] { return program.named("text", field).description() == what; });
-    };
-    program.click(program.named("text", field));
-    ASSERT_TRUE(says("Press Shortcut"));
-    strike(key);
-    ASSERT_TRUE(says("Set Shortcut")) << "it has taken what was typed";
-  }
+  void strike(const char* key) const { desktop.strike(key); }
   // What the application got: the key, and the modifiers it came with.
   using Strokes = std::vector<std::pair<std::uint8_t, std::uint16_t>>;
   Strokes strokes() const {
@@ -104,7 +92,7 @@ TEST_F(ShortcutSessionTests, TheyAreSetInTheSheetAndDoTheWholeJobInThisRunAndThe
     ASSERT_NO_FATAL_FAILURE(start(program));
     ASSERT_TRUE(program.openSettings());
     for (const auto& [field, key] : {std::pair{"Record Shortcut", "r"}, {"Play Shortcut", "p"}}) {
-      ASSERT_NO_FATAL_FAILURE(set(program, field, key));
+      ASSERT_TRUE(program.setShortcut(field, key));
     }
     program.click("Save");
     ASSERT_TRUE(program.loses("dialog", "Settings"));
@@ -225,7 +213,7 @@ TEST_F(ShortcutSessionTests, OneThatIsRefusedAtStartWorksWhenItIsFreeAndSetAgain
   EXPECT_EQ(toggles(program), std::vector<std::string>());
 
   ASSERT_TRUE(program.openSettings());
-  ASSERT_NO_FATAL_FAILURE(set(program, "Record Shortcut", "r"));
+  ASSERT_TRUE(program.setShortcut("Record Shortcut", "r"));
   program.click("Save");
   ASSERT_TRUE(program.loses("dialog", "Settings"));
   application.takeFocus();
@@ -250,7 +238,7 @@ TEST_F(ShortcutSessionTests, ADamagedOneIsNoneAndTheOtherWorks) {
   ASSERT_TRUE(program.openSettings());
   EXPECT_EQ(program.named("text", "Record Shortcut").text(), "");
   EXPECT_EQ(program.named("text", "Play Shortcut").text(), "⌃⌥P");
-  ASSERT_NO_FATAL_FAILURE(set(program, "Record Shortcut", "r"));
+  ASSERT_TRUE(program.setShortcut("Record Shortcut", "r"));
   ASSERT_TRUE(program.named("push button", "Save").press());
   ASSERT_TRUE(program.loses("dialog", "Settings"));
   application.takeFocus();

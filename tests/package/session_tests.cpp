@@ -1,0 +1,263 @@
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/child_process.h"
+#include "support/temporary_folder.h"
+#include "window/program.h"
+
+namespace tapeloop::support {
+namespace {
+
+namespace fs = std::filesystem;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+using Orders = std::vector<std::string>;
+
+/// What the entry in the menu of the desktop starts, in the session of a desktop on which the
+/// package is installed.
+std::vector<std::string> launcher() {
+  const fs::path package(PACKAGE);
+  std::ifstream entry(package / "usr/share/applications/io.tapeloop.Tapeloop.desktop");
+  std::string line;
+  while (std::getline(entry, line) && !line.starts_with("Exec=")) {
+  }
+  if (!entry) throw std::runtime_error("the desktop entry starts nothing");
+  // Nothing of what follows the launcher is looked at.
+  return {"sh", "-c",
+          "PATH='" + (package / "usr/bin").string() + "':$PATH; cd; exec " + line.substr(5),
+          "desktop"};
+}
+
+/// A whole session: from the menu of the desktop to the last deletion, with the form of an order to
+/// be filled in. What counts is which orders arrive.
+class SessionTests : public testing::Test {
+ protected:
+  static constexpr std::chrono::seconds wait{2};
+  static constexpr int speed = 2;
+  // A user takes a moment to look at what popped up. At any speed a playback has to leave the form
+  // the time to follow.
+  static constexpr milliseconds moment{1000};
+
+  SessionTests() {
+    fs::remove_all(PICTURES);
+    fs::create_directories(PICTURES);
+  }
+  void SetUp() override { ASSERT_TRUE(desktop.waitForWindows("Order", 1)); }
+
+  void TearDown() override {
+    if (HasFailure()) picture("failed");
+  }
+
+  // Leaves a picture of the screen.
+  void picture(const std::string& name) {
+    ChildProcess import({"import", "-display", desktop.server().display(), "-window", "root",
+                         PICTURES "/" + name + ".png"});
+    EXPECT_EQ(import.wait(generousLimit), 0);
+  }
+
+  void start(std::optional<Program>& program) {
+    program.emplace(desktop, std::vector<std::string>{}, data.path(), launcher());
+    ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
+    ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));
+  }
+  void end(std::optional<Program>& program) {
+    program->click("Close");
+    ASSERT_EQ(program->exitCode(), 0);
+    program.reset();
+  }
+
+  void openSidebar(Program& program) {
+    program.click("Toggle Sidebar");
+    ASSERT_TRUE(eventually([&] { return desktop.windows("Tapeloop").front().width == 580; }));
+    (void)program.named("list", "Saved Recordings");
+  }
+
+  Orders orders() const {
+    std::ifstream file(sent);
+    Orders found;
+    for (std::string line; std::getline(file, line);) found.push_back(line);
+    return found;
+  }
+  // When the order with this number was there.
+  std::optional<steady_clock::time_point> arrival(std::size_t number) const {
+    if (!eventually([&] { return orders().size() >= number; })) return std::nullopt;
+    return steady_clock::now();
+  }
+
+  void type(const std::string& text) const {
+    auto keys = user.typing(text);
+    pace(keys, milliseconds(15));
+    for (XAction& key : keys) key.offset += moment / 2;
+    user.run(keys);
+  }
+  // The pointer rests before it clicks, and the button stays down for a while.
+  void clickUnhurried(const Element& element) const {
+    const auto place = element.place();
+    const auto x = static_cast<std::int16_t>(place.x + place.width / 2);
+    const auto y = static_cast<std::int16_t>(place.y + place.height / 2);
+    user.run({{.kind = XEventKind::motion, .x = x, .y = y, .offset = moment / 2},
+              {.kind = XEventKind::buttonPress, .detail = 1, .offset = moment},
+              {.kind = XEventKind::buttonRelease, .detail = 1, .offset = moment * 6 / 5}});
+  }
+  // Nothing but its place tells that a field belongs to the label before it.
+  Element labelled(const std::string& label) {
+    const auto place = form.named("label", label).place();
+    const auto found = form.accessible().find([&](const Element& element) {
+      const auto role = element.role();
+      const auto other = element.place();
+      return (role == "text" || role == "combo box") && other.x > place.x && other.y <= place.y &&
+             other.y + other.height >= place.y + place.height;
+    });
+    if (!found) throw std::runtime_error("no field for " + label);
+    return *found;
+  }
+  // The form begins with its first field, and no keys come after a click: a window manager that is
+  // busy holds the click back, and not the keys.
+  void fillIn(const std::string& name, const std::string& address) {
+    const Element first = labelled("Name");
+    const Element second = labelled("E-mail");
+    ASSERT_TRUE(eventually([&] { return first.is(State::focused); }));
+    type(name);
+    user.tapKey("Tab");
+    type(address);
+    ASSERT_TRUE(eventually([&] { return first.text() == name && second.text() == address; }))
+        << first.text() << ", " << second.text();
+    clickUnhurried(labelled("Size"));
+    clickUnhurried(form.named("menu item", "Medium"));
+    const Element box = form.named("check box", "Wrapped as a present");
+    clickUnhurried(box);
+    ASSERT_TRUE(eventually([&] { return box.is(State::checked); }));
+  }
+  // By its frame, so that nothing in it is touched.
+  void goToForm() {
+    const auto window = desktop.windows("Order").front();
+    user.moveTo(window.x + window.width / 2, window.y - 8);
+    user.click(1);
+    ASSERT_TRUE(desktop.waitForFocus("Order", 0));
+  }
+  void clickIntoFocus(Application& application, const Element& element) {
+    application.click(element);
+    // The window manager holds the click back a little, and not the keys.
+    ASSERT_TRUE(eventually([&] { return element.is(State::focused); })) << element.name();
+  }
+  void setRepeatsWaitAndSpeed(Program& program) {
+    program.click(program.named("check box", "Repeat Playback"));
+    ASSERT_NO_FATAL_FAILURE(clickIntoFocus(program, program.named("slider", "Repeat 5 Times")));
+    user.tapKey("Home");
+    for (int i = 0; i < 3; ++i) user.tapKey("Right");
+    (void)program.named("slider", "Repeat 3 Times");
+    program.click(program.named("check box", "Wait Before Repeating"));
+    const Element picker = program.named("combo box", "Wait Time");
+    ASSERT_TRUE(eventually([&] { return picker.description() != "Unavailable"; }));
+    program.click(picker);
+    (void)program.named("list item", "5");
+    for (int i = 5; i > wait.count(); --i) user.tapKey("Up");
+    user.tapKey("Return");
+    ASSERT_TRUE(program.loses("list item", "5"));
+    ASSERT_NO_FATAL_FAILURE(clickIntoFocus(program, program.named("slider", "Playback Speed")));
+    user.tapKey("Home");
+    for (int i = 1; i < speed; ++i) user.tapKey("Right");
+    (void)program.named("label", "Playback Speed: 2x");
+  }
+  void send() { clickUnhurried(form.named("push button", "Send")); }
+
+  const Orders::value_type ada = "Ada Lovelace|ada@example.org|Medium|TRUE";
+  TestDesktop desktop;
+  const XPoster& user = desktop.user();
+  TemporaryFolder data;
+  const fs::path sent = data.path() / "orders";
+  Application form{desktop, {ORDER_FORM, sent.string()}};
+};
+
+TEST_F(SessionTests, AFormIsRecordedSavedAndPlayedUntilTheRecordingIsDeleted) {
+  std::optional<Program> program;
+  ASSERT_NO_FATAL_FAILURE(start(program));
+  picture("1-started");
+  ASSERT_TRUE(program->openSettings());
+  ASSERT_TRUE(program->setShortcut("Record Shortcut", "r"));
+  ASSERT_TRUE(program->setShortcut("Play Shortcut", "p"));
+  picture("2-shortcuts");
+  program->click("Save");
+  ASSERT_TRUE(program->loses("dialog", "Settings"));
+
+  ASSERT_NO_FATAL_FAILURE(goToForm());
+  desktop.strike("r");
+  ASSERT_TRUE(program->writes("Recording: true"));
+  const auto begin = steady_clock::now();
+  ASSERT_NO_FATAL_FAILURE(fillIn("Ada Lovelace", "ada@example.org"));
+  picture("3-filled-in");
+  send();
+  ASSERT_TRUE(arrival(1));
+  const auto recorded = steady_clock::now() - begin;
+  desktop.strike("r");
+  ASSERT_TRUE(program->writes("Recording: false"));
+  EXPECT_EQ(orders(), Orders{ada}) << "and nothing of the shortcut";
+  program->click("Save Recording");
+  (void)program->named("list item", "New Recording");
+  picture("4-saved");
+  ASSERT_NO_FATAL_FAILURE(end(program));
+
+  ASSERT_NO_FATAL_FAILURE(start(program));
+  ASSERT_NO_FATAL_FAILURE(openSidebar(*program));
+  program->click("Load Recording");
+  ASSERT_TRUE(program->writes("Load Recording"));
+  picture("5-loaded");
+  ASSERT_TRUE(program->loses("alert", "Recording Loaded")) << "it would take a click";
+  ASSERT_TRUE(program->openSettings());
+  ASSERT_NO_FATAL_FAILURE(setRepeatsWaitAndSpeed(*program));
+  picture("6-repeats");
+  program->click("Save");
+  ASSERT_TRUE(program->loses("dialog", "Settings"));
+
+  ASSERT_NO_FATAL_FAILURE(goToForm());
+  desktop.strike("p");
+  auto last = arrival(2);
+  for (std::size_t number = 3; number <= 4; ++number) {
+    const auto next = arrival(number);
+    ASSERT_TRUE(last && next);
+    // As long as the wait and half of the recording, give or take what a busy machine adds.
+    EXPECT_GT(*next - *last, wait + recorded / speed / 2);
+    EXPECT_LT(*next - *last, wait + recorded * 3 / 4);
+    last = next;
+    picture("7-played");
+  }
+  ASSERT_TRUE(program->writes("stopped playing"));
+  EXPECT_EQ(orders(), Orders(4, ada));
+
+  desktop.strike("p");
+  ASSERT_TRUE(arrival(5));
+  user.tapKey("Escape");
+  ASSERT_TRUE(program->writes("Escape Key Pressed"));
+  picture("8-stopped");
+  // The next run would come while the user fills in the form.
+  ASSERT_NO_FATAL_FAILURE(fillIn("Charles Babbage", "charles@example.org"));
+  send();
+  ASSERT_TRUE(arrival(6));
+  Orders all(5, ada);
+  all.push_back("Charles Babbage|charles@example.org|Medium|TRUE");
+  EXPECT_EQ(orders(), all);
+
+  program->click("Delete Recording");
+  ASSERT_TRUE(program->loses("list item", "New Recording"));
+  picture("9-deleted");
+  ASSERT_NO_FATAL_FAILURE(end(program));
+  ASSERT_NO_FATAL_FAILURE(start(program));
+  ASSERT_NO_FATAL_FAILURE(openSidebar(*program));
+  EXPECT_TRUE(program->loses("list item", "New Recording"));
+  ASSERT_NO_FATAL_FAILURE(goToForm());
+  desktop.strike("p");
+  (void)program->named("push button", "Dismiss");
+  picture("10-nothing-left");
+  EXPECT_EQ(orders(), all);
+}
+
+}  // namespace
+}  // namespace tapeloop::support
