@@ -50,9 +50,9 @@ AtspiStateType typeOf(State state) {
   return ATSPI_STATE_INVALID;
 }
 
-// Nothing is kept from earlier calls: that would change only while messages are taken in. States are
-// the exception, and are dropped before they are asked for: a program that tells of a new part makes
-// the library look at its state, and without one at hand it would wait for itself.
+// Nothing is kept from earlier calls: that would change only while messages are taken in. States
+// are the exception, and are dropped before they are asked for: a program that tells of a new part
+// makes the library look at its state, and without one at hand it would wait for itself.
 constexpr auto kept = ATSPI_CACHE_STATES;
 
 std::string firstLine(ChildProcess& service) {
