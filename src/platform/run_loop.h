@@ -13,8 +13,9 @@ class RunLoop {
   virtual ~RunLoop() = default;
 
   /// Fires `interval` seconds from now, once or again and again. Timers that are created in one
-  /// turn of the loop count from the same instant, so their distances are exact. Stays alive until
-  /// it is spent or invalidated, whether or not the caller keeps it.
+  /// turn of the loop count from the same instant, so their distances are exact; those created by
+  /// the block of a repeating timer count from when that was due. Stays alive until it is spent or
+  /// invalidated, whether or not the caller keeps it.
   virtual TimerRef scheduledTimerWithTimeInterval(double interval, TimerRepeats repeats,
                                                   TimerBlock block) = 0;
 

@@ -13,6 +13,8 @@ namespace {
 
 constexpr double nanosecondsPerSecond = 1e9;
 constexpr std::int64_t shortestPeriod = 100'000;
+// A longer stop of the program is not made up for: all of it would come at once.
+constexpr std::int64_t mostMadeUpFor = 1'000'000'000;
 constexpr std::size_t smallestHeap = 64;
 // Far enough away never to come, near enough that adding it to any time does not overflow.
 constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max() / 4;
@@ -166,6 +168,7 @@ TimerRef TimerQueue::schedule(std::int64_t now, double interval, TimerRepeats re
                               TimerBlock block) {
   std::int64_t nanoseconds = toNanoseconds(interval);
   if (repeats == TimerRepeats::yes) nanoseconds = std::max(nanoseconds, shortestPeriod);
+  if (tick_ && tick_->now == now) now = tick_->due;
   auto timer = std::allocate_shared<Timer>(Pool::Allocator<Timer>(*pool_), nanoseconds, repeats,
                                            std::move(block));
   push({now + nanoseconds, nextSequence_++, timer});
@@ -187,9 +190,12 @@ bool TimerQueue::fireNext(std::int64_t now) {
     // for the next deadline finds it there.
     const std::int64_t interval = entry.timer->interval_;
     const std::int64_t missed = (now - entry.deadline) / interval;
-    push({entry.deadline + (missed + 1) * interval, nextSequence_++, entry.timer});
+    const std::int64_t due = entry.deadline + missed * interval;
+    push({due + interval, nextSequence_++, entry.timer});
+    if (now - due <= mostMadeUpFor) tick_ = Tick{now, due};
   }
   entry.timer->fire();
+  tick_.reset();
   return true;
 }
 

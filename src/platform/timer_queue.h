@@ -47,7 +47,9 @@ class TimerQueue {
   explicit TimerQueue(std::pmr::memory_resource& memory = *std::pmr::new_delete_resource());
 
   /// The deadline is `now` + `interval` seconds. An interval that is negative or not a number
-  /// counts as 0; one of a repeating timer is at least 0.1 ms.
+  /// counts as 0; one of a repeating timer is at least 0.1 ms. What the block of a repeating timer
+  /// schedules counts from when that was due, unless it is very late: what it starts again and
+  /// again keeps its place among the ticks that follow.
   TimerRef schedule(std::int64_t now, double interval, TimerRepeats repeats, TimerBlock block);
 
   /// The deadline of the first valid timer. Drops invalid ones that stand before it.
@@ -70,6 +72,10 @@ class TimerQueue {
     TimerRef timer;
   };
   struct Later;
+  struct Tick {
+    std::int64_t now;
+    std::int64_t due;
+  };
   class Pool;
   struct Orphan {
     void operator()(Pool* pool) const;
@@ -82,6 +88,7 @@ class TimerQueue {
   std::pmr::vector<Entry> heap_;
   std::uint64_t nextSequence_ = 0;
   std::uint64_t passEnd_ = 0;
+  std::optional<Tick> tick_;  // while the block of a repeating timer runs
 };
 
 }  // namespace tapeloop

@@ -46,5 +46,29 @@ TEST_F(VirtualRunLoopTest, ATimerMayInvalidateOneThatIsDueAtTheSameMoment) {
   EXPECT_TRUE(fired.empty());
 }
 
+// Otherwise a run that follows the last one would post its first event before that has ended it.
+TEST(TimerQueue, WhatALateTickSchedulesKeepsItsPlaceAmongTheTicksUnlessItIsVeryLate) {
+  const auto firedAt = [](const std::vector<std::int64_t>& times) {
+    TimerQueue queue;
+    std::vector<std::string> fired;
+    std::int64_t now = 0;
+    queue.schedule(now, 10, TimerRepeats::yes, [&](const TimerRef&) {
+      fired.emplace_back("tick");
+      queue.schedule(now, 10, TimerRepeats::no,
+                     [&](const TimerRef&) { fired.emplace_back("end"); });
+    });
+    for (const std::int64_t milliseconds : times) {
+      now = milliseconds * 1'000'000;
+      queue.beginPass();
+      while (queue.fireNext(now)) {
+      }
+    }
+    return fired;
+  };
+  EXPECT_THAT(firedAt({10'003, 20'000}), ElementsAre("tick", "tick", "end"));
+  EXPECT_THAT(firedAt({20'003, 30'000}), ElementsAre("tick", "tick", "end"));
+  EXPECT_THAT(firedAt({12'000, 21'999, 22'000}), ElementsAre("tick", "tick", "end"));
+}
+
 }  // namespace
 }  // namespace tapeloop
