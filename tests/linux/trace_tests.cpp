@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/linux/trace.h"
@@ -76,6 +77,22 @@ TEST_F(TraceTest, WritesTheLinesOfATurnAtItsEnd) {
   trace_->writeLine("last");
   trace_.reset();
   EXPECT_EQ(ends.read(), "last\n");
+}
+
+TEST_F(TraceTest, WritesNothingIntoTheJournalOfTheSystem) {
+  const Ends ends = makeSocket();
+  struct stat status {};
+  ASSERT_EQ(fstat(ends.writer.get(), &status), 0);
+  const std::string device = std::to_string(status.st_dev) + ':';
+  for (const bool isJournal : {true, false}) {
+    const auto inode = isJournal ? status.st_ino : status.st_ino + 1;
+    ASSERT_EQ(setenv("JOURNAL_STREAM", (device + std::to_string(inode)).c_str(), 1), 0);
+    trace(ends.writer);
+    trace_->writeLine("typed");
+    trace_.reset();
+    EXPECT_EQ(ends.read(), isJournal ? "" : "typed\n");
+  }
+  unsetenv("JOURNAL_STREAM");
 }
 
 TEST_F(TraceTest, LeavesTheBlockingModeOfASharedDescriptorAlone) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdlib>
 #include <string>
 
 #include <fcntl.h>
@@ -17,6 +18,13 @@ namespace {
 
 // Enough for writes to cost little beside the copying, small enough to stay in the cache.
 constexpr std::size_t writeSize = 128 << 10;
+
+/// Whether this is the journal, which tells programs so in a variable, as device and inode.
+bool isJournal(const struct stat& status) {
+  const char* stream = std::getenv("JOURNAL_STREAM");
+  return stream != nullptr &&
+         stream == std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino);
+}
 
 }  // namespace
 
@@ -44,7 +52,7 @@ StandardOutputTrace::~StandardOutputTrace() {
 
 void StandardOutputTrace::open(int descriptor) {
   struct stat status {};
-  if (fstat(descriptor, &status) != 0) return;
+  if (fstat(descriptor, &status) != 0 || isJournal(status)) return;
   descriptor_ = descriptor;
   if (S_ISSOCK(status.st_mode)) {
     sink_ = Sink::socket;

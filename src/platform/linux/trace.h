@@ -20,8 +20,9 @@ void openStandardDescriptors();
 
 /// The trace on a descriptor, by default standard output. A line is copied into a buffer, which is
 /// written at the end of the turn. What a slow reader does not take is kept, up to a bound; lines
-/// beyond that are dropped, and "... N lines lost" stands in their place. Calls
-/// `surviveFailedWrites`. Main thread only.
+/// beyond that are dropped, and "... N lines lost" stands in their place. Nothing goes to the
+/// journal of the system, where what the user typed does not belong. Calls `surviveFailedWrites`.
+/// Main thread only.
 class StandardOutputTrace final : public Trace {
  public:
   /// Bytes that are kept for a reader that is slow.
