@@ -6,15 +6,22 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QRasterWindow>
+#include <QScreen>
 #include <QWheelEvent>
+#include <cstdio>
 
 namespace {
 
 class Canvas final : public QRasterWindow {
  public:
-  explicit Canvas(QString file) : file_(std::move(file)) { setTitle("Canvas"); }
+  explicit Canvas(QString file) : file_(std::move(file)) {}
 
  protected:
+  void focusInEvent(QFocusEvent*) override {
+    std::puts("ready");
+    std::fflush(stdout);
+  }
+
   void resizeEvent(QResizeEvent*) override {
     // The size on the screen is not always the same at first.
     if (picture_.size() == size()) return;
@@ -98,11 +105,15 @@ class Canvas final : public QRasterWindow {
 }  // namespace
 
 int main(int count, char** arguments) {
-  // A picture has to show every move.
-  QCoreApplication::setAttribute(Qt::AA_CompressHighFrequencyEvents, false);
   QGuiApplication application(count, arguments);
+  // A picture has to show every move. The platform turns this on while it starts.
+  QCoreApplication::setAttribute(Qt::AA_CompressHighFrequencyEvents, false);
   if (application.arguments().size() != 2) return 2;
   Canvas canvas(application.arguments().at(1));
-  canvas.showFullScreen();
+  // Without the window manager, which would hold back what follows a press.
+  canvas.setFlags(Qt::BypassWindowManagerHint);
+  canvas.setGeometry(canvas.screen()->geometry());
+  canvas.show();
+  canvas.requestActivate();
   return QGuiApplication::exec();
 }
