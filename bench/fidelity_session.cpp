@@ -68,18 +68,19 @@ class FidelitySession::Application {
         draws_(draws),
         file_(folder_.path() / "work"),
         process_(draws ? std::vector<std::string>{CANVAS_PROGRAM, file_.string()}
-                       : std::vector<std::string>{"l3afpad", file_.string()},
+                       : std::vector<std::string>{"mousepad", "--disable-server", file_.string()},
                  {desktop.server().displayVariable(), "HOME=" + folder_.path().string(),
                   "XDG_CONFIG_HOME=" + folder_.path().string(), "LC_ALL=C.UTF-8",
-                  "GTK_IM_MODULE=gtk-im-context-simple", "NO_AT_BRIDGE=1", "QT_SCALE_FACTOR=1"}) {
+                  "GTK_IM_MODULE=gtk-im-context-simple", "GSETTINGS_BACKEND=memory",
+                  "NO_AT_BRIDGE=1", "QT_SCALE_FACTOR=1"}) {
     if (!draws) std::ofstream(file_).flush();
     if (draws) {
       // Its window is not managed.
       require(process_.waitForLine("ready", support::generousLimit), "no canvas");
       return;
     }
-    require(desktop.waitForWindows(title, 1), "the editor did not come");
-    require(desktop.waitForFocus(title, 0), "the editor did not get the focus");
+    require(desktop.waitForWindows(title(), 1), "the editor did not come");
+    require(desktop.waitForFocus(title(), 0), "the editor did not get the focus");
   }
 
   /// Everything that it has been sent is worked in.
@@ -90,11 +91,11 @@ class FidelitySession::Application {
       require(eventually([this] { return std::filesystem::exists(file_); }), "no picture");
     } else {
       // With a star in front the text has been changed.
-      require(desktop_.waitForWindows(std::string("*") + title, 1), "nothing was written");
+      require(desktop_.waitForWindows("*" + title(), 1), "nothing was written");
       user.pressKey(keycode::control);
       user.tapKey(keycode::s);
       user.releaseKey(keycode::control);
-      require(desktop_.waitForWindows(title, 1), "the text was not saved");
+      require(desktop_.waitForWindows(title(), 1), "the text was not saved");
     }
     std::ostringstream content;
     content << std::ifstream(file_, std::ios::binary).rdbuf();
@@ -102,7 +103,7 @@ class FidelitySession::Application {
   }
 
  private:
-  static constexpr const char* title = "work";
+  [[nodiscard]] std::string title() const { return file_.string() + " - Mousepad"; }
 
   support::TestDesktop& desktop_;
   bool draws_;
