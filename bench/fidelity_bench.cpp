@@ -98,6 +98,11 @@ class Fidelity {
   struct Count {
     std::size_t equal = 0;
     std::size_t all = 0;
+
+    void add(bool isEqual) {
+      equal += isEqual ? 1U : 0U;
+      ++all;
+    }
   };
 
   void session(bench::SessionPlan plan, const std::string& name, std::size_t index) {
@@ -106,24 +111,33 @@ class Fidelity {
     // So that each speed is played from memory and from the store.
     std::ranges::rotate(
         plan.speeds, plan.speeds.begin() + static_cast<std::ptrdiff_t>(index % plan.speeds.size()));
-    bench::FidelitySession session(plan);
-    for (const auto& replay : session.run()) {
-      std::ostringstream speed;
-      speed << " at " << replay.speed << "x";
-      std::printf("%s, seed %u,%s%s: %s%s\n", name.c_str(), plan.seed, speed.str().c_str(),
-                  replay.isLoaded ? ", loaded" : "", replay.isSameOutcome ? "equal" : "DIFFERENT",
-                  replay.isSameInput ? "" : (", input differs: " + replay.note).c_str());
-      std::fflush(stdout);
-      Count& count = counts_[name + speed.str() + ", equal outcomes"];
-      ++count.all;
-      if (replay.isSameOutcome) {
-        ++count.equal;
-      } else {
-        keep(session.outcome(), replay.outcome, name + speed.str(), plan.seed);
-        std::printf("  the same by a bare client: %s\n",
-                    session.playBare(replay.speed) ? "equal" : "DIFFERENT");
-      }
+    Count& ended = counts_[name + ", sessions that came to their end"];
+    ++ended.all;
+    try {
+      bench::FidelitySession session(plan);
+      for (const auto& replay : session.run()) judge(session, replay, name, plan.seed);
+      ++ended.equal;
+    } catch (const std::exception& failure) {
+      std::printf("%s, seed %u: %s\n", name.c_str(), plan.seed, failure.what());
     }
+  }
+
+  void judge(bench::FidelitySession& session, const bench::Replay& replay, const std::string& name,
+             std::uint32_t seed) {
+    std::ostringstream text;
+    text << name << " at " << replay.speed << "x";
+    const std::string kind = text.str();
+    std::printf("%s%s, seed %u: %s%s%s\n", kind.c_str(), replay.isLoaded ? ", loaded" : "", seed,
+                replay.isSameOutcome ? "equal" : "DIFFERENT",
+                replay.isSameInput ? "" : ", input differs: ", replay.note.c_str());
+    counts_[kind + ", same input"].add(replay.isSameInput);
+    counts_[kind + ", same outcome"].add(replay.isSameOutcome);
+    if (!replay.isSameOutcome) {
+      keep(session.outcome(), replay.outcome, kind, seed);
+      std::printf("  the same by a bare client: %s\n",
+                  session.playBare(replay.speed) ? "equal" : "DIFFERENT");
+    }
+    std::fflush(stdout);
   }
 
   void keep(const std::string& wanted, const std::string& got, std::string name,
