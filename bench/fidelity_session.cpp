@@ -44,6 +44,11 @@ bool isModifierKey(const XEvent& event) {
   return isKey(event) && std::ranges::find(modifierKeys, event.detail) != modifierKeys.end();
 }
 
+std::filesystem::path emptyFile(const std::filesystem::path& file) {
+  std::ofstream(file).flush();
+  return file;
+}
+
 support::XServerOptions serverOptions(const SessionPlan& plan) {
   support::XServerOptions options;
   // As is usual where letters are not Latin: commands are written in the second layout.
@@ -66,14 +71,14 @@ class FidelitySession::Application {
   Application(support::TestDesktop& desktop, bool draws)
       : desktop_(desktop),
         draws_(draws),
-        file_(folder_.path() / "work"),
-        process_(draws ? std::vector<std::string>{CANVAS_PROGRAM, file_.string()}
-                       : std::vector<std::string>{"mousepad", "--disable-server", file_.string()},
-                 {desktop.server().displayVariable(), "HOME=" + folder_.path().string(),
-                  "XDG_CONFIG_HOME=" + folder_.path().string(), "LC_ALL=C.UTF-8",
-                  "GTK_IM_MODULE=gtk-im-context-simple", "GSETTINGS_BACKEND=memory",
-                  "NO_AT_BRIDGE=1", "QT_SCALE_FACTOR=1"}) {
-    if (!draws) std::ofstream(file_).flush();
+        file_(draws ? folder_.path() / "picture" : emptyFile(folder_.path() / "text")),
+        process_(
+            draws ? std::vector<std::string>{CANVAS_PROGRAM, file_.string()}
+                  : std::vector<std::string>{"mousepad", "--disable-server", file_.string()},
+            {desktop.server().displayVariable(), "HOME=" + folder_.path().string(),
+             "XDG_CONFIG_HOME=" + folder_.path().string(), "LC_ALL=C.UTF-8",
+             "GTK_IM_MODULE=gtk-im-context-simple", "GSETTINGS_BACKEND=memory", "NO_AT_BRIDGE=1",
+             "XDG_RUNTIME_DIR=" + folder_.path().string(), "QT_SCALE_FACTOR=1"}) {
     if (draws) {
       // Its window is not managed.
       require(process_.waitForLine("ready", support::generousLimit), "no canvas");
