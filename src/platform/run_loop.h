@@ -19,6 +19,10 @@ class RunLoop {
   virtual TimerRef scheduledTimerWithTimeInterval(double interval, TimerRepeats repeats,
                                                   TimerBlock block) = 0;
 
+  /// Timers that are created in the rest of this turn count from now, and what the turn has done so
+  /// far delays none of them.
+  virtual void takeTime() = 0;
+
   /// Runs `block` once, `delay` seconds from now. Can't be cancelled.
   void dispatchAfter(double delay, std::function<void()> block) {
     scheduledTimerWithTimeInterval(delay, TimerRepeats::no,

@@ -93,6 +93,8 @@ class Window : public WindowChrome {
   /// before every other place that it is given.
   virtual void setFrameAutosaveName(std::string_view name) = 0;
   virtual void setTitlebarAppearsTransparent(bool transparent) = 0;
+  /// Puts on screen at once what may otherwise wait until the caller has returned.
+  virtual void display() = 0;
   /// Takes the window off the screen. Closing twice is harmless.
   virtual void close() = 0;
 };

@@ -61,6 +61,10 @@ void RepeatController::startPlayback(PlayVariant variant) {
   updateWaitTime();
   if (capture_.isPlaying.get()) return;
   capture_.isPlaying.set(true);
+  // To bring the hint on screen takes several events' time. The run begins after that: otherwise
+  // its first events would all be late, and come at once.
+  if (state_.ESCwindow) state_.ESCwindow->display();
+  services_.runLoop.takeTime();
 
   trace.writeLine(state_.repeatTimer ? state_.repeatTimer->description() : "repeatTimer");
   if (variant == PlayVariant::shortcut) trace.writeLine(decimal(settings_.playbackSpeed.get()));

@@ -67,15 +67,23 @@ class EpollRunLoopTest : public testing::Test, protected EpollHarness {
   std::vector<std::string> calls_;
 };
 
-TEST_F(EpollRunLoopTest, HoldsItsTimeUntilTheTurnEnds) {
+TEST_F(EpollRunLoopTest, HoldsItsTimeUntilItIsTakenAgainOrTheTurnEnds) {
+  const auto waitUntilAfter = [](std::int64_t time) {
+    timespec now{};
+    do {
+      clock_gettime(CLOCK_MONOTONIC, &now);
+    } while (now.tv_sec * 1'000'000'000 + now.tv_nsec == time);
+  };
   const std::int64_t first = epollLoop.sample();
-  timespec now{};
-  do {
-    clock_gettime(CLOCK_MONOTONIC, &now);
-  } while (now.tv_sec * 1'000'000'000 + now.tv_nsec == first);
+  waitUntilAfter(first);
   EXPECT_EQ(epollLoop.sample(), first);
+  epollLoop.takeTime();
+  const std::int64_t second = epollLoop.sample();
+  EXPECT_GT(second, first);
+  waitUntilAfter(second);
+  EXPECT_EQ(epollLoop.sample(), second);
   epollLoop.endTurn();
-  EXPECT_GT(epollLoop.sample(), first);
+  EXPECT_GT(epollLoop.sample(), second);
 }
 
 TEST_F(EpollRunLoopTest, FiresNoTimerEarlyAndKeepsTheDistancesOfThoseMadeInOneTurn) {

@@ -132,6 +132,10 @@ TimerRef EpollRunLoop::scheduledTimerWithTimeInterval(double interval, TimerRepe
   return timers_.schedule(sample(), interval, repeats, std::move(block));
 }
 
+void EpollRunLoop::takeTime() {
+  sample_ = monotonicTime();
+}
+
 Watch EpollRunLoop::watch(int descriptor, std::function<void()> callback, Readiness readiness) {
   auto watcher =
       std::make_shared<Watches::Watcher>(Watches::Watcher{readiness, std::move(callback)});

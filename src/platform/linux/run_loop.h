@@ -38,6 +38,7 @@ class EpollRunLoop final : public RunLoop {
 
   TimerRef scheduledTimerWithTimeInterval(double interval, TimerRepeats repeats,
                                           TimerBlock block) override;
+  void takeTime() override;
 
   /// `callback` runs in each turn that finds `descriptor` ready, closed by its peer or in error; it
   /// must then take away the cause or the watch. Several watches may share a descriptor. One that

@@ -148,7 +148,11 @@ void Window::changed() {
   if (!wanted_ || queued_) return;
   queued_ = true;
   QMetaObject::invokeMethod(
-      &receiver_, [this] { realize(); }, Qt::QueuedConnection);
+      &receiver_, [this] { display(); }, Qt::QueuedConnection);
+}
+
+void Window::display() {
+  if (queued_) realize();
 }
 
 void Window::realize() {

@@ -47,6 +47,7 @@ class Window final : public tapeloop::Window {
   /// The window manager draws the title bar.
   void setTitlebarAppearsTransparent(bool) override {}
   void setStandardWindowButtonHidden(WindowButton button, bool hidden) override;
+  void display() override;
   void close() override;
   [[nodiscard]] bool isOpen() const;
 

@@ -14,6 +14,8 @@ class VirtualRunLoop final : public RunLoop, public Clock {
  public:
   TimerRef scheduledTimerWithTimeInterval(double interval, TimerRepeats repeats,
                                           TimerBlock block) override;
+  /// What a turn does takes no time.
+  void takeTime() override {}
   [[nodiscard]] double date() const override;
 
   /// Turns the clock to one deadline after the other and fires what is due there, as far as

@@ -62,6 +62,8 @@ class RecordedWindow final : public Window {
   void setStandardWindowButtonHidden(WindowButton button, bool hidden) override {
     note("setStandardWindowButtonHidden", static_cast<unsigned>(button), hidden);
   }
+  /// Everything is on screen at once.
+  void display() override {}
   void close() override {
     note("close");
     show(false);
