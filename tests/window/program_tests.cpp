@@ -50,7 +50,8 @@ TEST_F(ProgramTests, CaptureRunsFromOneRecordPressToTheNext) {
   EXPECT_TRUE(program.process().isRunning());
 }
 
-TEST_F(ProgramTests, PlayWithNothingRecordedShowsAnAlertThatTheKeyboardDismisses) {
+TEST_F(ProgramTests,
+       PlayWithNothingRecordedShowsAnAlertThatTheKeyboardDismissesAndThatKeepsNothingOpen) {
   Program program(desktop);
   ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
   for (const char* key : {"Return", "Escape", "space"}) {
@@ -63,6 +64,9 @@ TEST_F(ProgramTests, PlayWithNothingRecordedShowsAnAlertThatTheKeyboardDismisses
     ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
     ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));  // the frame of the alert is gone, too
   }
+  desktop.closeNewest("Tapeloop");
+  EXPECT_EQ(program.exitCode(), 0);
+  EXPECT_EQ(std::ranges::count(program.process().lines(), "Dismiss button pressed."), 3);
 }
 
 TEST_F(ProgramTests, ATerminationSignalDuringPlaybackLeavesNothingHeld) {
