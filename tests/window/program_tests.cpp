@@ -24,6 +24,17 @@ TEST_F(ProgramTests, ClosingTheWindowEndsItWithZeroWhateverTheArguments) {
   EXPECT_EQ(program.exitCode(), 0);
 }
 
+TEST_F(ProgramTests, TheQuitKeyEndsItWhicheverOfItsWindowsHasTheFocus) {
+  Program program(desktop);
+  ASSERT_TRUE(program.named("push button", "Menu").press());
+  ASSERT_TRUE(program.named("menu item", "About Tapeloop").press());
+  ASSERT_TRUE(desktop.waitForFocus("About Tapeloop", 0));
+  desktop.user().pressKey("Control_L");
+  desktop.user().tapKey("q");
+  desktop.user().releaseKey("Control_L");
+  EXPECT_EQ(program.exitCode(), 0);
+}
+
 TEST_F(ProgramTests, CaptureRunsFromOneRecordPressToTheNext) {
   const XWindow application(desktop.server().display(),
                             {.x = 700, .y = 20, .overrideRedirect = true});
