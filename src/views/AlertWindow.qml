@@ -34,7 +34,10 @@ Window {
     onWantedHeightChanged: fit()
     Component.onCompleted: fit()
 
+    // The program, too, asks it to close at its end, when a refusal would keep the program running.
     onClosing: close => {
+        if (!showing)
+            return;
         close.accepted = false;
         root.dismissed();
     }

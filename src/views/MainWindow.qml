@@ -34,7 +34,8 @@ Window {
 
     Shortcut {
         sequences: ["Ctrl+Q", "Meta+Q"]
-        onActivated: root.model.menu.terminate()
+        context: Qt.ApplicationShortcut
+        onActivated: root.model.menu.quitKeyPressed()
     }
     Shortcut {
         sequence: "F10"

@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include <QtCore/QCoreApplication>
+#include <QtGui/QGuiApplication>
 
 namespace tapeloop {
 
@@ -38,6 +39,10 @@ void MenuModel::choose(int item) {
     case MenuAction::separator:
       break;
   }
+}
+
+void MenuModel::quitKeyPressed() {
+  if (!QGuiApplication::modalWindow()) terminate();
 }
 
 // Not by `quit`, which closes the windows first and may be refused by one of them.

@@ -26,13 +26,15 @@ class MenuModel : public QObject {
   [[nodiscard]] QStringList titles() const;
   [[nodiscard]] QStringList keys() const;
   Q_INVOKABLE void choose(int item);
-  /// Ends the program.
-  Q_INVOKABLE void terminate();
+  /// Ends the program, unless a message has to be dismissed first.
+  Q_INVOKABLE void quitKeyPressed();
 
  Q_SIGNALS:
   void aboutPanelRequested();
 
  private:
+  static void terminate();
+
   std::vector<MenuItem> items_;
 };
 

@@ -39,6 +39,17 @@ TEST_F(ProgramTests, ClosingTheWindowEndsItWithZeroWhateverTheArguments) {
   EXPECT_EQ(program.exitCode(), 0);
 }
 
+TEST_F(ProgramTests, TheQuitKeyEndsItWhicheverOfItsWindowsHasTheFocus) {
+  Program program(desktop);
+  ASSERT_TRUE(program.named("push button", "Menu").press());
+  ASSERT_TRUE(program.named("menu item", "About Tapeloop").press());
+  ASSERT_TRUE(desktop.waitForFocus("About Tapeloop", 0));
+  desktop.user().pressKey("Control_L");
+  desktop.user().tapKey("q");
+  desktop.user().releaseKey("Control_L");
+  EXPECT_EQ(program.exitCode(), 0);
+}
+
 TEST_F(ProgramTests, CaptureRunsFromOneRecordPressToTheNext) {
   const XWindow application(desktop.server().display(),
                             {.x = 700, .y = 20, .overrideRedirect = true});
@@ -65,7 +76,8 @@ TEST_F(ProgramTests, CaptureRunsFromOneRecordPressToTheNext) {
   EXPECT_TRUE(program.process().isRunning());
 }
 
-TEST_F(ProgramTests, PlayWithNothingRecordedShowsAnAlertThatTheKeyboardDismisses) {
+TEST_F(ProgramTests,
+       PlayWithNothingRecordedShowsAnAlertThatTheKeyboardDismissesAndThatKeepsNothingOpen) {
   Program program(desktop);
   ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
   for (const char* key : {"Return", "Escape", "space"}) {
@@ -78,6 +90,9 @@ TEST_F(ProgramTests, PlayWithNothingRecordedShowsAnAlertThatTheKeyboardDismisses
     ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
     ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));  // the frame of the alert is gone, too
   }
+  desktop.closeNewest("Tapeloop");
+  EXPECT_EQ(program.exitCode(), 0);
+  EXPECT_EQ(std::ranges::count(program.process().lines(), "Dismiss button pressed."), 3);
 }
 
 TEST_F(ProgramTests, ATerminationSignalDuringPlaybackLeavesNothingHeld) {

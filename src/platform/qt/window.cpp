@@ -34,15 +34,21 @@ class Window::Frame final : public QQuickWindow {
     const bool handled = QQuickWindow::event(event);
     if (event->type() == QEvent::Show && view) view->onAppear();
     if (event->type() == QEvent::Hide && view) view->onDisappear();
+    // Only now do the items have it: `mousePressEvent` comes before they do.
+    if (event->type() == QEvent::MouseButtonPress && movable) moveUnlessTaken(*event);
     return handled;
   }
   void resizeEvent(QResizeEvent* event) override {
     QQuickWindow::resizeEvent(event);
     if (item) item->setSize(size());
   }
-  void mousePressEvent(QMouseEvent* event) override {
-    QQuickWindow::mousePressEvent(event);
-    if (movable && !mouseGrabberItem()) startSystemMove();
+
+ private:
+  void moveUnlessTaken(QEvent& event) {
+    const auto& press = static_cast<QMouseEvent&>(event);
+    if (press.button() == Qt::LeftButton && !press.exclusiveGrabber(press.points().front())) {
+      startSystemMove();
+    }
   }
 };
 
