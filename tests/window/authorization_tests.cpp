@@ -66,6 +66,23 @@ TEST(AuthorizationTests, ItsWindowFloatsAndAsksForNothingButACloseButton) {
   EXPECT_EQ(hints[2] & (minimizeButton | maximizeButton), 0U);
 }
 
+// The window manager would hold the pointer from then on, and take the next key.
+TEST(AuthorizationTests, AClickOnTheButtonOfItsWindowDoesNotBeginToMoveIt) {
+  TestDesktop desktop;
+  Program program(desktop, {}, std::nullopt,
+                  {"env", "ASAN_OPTIONS=verify_asan_link_order=0",
+                   std::string("LD_PRELOAD=") + PRETENDED_WAYLAND});
+  (void)program.named("heading", "Authorize Tapeloop");
+  ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 2));
+  const auto button = program.named("frame", "").find([](const Element& element) {
+    return element.name() == "Information";
+  });
+  ASSERT_TRUE(button);
+  program.click(*button);
+  ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 3)) << "the alert";
+  EXPECT_TRUE(desktop.waitForFreePointer());
+}
+
 // A Wayland desktop without a screen, and the X server that it starts for programs such as this.
 TEST(AuthorizationTests, UnderWaylandAnotherSessionIsToBeChosen) {
   if (ChildProcess({"sh", "-c", "command -v weston && command -v Xwayland"}).wait(generousLimit) !=
