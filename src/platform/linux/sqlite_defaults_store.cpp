@@ -6,17 +6,14 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <system_error>
 #include <utility>
 #include <variant>
 #include <vector>
 
-#include <fcntl.h>
 #include <sqlite3.h>
-#include <sys/stat.h>
 
-#include "platform/linux/file_descriptor.h"
 #include "platform/linux/signals.h"
+#include "platform/linux/store_file.h"
 
 namespace tapeloop::linux {
 namespace {
@@ -121,59 +118,6 @@ std::string sentence(StoreStatus status, const fs::path& file, bool isReadable) 
   return lost + ": " + name + (isReadable ? " can't be written." : " can't be opened.");
 }
 
-void syncFolder(const fs::path& folder) {
-  const FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (descriptor) ::fsync(descriptor.get());
-}
-
-/// Makes what is missing, for the owner alone. What goes wrong shows when the file is opened.
-void makeFile(const fs::path& file) {
-  const fs::path folder = file.parent_path();
-  fs::path made;
-  for (const fs::path& part : folder) {
-    const fs::path parent = made;
-    made /= part;
-    if (::mkdir(made.c_str(), S_IRWXU) == 0) syncFolder(parent.empty() ? "." : parent);
-  }
-  // SQLite gives its log and its index the mode of the file.
-  const FileDescriptor created(
-      ::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
-  if (created) {
-    syncFolder(folder.empty() ? "." : folder);
-    return;
-  }
-  struct stat status {};
-  const bool isFile = ::stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-  if (isFile && (status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
-    ::chmod(file.c_str(), status.st_mode & S_IRWXU);
-  }
-}
-
-/// SQLite can't read a file whose log mode needs files beside it if it may not make them; one that
-/// nobody writes to can be read without them, unless a log was left behind.
-std::optional<std::string> immutableName(const fs::path& file) {
-  std::error_code error;
-  const auto logSize = fs::file_size(file.string() + "-wal", error);
-  if (!error && logSize > 0) return std::nullopt;
-  std::string name = "file:";
-  for (const char c : file.string()) {
-    switch (c) {
-      case '%':
-        name += "%25";
-        break;
-      case '?':
-        name += "%3f";
-        break;
-      case '#':
-        name += "%23";
-        break;
-      default:
-        name += c;
-    }
-  }
-  return name + "?immutable=1";
-}
-
 // Doubles as their eight bytes: SQLite's own reals know neither NaN nor the sign of zero.
 using RealBytes = std::array<char, sizeof(double)>;
 
@@ -251,7 +195,7 @@ SqliteDefaultsStore::Opened SqliteDefaultsStore::open(const fs::path& file) {
     return result;
   };
   surviveFailedWrites();
-  makeFile(file);
+  makePrivateFile(file);
   Database database = openDatabase(file.string(), SQLITE_OPEN_READWRITE);
   StoreStatus status = check(database.get());
   if (status == StoreStatus::stored) status = prepareForWriting(database.get());
