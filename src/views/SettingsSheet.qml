@@ -23,8 +23,9 @@ FocusScope {
         }
     }
 
-    // Whoever got here by the keyboard goes on to see where it acts.
-    function focusReason(): int {
+    // Whoever got here by the keyboard goes on to see where it acts. Not an int, as compiled code
+    // would pass it on: that is not taken for a reason.
+    function focusReason(): var {
         const control = Window.activeFocusItem as T.Control;
         if (control !== null && control.visualFocus)
             return Qt.TabFocusReason;

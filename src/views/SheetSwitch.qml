@@ -1,8 +1,10 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// A setting that is on or off. Its accessible name is the caption.
-T.Switch {
+// A setting that is on or off. Its accessible name is the caption. The template of a switch is not
+// used: it is checkable from the moment it is made, before the engine knows of it, and what it then
+// tells screen readers is never freed.
+T.AbstractButton {
     id: root
 
     function flip() {
@@ -15,6 +17,9 @@ T.Switch {
     spacing: 10
     font.pointSize: 10
     focusPolicy: Qt.StrongFocus
+    checkable: true
+    hoverEnabled: true
+    Accessible.role: Accessible.CheckBox
     Accessible.description: enabled ? "" : "Unavailable"
     // By itself the template would report a click and stay as it is.
     Accessible.onPressAction: flip()
