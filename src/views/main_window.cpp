@@ -5,7 +5,6 @@
 #include <QtGui/QGuiApplication>
 #include <QtQml/QQmlComponent>
 
-#include "platform/qt/screen_area.h"
 #include "views/symbol_provider.h"
 
 // Generated. It is registered when the program starts, if only something refers to it: the linker
@@ -32,10 +31,7 @@ MainWindow::MainWindow(QQmlEngine& engine, ContentView& view, SheetView& sheet,
     return;
   }
   frame_ = std::make_unique<qt::FrameAutosave>(frames, *window_, "Tapeloop");
-  // Many a window manager puts what doesn't say a place where the sign of recording will be.
-  if (!frame_->restore()) {
-    window_->setFramePosition(qt::centeredOnPrimaryScreen(window_->size()).topLeft());
-  }
+  frame_->restore();
   window_->show();
   view.onAppear();
   view.onToolbarAppear();

@@ -19,7 +19,7 @@ class FrameAutosave final : public QObject {
 
   /// Moves the window to where it was left, as far as that is on a screen. False if that isn't
   /// known, or is on no screen any more.
-  [[nodiscard]] bool restore();
+  bool restore();
   void remember();
 
  protected:

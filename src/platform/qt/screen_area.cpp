@@ -21,14 +21,6 @@ QRect areaAround(const QRect& frame) {
   return area;
 }
 
-QRect centeredOnPrimaryScreen(const QSize& size) {
-  QRect frame({}, size);
-  if (const QScreen* primary = QGuiApplication::primaryScreen()) {
-    frame.moveCenter(primary->availableGeometry().center());
-  }
-  return frame;
-}
-
 QRect movedInto(const QRect& area, QRect frame) {
   frame.moveLeft(std::max(area.left(), std::min(frame.left(), area.right() + 1 - frame.width())));
   frame.moveTop(std::max(area.top(), std::min(frame.top(), area.bottom() + 1 - frame.height())));

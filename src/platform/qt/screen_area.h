@@ -7,10 +7,6 @@ namespace tapeloop::qt {
 /// What windows may cover of the screen on which most of `frame` lies. Empty: it is on none.
 [[nodiscard]] QRect areaAround(const QRect& frame);
 
-/// The place of a frame of that size in the middle of what windows may cover of the primary screen.
-/// At the origin if there is no screen.
-[[nodiscard]] QRect centeredOnPrimaryScreen(const QSize& size);
-
 /// The frame, moved no further than it takes to lie within the area. Of one that is larger, the
 /// upper left corner does.
 [[nodiscard]] QRect movedInto(const QRect& area, QRect frame);

@@ -10,7 +10,6 @@
 #include <QtGui/QScreen>
 #include <QtGui/QSurfaceFormat>
 
-#include "platform/qt/screen_area.h"
 #include "platform/qt/window_shape.h"
 
 namespace tapeloop::qt {
@@ -189,12 +188,15 @@ void Window::fitContent() {
 }
 
 void Window::place() {
+  const auto* primary = QGuiApplication::primaryScreen();
   // A window that is open stays where the user has put it.
   if (!frame_->isVisible()) {
     if (autosave_ && autosave_->restore()) return;
-    if (centered_) frame_->setPosition(centeredOnPrimaryScreen(frame_->size()).topLeft());
+    if (centered_ && primary) {
+      const QRect area({}, frame_->size());
+      frame_->setPosition(primary->geometry().center() - area.center());
+    }
   }
-  const auto* primary = QGuiApplication::primaryScreen();
   if (!topLeft_ || !primary) return;
   // Points are pixels of the server; Qt scales a screen about its top-left corner. Where it does, a
   // window grows about the middle that it would have, and stays within the screen.
