@@ -28,7 +28,7 @@ TEST_F(RecordingViewTest, TheDotIsShownForASecondAndHiddenForASecond) {
   }
 }
 
-TEST_F(RecordingViewTest, ADepartedViewHidesOnceMoreAndStopsBlinking) {
+TEST_F(RecordingViewTest, ADepartedViewHidesOnceMoreAndStopsBlinkingAndOneThatIsGoneIsNotTouched) {
   view->onAppear();
   view->onDisappear();
   advance(1);
@@ -36,9 +36,6 @@ TEST_F(RecordingViewTest, ADepartedViewHidesOnceMoreAndStopsBlinking) {
   advance(10);
   EXPECT_EQ(opacity(), 0.0);
   EXPECT_EQ(desktop.runLoop.timers().size(), 0u);
-}
-
-TEST_F(RecordingViewTest, AViewThatIsGoneIsNotTouched) {
   view->onAppear();
   view.reset();
   advance(10);
