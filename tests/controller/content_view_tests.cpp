@@ -1,4 +1,6 @@
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include "controller/content_view.h"
 #include "controller/shortcut_names.h"
@@ -8,7 +10,10 @@ namespace tapeloop {
 namespace {
 
 using namespace testing;
+using ::testing::AllOf;
 using ::testing::ElementsAre;
+using ::testing::Field;
+using ::testing::FieldsAre;
 using ::testing::IsEmpty;
 
 constexpr simulated::ScriptedHotKeyService::Combination escape{53, 0};
@@ -27,27 +32,25 @@ class ContentViewTest : public SimulatedTest {
   std::unique_ptr<ContentView> view = std::make_unique<ContentView>(desktop.services(), settings);
 };
 
-TEST_F(ContentViewTest, AppearingTakesTheScreenEmptiesTheLogAndAsksForAReview) {
-  EXPECT_EQ(view->playbackState().widthScreen, 5.0);
-  view->captureState().eventLog.append(move(1));
-  view->onAppear();
-  EXPECT_EQ(view->playbackState().widthScreen, 1440);
-  EXPECT_EQ(view->captureState().heightScreen, 900);
-  EXPECT_TRUE(view->captureState().eventLog.empty());
-  view->onAppear();
-  EXPECT_EQ(desktop.review.requests, 2);
-}
-
-TEST_F(ContentViewTest, AppearingWithoutAScreenOrPermissionChangesNeither) {
-  desktop.screens.list.clear();
+TEST_F(ContentViewTest, AppearingTakesTheScreenEmptiesTheLogAndAsksForAReviewWherePossible) {
+  const auto screens = std::exchange(desktop.screens.list, {});
   desktop.permission.granted = false;
   view->onAppear();
   EXPECT_EQ(view->playbackState().widthScreen, 5.0);
   EXPECT_EQ(view->captureState().heightScreen, 5.0);
   EXPECT_EQ(desktop.review.requests, 0);
+
+  desktop.screens.list = screens;
+  desktop.permission.granted = true;
+  view->captureState().eventLog.append(move(1));
+  view->onAppear();
+  EXPECT_EQ(view->playbackState().widthScreen, 1440);
+  EXPECT_EQ(view->captureState().heightScreen, 900);
+  EXPECT_TRUE(view->captureState().eventLog.empty());
+  EXPECT_EQ(desktop.review.requests, 1);
 }
 
-TEST_F(ContentViewTest, AlertsAreRaisedAndDismissed) {
+TEST_F(ContentViewTest, AlertsAndTheSheetComeAndGo) {
   view->onAppear();
   view->playButtonPressed();
   EXPECT_TRUE(view->playbackState().showingPlayAlert.get());
@@ -60,6 +63,33 @@ TEST_F(ContentViewTest, AlertsAreRaisedAndDismissed) {
   view->dismissAuthAlert();
   EXPECT_FALSE(view->captureState().showingAuthAlert.get());
   EXPECT_THAT(lines(), ElementsAre("Dismiss button pressed.", "Dismiss button pressed."));
+
+  auto& button = view->informationButton();
+  view->informationButtonPressed();
+  EXPECT_TRUE(button.showingAlert.get());
+  button.dismissAlert();
+  EXPECT_FALSE(button.showingAlert.get());
+  EXPECT_THAT(lines(), ElementsAre("Information Button Pressed.", "Dismiss button pressed."));
+
+  for (const bool shown : {true, false}) {
+    view->settingsButtonPressed();
+    EXPECT_EQ(view->showSheetView().get(), shown);
+  }
+  EXPECT_THAT(lines(), ElementsAre("Settings Button Pressed.", "Settings Button Pressed."));
+}
+
+TEST_F(ContentViewTest, ThePrivacyPolicyIsOpenedAndSaidOnlyIfItWas) {
+  auto& button = view->informationButton();
+  for (const bool opens : {true, false}) {
+    desktop.workspace.opens = opens;
+    button.showingAlert.set(true);
+    button.openPrivacyPolicy();
+    EXPECT_FALSE(button.showingAlert.get());
+  }
+  EXPECT_EQ(desktop.workspace.opened.size(), 2u);
+  EXPECT_THAT(lines(),
+              ElementsAre("Privacy Policy button pressed.", "Opening Privacy Policy webpage...",
+                          "Privacy Policy button pressed."));
 }
 
 TEST_F(ContentViewTest, DisabledButtonsDoNothingWhileShortcutsAndMenusGoOn) {
@@ -81,12 +111,6 @@ TEST_F(ContentViewTest, DisabledButtonsDoNothingWhileShortcutsAndMenusGoOn) {
   EXPECT_TRUE(view->libraryState().showingSavedRecordings.get());
   EXPECT_FALSE(view->informationButton().showingAlert.get());
   EXPECT_EQ(desktop.defaults.writes("recordingList"), writes);
-  for (const auto button : {ToolbarButton::settings, ToolbarButton::save, ToolbarButton::list}) {
-    view->toolbar().hover(button, true);
-  }
-  EXPECT_EQ(view->toolbar().settingsButtonOpacity.get(), 1.0);
-  EXPECT_EQ(view->toolbar().saveButtonOpacity.get(), 1.0);
-  EXPECT_EQ(view->toolbar().listButtonOpacity.get(), 1.0);
 
   view->library().loadSavedRecording(LoadVariant::contextMenu, 0);
   EXPECT_EQ(view->playbackState().loadedRecording.title, "New Recording");
@@ -95,19 +119,24 @@ TEST_F(ContentViewTest, DisabledButtonsDoNothingWhileShortcutsAndMenusGoOn) {
   EXPECT_EQ(view->libraryState().rowCount.get(), 0u);
 }
 
-TEST_F(ContentViewTest, TheToolbarFollowsThePointerAndOpensTheSheet) {
-  view->toolbar().hover(ToolbarButton::save, true);
-  EXPECT_TRUE(view->toolbar().hoveringOverSettings.get());
-  EXPECT_EQ(view->toolbar().saveButtonOpacity.get(), 0.75);
-  EXPECT_EQ(view->toolbar().listButtonOpacity.get(), 1.0);
-  view->toolbar().hover(ToolbarButton::save, false);
-  EXPECT_FALSE(view->toolbar().hoveringOverSettings.get());
-  EXPECT_EQ(view->toolbar().saveButtonOpacity.get(), 1.0);
-  view->settingsButtonPressed();
-  EXPECT_TRUE(view->showSheetView().get());
-  view->settingsButtonPressed();
-  EXPECT_FALSE(view->showSheetView().get());
-  EXPECT_THAT(lines(), ElementsAre("Settings Button Pressed.", "Settings Button Pressed."));
+TEST_F(ContentViewTest, ButtonsFollowThePointerTheToolbarsNotWhileRecording) {
+  auto& toolbar = view->toolbar();
+  auto& button = view->informationButton();
+  const auto opacities = [&] {
+    return std::vector{toolbar.settingsButtonOpacity.get(), toolbar.saveButtonOpacity.get(),
+                       toolbar.listButtonOpacity.get(), button.infoButtonOpacity.get()};
+  };
+  for (const auto each : {ToolbarButton::settings, ToolbarButton::save, ToolbarButton::list}) {
+    toolbar.hover(each, true);
+  }
+  EXPECT_TRUE(toolbar.hoveringOverSettings.get());
+  toolbar.hover(ToolbarButton::save, false);
+  EXPECT_FALSE(toolbar.hoveringOverSettings.get());
+  EXPECT_THAT(opacities(), ElementsAre(0.75, 1.0, 0.75, 1.0));
+  view->captureState().isRecording.set(true);
+  toolbar.hover(ToolbarButton::settings, true);
+  button.hover(true);
+  EXPECT_THAT(opacities(), ElementsAre(1.0, 1.0, 0.75, 0.75));
 }
 
 TEST_F(ContentViewTest, ASavedRecordingIsLoadedAndPlayed) {
@@ -129,7 +158,6 @@ TEST_F(ContentViewTest, RecordsAndPlaysTwiceWithAWait) {
   settings.timesToRepeat.set(2);
   settings.waitBeforeRepeating.set(true);
   settings.waittimenumber.set(3);
-  settings.waittimeunit.set("seconds");
   record({leftDown(100, {10, 20}), leftUp(100.5, {10, 20}), keyDown(101, 4), keyUp(101.25, 4)});
   EXPECT_TRUE(settings.isMiniturized.get());
   lines();
@@ -148,9 +176,9 @@ TEST_F(ContentViewTest, RecordsAndPlaysTwiceWithAWait) {
                   TypeAndTime{EventType::leftMouseUp, 4.75},
                   TypeAndTime{EventType::keyDown, 5.25}));
   // The count cancels the last event of the last run; what it left down is released all the same.
-  ASSERT_EQ(desktop.eventSynthesis.released().size(), 1u);
-  EXPECT_EQ(desktop.eventSynthesis.released()[0].event.keyCode, 4);
-  EXPECT_EQ(desktop.eventSynthesis.released()[0].time, 5.5);
+  EXPECT_THAT(desktop.eventSynthesis.released(),
+              ElementsAre(FieldsAre(5.5, AllOf(Field(&SyntheticEvent::type, EventType::keyUp),
+                                               Field(&SyntheticEvent::keyCode, 4)))));
   const Lines trace = lines();
   EXPECT_THAT(Lines(trace.end() - 9, trace.end()),
               ElementsAre("2", "STOP!!!", "4", "4", "0", "1", "2", "3", "isPlaying"));
@@ -158,39 +186,21 @@ TEST_F(ContentViewTest, RecordsAndPlaysTwiceWithAWait) {
   EXPECT_FALSE(desktop.eventSynthesis.hasSession());
 }
 
-TEST_F(ContentViewTest, EscapeDuringCaptureStopsNothing) {
+TEST_F(ContentViewTest, EscapeIsTakenWhileSomethingPlaysAndLeavesNothingOfTheRun) {
   view->onAppear();
   view->onToolbarAppear();
-  view->keyboardShortcuts().setShortcut(toggleUnicornMode, commandP);
-  desktop.hotKeys.press({35, cmdKey});
-  desktop.hotKeys.release({35, cmdKey});
-  EXPECT_TRUE(desktop.hotKeys.press(escape));
-  EXPECT_THAT(lines(),
-              ElementsAre("record shortcut pressed", "Recording: true", "Escape Key Pressed"));
-  EXPECT_TRUE(view->captureState().isRecording.get());
-}
-
-TEST_F(ContentViewTest, TheRecordButtonDuringPlaybackLeavesTheRunAlone) {
-  view->onAppear();
-  record({keyDown(0, 1), keyUp(2, 1)});
-  view->playButtonPressed();
-  advance(1);
-  view->recordButtonPressed();
-  EXPECT_TRUE(view->captureState().isPlaying.get());
-  EXPECT_FALSE(view->captureState().isRecording.get());
-  advance(1);
-  EXPECT_EQ(posted().size(), 2u);
-}
-
-TEST_F(ContentViewTest, NothingOfARunIsLeftOnceEscapeAndANewRecordingFollowedIt) {
-  view->onAppear();
   record({keyDown(0, 1), keyUp(10, 1)});
   view->playButtonPressed();
   advance(1);
-  view->onToolbarAppear();
   EXPECT_FALSE(desktop.hotKeys.press(escape));
   EXPECT_TRUE(desktop.hotKeys.press(escape)) << "nothing plays any more";
-  record({move(0), move(1)});
+  view->recordButtonPressed();
+  lines();
+  EXPECT_TRUE(desktop.hotKeys.press(escape));
+  EXPECT_THAT(lines(), ElementsAre("Escape Key Pressed"));
+  EXPECT_TRUE(view->captureState().isRecording.get());
+  deliver(move(0));
+  view->recordButtonPressed();
   advance(100);
   EXPECT_EQ(posted().size(), 1u);
   EXPECT_EQ(desktop.eventSynthesis.released().size(), 1u);
@@ -212,26 +222,29 @@ TEST_F(ContentViewTest, AStoreThatCannotBeWrittenKeepsNothingFromWorking) {
   EXPECT_FALSE(view->captureState().isPlaying.get());
 }
 
-TEST_F(ContentViewTest, QuittingInTheMiddleOfCaptureAndOfPlaybackEndsCleanly) {
+TEST_F(ContentViewTest, QuittingInTheMiddleOfPlaybackAndOfCaptureEndsCleanly) {
   view->onAppear();
+  settings.repeatPlayback.set(true);
   record({leftDown(0), leftUp(10)});
   view->playButtonPressed();
-  advance(1);
+  advance(15);
+  EXPECT_THAT(desktop.eventSynthesis.heldButtons(), ElementsAre(MouseButton::left));
   view.reset();
   EXPECT_THAT(desktop.eventSynthesis.heldButtons(), IsEmpty());
   EXPECT_EQ(desktop.windows.visibleWindows(), 0u);
-  advance(100);
 
   view = std::make_unique<ContentView>(desktop.services(), settings);
   view->onAppear();
   view->recordButtonPressed();
-  deliver(move(0));
   desktop.inputMonitor.holdBack(move(1));
   view.reset();
   EXPECT_EQ(desktop.inputMonitor.installed(), 0u);
   EXPECT_EQ(desktop.windows.visibleWindows(), 0u);
+  lines();
+  const auto before = posted().size();
   advance(100);
-  EXPECT_EQ(posted().size(), 1u);
+  EXPECT_EQ(posted().size(), before);
+  EXPECT_THAT(lines(), IsEmpty());
 }
 
 }  // namespace
