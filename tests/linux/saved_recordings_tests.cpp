@@ -14,6 +14,7 @@
 #include "controller/stored_recordings.h"
 #include "platform/linux/file_descriptor.h"
 #include "platform/linux/sqlite_defaults_store.h"
+#include "support/temporary_folder.h"
 
 namespace tapeloop::linux {
 namespace {
@@ -76,9 +77,8 @@ std::string storedText(const fs::path& file) {
 }
 
 TEST(SavedRecordings, AreAsBeforeOrAsAfterAnOperationInWhichTheProgramIsKilled) {
-  std::string name = testing::TempDir() + "/saved.XXXXXX";
-  ASSERT_TRUE(::mkdtemp(name.data()));
-  const fs::path file = fs::path(name) / "defaults.sqlite3";
+  const support::TemporaryFolder folder;
+  const fs::path file = folder.path() / "defaults.sqlite3";
   RecordingList expected;
   for (std::size_t i = 0; i < startCount; ++i)
     ASSERT_TRUE(expected.append(recordingNumber(1000 + i)));
@@ -123,8 +123,6 @@ TEST(SavedRecordings, AreAsBeforeOrAsAfterAnOperationInWhichTheProgramIsKilled) 
     ASSERT_TRUE(RecordingList::parse(text));
   }
   EXPECT_GT(interrupted, 0U) << "no kill came before the end of an operation";
-  std::error_code error;
-  fs::remove_all(name, error);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include <functional>
 
 #include "platform/defaults_store_contract.h"
-#include "platform/memory_defaults_store.h"
 #include "platform/run_loop_contract.h"
 #include "platform/simulated/simulated_desktop.h"
 
@@ -18,16 +17,12 @@ struct VirtualHarness {
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(Virtual, RunLoopContract, VirtualHarness);
 
-struct MemoryHarness {
-  MemoryDefaultsStore memoryStore;
-  DefaultsStore& store() { return memoryStore; }
-};
+// Hands everything on to a store in memory while it is told of no fault.
 struct FaultyHarness {
   FaultyDefaultsStore faultyStore;
   DefaultsStore& store() { return faultyStore; }
 };
-using Stores = ::testing::Types<MemoryHarness, FaultyHarness>;
-INSTANTIATE_TYPED_TEST_SUITE_P(Simulated, DefaultsStoreContract, Stores);
+INSTANTIATE_TYPED_TEST_SUITE_P(Simulated, DefaultsStoreContract, FaultyHarness);
 
 }  // namespace
 }  // namespace tapeloop::simulated
