@@ -1,4 +1,3 @@
-#include <csignal>
 #include <cstdlib>
 #include <initializer_list>
 #include <string>
@@ -10,7 +9,6 @@
 
 #include "controller/shortcut_names.h"
 #include "hotkeys/shortcut.h"
-#include "support/child_process.h"
 #include "support/x_connection.h"
 #include "x11_fixture.h"
 
@@ -38,18 +36,13 @@ class HotKeys : public X11Test {
   [[nodiscard]] bool isRecording() {
     return desktop.contentView().captureState().isRecording.get();
   }
-  [[nodiscard]] bool turnUntil(const std::function<bool()>& condition) {
-    return desktop.runUntilElsewhere(condition, patience);
-  }
   /// Everything that the user has done so far has been handled.
   void settle() {
-    bool turned = false;
-    desktop.sync();
-    const auto observed = observer.size();
-    ASSERT_TRUE(turnUntil([&] { return std::exchange(turned, true) || observed == 0; }));
-    desktop.sync();
-    turned = false;
-    ASSERT_TRUE(turnUntil([&] { return std::exchange(turned, true); }));
+    for (int round = 0; round < 2; ++round) {
+      desktop.sync();
+      bool turned = false;
+      ASSERT_TRUE(turnUntil([&] { return std::exchange(turned, true); }));
+    }
   }
   void down(std::initializer_list<std::string_view> keys) {
     for (const auto key : keys) poster.pressKey(key);
@@ -74,18 +67,29 @@ class HotKeys : public X11Test {
     }
     return keys;
   }
-  [[nodiscard]] std::vector<InputEvent> logged() {
+  struct Stroke {
+    std::uint16_t code;
+    double down;
+    double up;
+    std::uint64_t flags = 0;
+  };
+  void setLog(const std::vector<Stroke>& strokes) {
     std::vector<InputEvent> events;
-    const EventLog& log = desktop.contentView().captureState().eventLog;
-    for (std::size_t i = 0; i < log.size(); ++i) events.push_back(log[i]);
-    return events;
+    for (const auto& [code, down, up, flags] : strokes) {
+      for (const auto& [type, offset] :
+           {std::pair(EventType::keyDown, down), std::pair(EventType::keyUp, up)}) {
+        InputEvent& event = events.emplace_back(inputEvent(type, offset));
+        event.keyCode = code;
+        event.modifierFlags = flags;
+      }
+    }
+    desktop.setLog(events);
   }
-  static InputEvent keyAt(EventType type, double offset, std::uint16_t code,
-                          std::uint64_t flags = 0) {
-    InputEvent event = inputEvent(type, offset);
-    event.keyCode = code;
-    event.modifierFlags = flags;
-    return event;
+  /// Plays these until the other application has seen so many presses.
+  void play(const std::vector<Stroke>& strokes, std::size_t presses) {
+    setLog(strokes);
+    desktop.startPlayback(1);
+    ASSERT_TRUE(turnUntil([&] { return window.count(XEventKind::keyPress) == presses; }));
   }
 };
 
@@ -142,15 +146,16 @@ TEST_F(HotKeys, RecordShortcutTogglesOnReleaseOfTheWholeAndLeavesNoTrace) {
   ASSERT_TRUE(turnUntil([this] { return !isRecording(); }));
 
   std::vector<std::uint16_t> codes;
-  for (const auto& event : logged()) codes.push_back(event.keyCode);
+  for (const auto& event : desktop.contentView().captureState().eventLog) {
+    codes.push_back(event.keyCode);
+  }
   EXPECT_THAT(codes, ElementsAre(7, 7, 16, 16));
   ASSERT_TRUE(turnUntil([this] { return keysSeen().size() >= 2; }));
   EXPECT_THAT(keysSeen(), ElementsAre(poster.keycode("x"), poster.keycode("y")));
 }
 
 TEST_F(HotKeys, PlayShortcutWaitsUntilTheUsersModifiersAreGone) {
-  desktop.setLog({keyAt(EventType::keyDown, 0, 15), keyAt(EventType::keyUp, 0.01, 15),
-                  keyAt(EventType::keyDown, 0.02, 35), keyAt(EventType::keyUp, 0.03, 35)});
+  setLog({{15, 0, 0.01}, {35, 0.02, 0.03}});
   down({"Control_L", "Alt_L", "p"});
   up({"p"});
   settle();
@@ -168,9 +173,7 @@ TEST_F(HotKeys, EscapeIsTheApplicationsUntilSomethingPlays) {
   poster.tapKey("Escape");
   EXPECT_TRUE(window.waitFor(2, patience));
   settle();
-  desktop.setLog({keyAt(EventType::keyDown, 0, 15), keyAt(EventType::keyUp, 3600, 15)});
-  desktop.startPlayback(1);
-  ASSERT_TRUE(turnUntil([this] { return window.count(XEventKind::keyPress) == 2; }));
+  play({{15, 0, 3600}}, 2);
   poster.tapKey("Escape");
   ASSERT_TRUE(turnUntil([this] { return !desktop.isPlaying(); }));
   settle();
@@ -181,12 +184,7 @@ TEST_F(HotKeys, EscapeIsTheApplicationsUntilSomethingPlays) {
 
 TEST_F(HotKeys, PostedEscapeAndShortcutsReachTheApplicationAndTriggerNothing) {
   const std::uint64_t flags = modifier_flag::control | modifier_flag::option;
-  desktop.setLog({keyAt(EventType::keyDown, 0, 53), keyAt(EventType::keyUp, 0.01, 53),
-                  keyAt(EventType::keyDown, 0.02, 15, flags),
-                  keyAt(EventType::keyUp, 0.03, 15, flags), keyAt(EventType::keyDown, 0.04, 53),
-                  keyAt(EventType::keyUp, 3600, 53)});
-  desktop.startPlayback(1);
-  ASSERT_TRUE(turnUntil([this] { return window.count(XEventKind::keyPress) == 3; }));
+  play({{53, 0, 0.01}, {15, 0.02, 0.03, flags}, {53, 0.04, 3600}}, 3);
   settle();
   EXPECT_TRUE(desktop.isPlaying());
   EXPECT_FALSE(isRecording());
@@ -198,9 +196,7 @@ TEST_F(HotKeys, PostedEscapeAndShortcutsReachTheApplicationAndTriggerNothing) {
 }
 
 TEST_F(HotKeys, EscapeStopsWhileAnotherProgramHasTheKeyboardToItself) {
-  desktop.setLog({keyAt(EventType::keyDown, 0, 15), keyAt(EventType::keyUp, 3600, 15)});
-  desktop.startPlayback(1);
-  ASSERT_TRUE(turnUntil([this] { return window.count(XEventKind::keyPress) == 1; }));
+  play({{15, 0, 3600}}, 1);
   const XConnection menu(server.display());
   std::free(xcb_grab_keyboard_reply(
       menu,
@@ -222,21 +218,16 @@ TEST_F(HotKeys, LocksAndLayoutsMakeNoDifference) {
     poster.tapKey(lock);
     strikeAndExpectToggle(lock);
   }
-  const auto setLayout = [this](const char* layout) {
-    ChildProcess setxkbmap({"setxkbmap", layout}, {server.displayVariable()});
-    ASSERT_EQ(setxkbmap.wait(patience), 0);
-  };
   auto& layouts = desktop.keyboardLayouts();
   EXPECT_EQ(displayText({16, controlKey}, layouts), "⌃Y");
-  setLayout("de,us");
+  server.setKeyboardLayout("de,us");
   EXPECT_TRUE(turnUntil([&] { return displayText({16, controlKey}, layouts) == "⌃Z"; }));
   EXPECT_EQ(displayText({41, 0}, layouts), "Ö");
   strikeAndExpectToggle("another layout");
-  setLayout("gr,us");
+  server.setKeyboardLayout("gr,us");
   EXPECT_TRUE(turnUntil([&] {
     return displayText({16, controlKey}, layouts) == "⌃Y";
   })) << "Greek writes no Latin letters";
-  setLayout("us");
 }
 
 TEST_F(HotKeys, WhatAnotherProgramHasIsKnownAndRefusedAndFreeAgainLater) {
@@ -265,10 +256,7 @@ TEST_F(HotKeys, WhatAnotherProgramHasIsKnownAndRefusedAndFreeAgainLater) {
 }
 
 TEST_F(HotKeys, WhatIsPostedReachesTheApplicationWhileAShortcutIsHeld) {
-  desktop.setLog({keyAt(EventType::keyDown, 0, 7), keyAt(EventType::keyUp, 0.3, 7),
-                  keyAt(EventType::keyDown, 0.31, 16), keyAt(EventType::keyUp, 0.32, 16)});
-  desktop.startPlayback(1);
-  ASSERT_TRUE(turnUntil([this] { return window.count(XEventKind::keyPress) == 1; }));
+  play({{7, 0, 0.3}, {16, 0.31, 0.32}}, 1);
   down({"Control_L", "Alt_L", "r"});
   ASSERT_TRUE(turnUntil([this] { return !desktop.isPlaying() && keysSeen().size() == 2; }));
   EXPECT_THAT(keysSeen(), ElementsAre(poster.keycode("x"), poster.keycode("y")));
