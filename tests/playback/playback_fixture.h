@@ -30,6 +30,11 @@ class PlaybackTest : public SimulatedTest {
     capture.recordingType.set(type);
     capture.recordingTime = events.empty() ? 0 : events.back().timestamp - events.front().timestamp;
   }
+  /// Runs until there have been so many; 0 is without end.
+  void repeat(double times) {
+    repeatPlayback.set(true);
+    timesToRepeat.set(times);
+  }
   void play() { playback->startPlayback(PlayVariant::button); }
   void playByShortcut() { playback->startPlayback(PlayVariant::shortcut); }
   void escape() { playback->stopPlayback(); }

@@ -117,27 +117,6 @@ TEST_F(PlaybackSchedulerTest, ALoadedRecordingIsReadWhenItsTimersFire) {
                                     TypeAndTime{EventType::scrollWheel, 1.0}));
 }
 
-TEST_F(PlaybackSchedulerTest, EscapeCancelsTheRunAndSaysSo) {
-  log({move(0), move(1), move(2)});
-  capture.isPlaying.set(true);
-  playCount.set(3);
-  state.repeatTimer =
-      desktop.runLoop.scheduledTimerWithTimeInterval(5, TimerRepeats::yes, [](const TimerRef&) {});
-  scheduler->playRecording();
-  advance(1.5);
-  lines();
-  scheduler->stopPlayback();
-  EXPECT_THAT(lines(), ElementsAre("Escape Key Pressed", "3", "3", "0", "1", "2", "isPlaying"));
-  EXPECT_FALSE(playing());
-  EXPECT_EQ(playCount.get(), 0);
-  EXPECT_FALSE(state.repeatTimer->isValid());
-  advance(10);
-  EXPECT_EQ(posted().size(), 2u);
-
-  scheduler->stopPlayback();
-  EXPECT_THAT(lines(), ElementsAre("Escape Key Pressed"));
-}
-
 TEST_F(PlaybackSchedulerTest, TheTimersOfAnEarlierRunCannotBeCancelledAnyMore) {
   capture.isPlaying.set(true);
   log({keyDown(0, 1), keyUp(10, 1)});
@@ -154,7 +133,7 @@ TEST_F(PlaybackSchedulerTest, TheTimersOfAnEarlierRunCannotBeCancelledAnyMore) {
   EXPECT_THAT(desktop.eventSynthesis.released(), IsEmpty());
 }
 
-TEST_F(PlaybackSchedulerTest, TheHintWindowFollowsPlayback) {
+TEST_F(PlaybackSchedulerTest, TheHintWindowFollowsPlaybackAndIsDoneWithoutIfItCannotBeMade) {
   capture.isPlaying.set(true);
   EXPECT_EQ(desktop.windows.visibleWindows(), 1u);
   const auto& window = *desktop.windows.records().at(0);
@@ -167,9 +146,8 @@ TEST_F(PlaybackSchedulerTest, TheHintWindowFollowsPlayback) {
   EXPECT_EQ(desktop.windows.records().size(), 2u);
   EXPECT_EQ(desktop.windows.visibleWindows(), 1u);
   EXPECT_THAT(lines(), ElementsAre("isPlaying", "isPlaying", "isPlaying"));
-}
 
-TEST_F(PlaybackSchedulerTest, AHintWindowThatCannotBeMadeIsDoneWithout) {
+  capture.isPlaying.set(false);
   desktop.windows.refuseWindows();
   log({move(0), move(1)});
   capture.isPlaying.set(true);
