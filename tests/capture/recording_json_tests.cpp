@@ -124,11 +124,6 @@ TEST(RecordingJson, AcceptsMembersInAnyOrderAndIgnoresUnknownOnes) {
   EXPECT_EQ(decoded(with(title, R"("title":"old","charArray":[1,2,3],)" + title)), sample());
 }
 
-TEST(RecordingJson, AcceptsColumnsOfUnequalLength) {
-  EXPECT_THAT(decoded(with("[65535,0]", "[1]")).charArray, ElementsAre(1));
-  EXPECT_THAT(decoded(with("[0,2]", "[]")).clickCountArray, ElementsAre());
-}
-
 TEST(RecordingJson, IsInvalidWithoutAnyOneOfItsMembers) {
   for (const char* name : {"title", "uniqueID", "typeArray", "timestampArray", "locXArray",
                            "locYArray", "scrollingDeltaXArray", "scrollingDeltaYArray", "charArray",

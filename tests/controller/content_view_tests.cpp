@@ -130,19 +130,6 @@ TEST_F(ContentViewTest, ButtonsFollowThePointerTheToolbarsNotWhileRecording) {
   EXPECT_THAT(opacities(), ElementsAre(1.0, 1.0, 0.75, 0.75));
 }
 
-TEST_F(ContentViewTest, ASavedRecordingIsLoadedAndPlayed) {
-  view->onAppear();
-  record({keyDown(10, 1), keyUp(11, 1), move(12)});
-  view->saveButtonPressed();
-  record({leftDown(0)});
-  view->loadButtonPressed(0);
-  view->playButtonPressed();
-  advance(10);
-  EXPECT_THAT(posted(),
-              ElementsAre(TypeAndTime{EventType::keyDown, 0.0}, TypeAndTime{EventType::keyUp, 1.0},
-                          TypeAndTime{EventType::mouseMoved, 2.0}));
-}
-
 TEST_F(ContentViewTest, RecordsAndPlaysTwiceWithAWait) {
   view->onAppear();
   settings.repeatPlayback.set(true);

@@ -157,31 +157,51 @@ TEST_F(RepeatControllerTest, PlayDuringARepeatingPlaybackRestartsTheCount) {
 }
 
 TEST_F(RepeatControllerTest, NothingToPlayRaisesTheAlertAndNothingElse) {
-  const auto refuses = [&] {
+  for (const char* type : {"", recording_type::unsaved, recording_type::saved, "other"}) {
+    capture.recordingType.set(type);
     playCount.set(4);
     state.showingPlayAlert.set(false);
     play();
-    return state.showingPlayAlert.get() && playCount.get() == 0 && !playing();
-  };
-  EXPECT_TRUE(refuses());
-  capture.recordingType.set("unsaved");
-  EXPECT_TRUE(refuses());
-  load({});
-  EXPECT_TRUE(refuses());
+    EXPECT_TRUE(state.showingPlayAlert.get()) << type;
+    EXPECT_EQ(playCount.get(), 0) << type;
+  }
+  EXPECT_FALSE(playing());
   EXPECT_THAT(lines(), IsEmpty());
   EXPECT_EQ(state.repeatTimer, nullptr);
 }
 
 TEST_F(RepeatControllerTest, ASingleEventPlaysNothingForTheDurationThatIsKnown) {
+  log({move(5)});
   load({move(5)});
-  capture.recordingTime = 2;
-  play();
-  EXPECT_TRUE(playing());
-  advance(1.9);
-  EXPECT_TRUE(playing());
-  advance(0.1);
-  EXPECT_FALSE(playing());
+  for (const char* type : {recording_type::unsaved, recording_type::saved}) {
+    capture.recordingType.set(type);
+    capture.recordingTime = 2;
+    play();
+    advance(1.9);
+    EXPECT_TRUE(playing()) << type;
+    advance(0.1);
+    EXPECT_FALSE(playing()) << type;
+  }
   EXPECT_THAT(posted(), IsEmpty());
+  EXPECT_FALSE(state.showingPlayAlert.get());
+}
+
+TEST_F(RepeatControllerTest, ARecordingThatIsEmptiedRaisesTheAlertWithTheNextRun) {
+  repeat(0);
+  for (const char* type : {recording_type::unsaved, recording_type::saved}) {
+    log({move(0), move(1)});
+    load({move(0), move(1)});
+    capture.recordingType.set(type);
+    play();
+    advance(0.5);
+    capture.eventLog.clear();
+    state.loadedRecording = {};
+    EXPECT_FALSE(state.showingPlayAlert.get());
+    advance(0.5);
+    EXPECT_TRUE(state.showingPlayAlert.get()) << type;
+    state.showingPlayAlert.set(false);
+    escape();
+  }
 }
 
 TEST_F(RepeatControllerTest, EscapeCancelsTheRunLetsGoOfItsButtonAndLeavesItsEndToBeCounted) {
