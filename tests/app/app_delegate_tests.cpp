@@ -11,6 +11,7 @@ using ::testing::_;
 using ::testing::ElementsAre;
 using ::testing::FieldsAre;
 using ::testing::IsEmpty;
+using ::testing::Pair;
 
 class AppDelegateTest : public testing::SimulatedTest {
  protected:
@@ -45,8 +46,8 @@ TEST_F(AppDelegateTest, ALaunchWithoutPermissionOpensTheWindowAndClicksWhereTheP
   const auto& window = *desktop.windows.records()[0];
   EXPECT_TRUE(window.visible);
   EXPECT_TRUE(std::dynamic_pointer_cast<AuthorizeView>(window.view.lock()));
-  EXPECT_THAT(posted(), ElementsAre(TypeAndTime{EventType::leftMouseDown, 0.0},
-                                    TypeAndTime{EventType::leftMouseUp, 0.0}));
+  EXPECT_THAT(posted(),
+              ElementsAre(Pair(EventType::leftMouseDown, 0), Pair(EventType::leftMouseUp, 0)));
   for (const auto& [time, event] : desktop.eventSynthesis.posted()) {
     EXPECT_EQ(event.position, (Point{100, 700}));
     EXPECT_EQ(event.button, MouseButton::left);

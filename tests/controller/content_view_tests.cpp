@@ -1,10 +1,8 @@
-#include <memory>
-#include <utility>
+#include <string>
 #include <vector>
 
-#include "controller/content_view.h"
+#include "controller/library_fixture.h"
 #include "controller/shortcut_names.h"
-#include "support/simulated_fixture.h"
 
 namespace tapeloop {
 namespace {
@@ -15,39 +13,27 @@ using ::testing::ElementsAre;
 using ::testing::Field;
 using ::testing::FieldsAre;
 using ::testing::IsEmpty;
+using ::testing::Pair;
 
 constexpr simulated::ScriptedHotKeyService::Combination escape{53, 0};
 constexpr Shortcut commandP{35, cmdKey};
 
-/// The program without its window.
-class ContentViewTest : public SimulatedTest {
- protected:
-  void record(const std::vector<InputEvent>& events) {
-    view->recordButtonPressed();
-    for (const InputEvent& event : events) deliver(event);
-    view->recordButtonPressed();
-  }
-
-  Settings settings{desktop.defaults};
-  std::unique_ptr<ContentView> view = std::make_unique<ContentView>(desktop.services(), settings);
-};
+using ContentViewTest = LibraryTest;
 
 TEST_F(ContentViewTest, AppearingTakesTheScreenEmptiesTheLogAndAsksForAReviewWherePossible) {
-  const auto screens = std::exchange(desktop.screens.list, {});
-  desktop.permission.granted = false;
-  view->onAppear();
-  EXPECT_EQ(view->playbackState().widthScreen, 5.0);
-  EXPECT_EQ(view->captureState().heightScreen, 5.0);
-  EXPECT_EQ(desktop.review.requests, 0);
-
-  desktop.screens.list = screens;
-  desktop.permission.granted = true;
-  view->captureState().eventLog.append(move(1));
-  view->onAppear();
   EXPECT_EQ(view->playbackState().widthScreen, 1440);
   EXPECT_EQ(view->captureState().heightScreen, 900);
+  capture({move(1)});
+  view->onAppear();
   EXPECT_TRUE(view->captureState().eventLog.empty());
-  EXPECT_EQ(desktop.review.requests, 1);
+  EXPECT_EQ(desktop.review.requests, 2);
+
+  desktop.screens.list.clear();
+  desktop.permission.granted = false;
+  open();
+  EXPECT_EQ(view->playbackState().widthScreen, 5.0);
+  EXPECT_EQ(view->captureState().heightScreen, 5.0);
+  EXPECT_EQ(desktop.review.requests, 2);
 }
 
 TEST_F(ContentViewTest, AlertsAndTheSheetComeAndGo) {
@@ -89,7 +75,6 @@ TEST_F(ContentViewTest, ThePrivacyPolicyIsOpenedAndSaidOnlyIfItWas) {
 }
 
 TEST_F(ContentViewTest, DisabledButtonsDoNothingWhileShortcutsAndMenusGoOn) {
-  view->onAppear();
   record({move(1), move(2)});
   view->saveButtonPressed();
   view->recordButtonPressed();
@@ -131,7 +116,6 @@ TEST_F(ContentViewTest, ButtonsFollowThePointerTheToolbarsNotWhileRecording) {
 }
 
 TEST_F(ContentViewTest, RecordsAndPlaysTwiceWithAWait) {
-  view->onAppear();
   settings.repeatPlayback.set(true);
   settings.timesToRepeat.set(2);
   settings.waitBeforeRepeating.set(true);
@@ -146,13 +130,11 @@ TEST_F(ContentViewTest, RecordsAndPlaysTwiceWithAWait) {
   EXPECT_FALSE(view->captureState().isPlaying.get());
   desktop.hotKeys.release({35, cmdKey});
   advance(60);
-  EXPECT_THAT(
-      posted(),
-      ElementsAre(TypeAndTime{EventType::leftMouseDown, 0.0},
-                  TypeAndTime{EventType::leftMouseUp, 0.5}, TypeAndTime{EventType::keyDown, 1.0},
-                  TypeAndTime{EventType::keyUp, 1.25}, TypeAndTime{EventType::leftMouseDown, 4.25},
-                  TypeAndTime{EventType::leftMouseUp, 4.75},
-                  TypeAndTime{EventType::keyDown, 5.25}));
+  EXPECT_THAT(posted(),
+              ElementsAre(Pair(EventType::leftMouseDown, 0), Pair(EventType::leftMouseUp, 0.5),
+                          Pair(EventType::keyDown, 1), Pair(EventType::keyUp, 1.25),
+                          Pair(EventType::leftMouseDown, 4.25), Pair(EventType::leftMouseUp, 4.75),
+                          Pair(EventType::keyDown, 5.25)));
   // The count cancels the last event of the last run; what it left down is released all the same.
   EXPECT_THAT(desktop.eventSynthesis.released(),
               ElementsAre(FieldsAre(5.5, AllOf(Field(&SyntheticEvent::type, EventType::keyUp),
@@ -165,7 +147,6 @@ TEST_F(ContentViewTest, RecordsAndPlaysTwiceWithAWait) {
 }
 
 TEST_F(ContentViewTest, EscapeIsTakenWhileSomethingPlaysAndLeavesNothingOfTheRun) {
-  view->onAppear();
   view->onToolbarAppear();
   record({keyDown(0, 1), keyUp(10, 1)});
   view->playButtonPressed();
@@ -186,7 +167,6 @@ TEST_F(ContentViewTest, EscapeIsTakenWhileSomethingPlaysAndLeavesNothingOfTheRun
 
 TEST_F(ContentViewTest, AStoreThatCannotBeWrittenKeepsNothingFromWorking) {
   desktop.defaults.setStatus(StoreStatus::diskFull);
-  view->onAppear();
   view->recordButtonPressed();
   for (int i = 0; i < 1000; ++i) deliver(move(100 + i * 0.001));
   EXPECT_EQ(settings.startStopButtonText.get(), "Stop Recording");
@@ -201,7 +181,6 @@ TEST_F(ContentViewTest, AStoreThatCannotBeWrittenKeepsNothingFromWorking) {
 }
 
 TEST_F(ContentViewTest, QuittingInTheMiddleOfPlaybackAndOfCaptureEndsCleanly) {
-  view->onAppear();
   settings.repeatPlayback.set(true);
   record({leftDown(0), leftUp(10)});
   view->playButtonPressed();
@@ -211,8 +190,7 @@ TEST_F(ContentViewTest, QuittingInTheMiddleOfPlaybackAndOfCaptureEndsCleanly) {
   EXPECT_THAT(desktop.eventSynthesis.heldButtons(), IsEmpty());
   EXPECT_EQ(desktop.windows.visibleWindows(), 0u);
 
-  view = std::make_unique<ContentView>(desktop.services(), settings);
-  view->onAppear();
+  open();
   view->recordButtonPressed();
   desktop.inputMonitor.holdBack(move(1));
   view.reset();

@@ -9,6 +9,7 @@ using ::testing::ElementsAre;
 using ::testing::Field;
 using ::testing::FieldsAre;
 using ::testing::IsEmpty;
+using ::testing::Pair;
 
 /// Single runs, without the controller that repeats them.
 class PlaybackSchedulerTest : public PlaybackTest {
@@ -77,8 +78,7 @@ TEST_F(PlaybackSchedulerTest, ALoggedEventIsPostedAsItWasEvenWhenTheLogIsEmptied
   capture.eventLog.clear();
   capture.eventLog.append(move(5));
   advance(1);
-  EXPECT_THAT(posted(), ElementsAre(TypeAndTime{EventType::keyDown, 0.0},
-                                    TypeAndTime{EventType::keyUp, 1.0}));
+  EXPECT_THAT(posted(), ElementsAre(Pair(EventType::keyDown, 0), Pair(EventType::keyUp, 1)));
 }
 
 TEST_F(PlaybackSchedulerTest, ALoadedRecordingIsReadWhenItsTimersFire) {
@@ -87,8 +87,7 @@ TEST_F(PlaybackSchedulerTest, ALoadedRecordingIsReadWhenItsTimersFire) {
   advance(0.5);
   state.loadedRecording = makeRecording({move(0), scroll(1, 0, 5)});
   advance(5);
-  EXPECT_THAT(posted(), ElementsAre(TypeAndTime{EventType::keyDown, 0.0},
-                                    TypeAndTime{EventType::scrollWheel, 1.0}));
+  EXPECT_THAT(posted(), ElementsAre(Pair(EventType::keyDown, 0), Pair(EventType::scrollWheel, 1)));
 }
 
 TEST_F(PlaybackSchedulerTest, TheTimersOfAnEarlierRunCannotBeCancelledAnyMore) {
@@ -101,8 +100,7 @@ TEST_F(PlaybackSchedulerTest, TheTimersOfAnEarlierRunCannotBeCancelledAnyMore) {
   scheduler->stopPlayback();
   EXPECT_TRUE(holding()) << "the first run still has the key to release";
   advance(20);
-  EXPECT_THAT(posted(), ElementsAre(TypeAndTime{EventType::keyDown, 0.0},
-                                    TypeAndTime{EventType::keyUp, 10.0}));
+  EXPECT_THAT(posted(), ElementsAre(Pair(EventType::keyDown, 0), Pair(EventType::keyUp, 10)));
   EXPECT_FALSE(holding());
   EXPECT_THAT(desktop.eventSynthesis.released(), IsEmpty());
 }
