@@ -12,31 +12,14 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include "platform/linux/run_loop.h"
+#include "linux/epoll_harness.h"
 #include "platform/linux/signals.h"
-#include "platform/run_loop_contract.h"
 
 namespace tapeloop::linux {
 namespace {
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
-
-struct EpollHarness {
-  EpollRunLoop epollLoop;
-  RunLoop& loop() { return epollLoop; }
-  bool turnUntil(const std::function<bool()>& done) {
-    const auto limit = std::chrono::steady_clock::now() + 20s;
-    epollLoop.endTurn();
-    while (!done()) {
-      if (std::chrono::steady_clock::now() > limit) return false;
-      pollfd request{epollLoop.fileDescriptor(), POLLIN, 0};
-      ::poll(&request, 1, 1000);
-      epollLoop.dispatch();
-    }
-    return true;
-  }
-};
 
 struct Pipe {
   Pipe() {
@@ -240,7 +223,3 @@ TEST_F(EpollRunLoopTest, ReportsSignalsInATurnAndRestoresWhatTheyDid) {
 
 }  // namespace
 }  // namespace tapeloop::linux
-
-namespace tapeloop {
-INSTANTIATE_TYPED_TEST_SUITE_P(Epoll, RunLoopContract, linux::EpollHarness);
-}

@@ -12,7 +12,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/defaults_store_contract.h"
 #include "platform/linux/sqlite_defaults_store.h"
 #include "support/temporary_folder.h"
 
@@ -20,13 +19,6 @@ namespace tapeloop::linux {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct SqliteHarness {
-  DefaultsStore& store() { return *opened.store; }
-  support::TemporaryFolder folder;
-  SqliteDefaultsStore::Opened opened =
-      SqliteDefaultsStore::open(folder.path() / "defaults.sqlite3");
-};
 
 std::string contents(const fs::path& file) {
   std::ifstream stream(file, std::ios::binary);
@@ -239,7 +231,3 @@ TEST_F(SqliteDefaultsStoreTest, LeavesAloneWhatAnotherConnectionHoldsAndAValueTh
 
 }  // namespace
 }  // namespace tapeloop::linux
-
-namespace tapeloop {
-INSTANTIATE_TYPED_TEST_SUITE_P(Sqlite, DefaultsStoreContract, linux::SqliteHarness);
-}  // namespace tapeloop

@@ -1,5 +1,4 @@
-#pragma once
-
+// What every defaults store promises, the simulated one like the real one.
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -11,12 +10,28 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/defaults_store.h"
+#include "platform/linux/sqlite_defaults_store.h"
+#include "platform/simulated/defaults_store.h"
+#include "support/temporary_folder.h"
 
 namespace tapeloop {
+namespace {
 
-/// What every defaults store promises. `Harness` has `DefaultsStore& store()`, which is empty at
-/// first.
+using namespace std::string_literals;
+
+struct SqliteHarness {
+  DefaultsStore& store() { return *opened.store; }
+  support::TemporaryFolder folder;
+  linux::SqliteDefaultsStore::Opened opened =
+      linux::SqliteDefaultsStore::open(folder.path() / "defaults.sqlite3");
+};
+
+// Hands everything on to a store in memory while it is told of no fault.
+struct SimulatedHarness {
+  DefaultsStore& store() { return faultyStore; }
+  simulated::FaultyDefaultsStore faultyStore;
+};
+
 template <typename Harness>
 class DefaultsStoreContract : public testing::Test {
  protected:
@@ -28,44 +43,35 @@ class DefaultsStoreContract : public testing::Test {
   Harness harness_;
 };
 
-TYPED_TEST_SUITE_P(DefaultsStoreContract);
+using Harnesses = testing::Types<SqliteHarness, SimulatedHarness>;
+TYPED_TEST_SUITE(DefaultsStoreContract, Harnesses);
 
-TYPED_TEST_P(DefaultsStoreContract, ReplacesAValueAndReturnsItWithItsTypeAndEveryByte) {
-  using namespace std::string_literals;
+TYPED_TEST(DefaultsStoreContract, ReplacesAValueAndReturnsItWithItsTypeAndEveryByte) {
   using Integers = std::numeric_limits<std::int64_t>;
   using Reals = std::numeric_limits<double>;
-  // Those of different types that are alike beside each other.
-  const std::vector<DefaultsValue> values = {std::int64_t{0},
-                                             false,
-                                             true,
-                                             std::int64_t{1},
-                                             1.0,
-                                             "1"s,
-                                             ""s,
-                                             0.5,
-                                             Integers::min(),
-                                             Integers::max(),
-                                             Reals::infinity(),
-                                             Reals::denorm_min(),
-                                             "a\0b\0"s,
-                                             "\xff\xfe not UTF-8"s,
-                                             "漢字 'quoted'; --"s,
-                                             std::string(std::size_t{20} << 20, 'x')};
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    this->set(values[i], "key");
-    EXPECT_TRUE(this->store().objectForKey("key") == values[i]) << i;
-  }
-  for (const double value : {-0.0, std::nan("0x123"), -std::nan("")}) {
+  const auto readBack = [this](const DefaultsValue& value) {
     this->set(value, "key");
-    const auto read = this->store().objectForKey("key");
+    return this->store().objectForKey("key");
+  };
+  for (const bool value : {false, true}) EXPECT_EQ(readBack(value), DefaultsValue(value));
+  for (const std::int64_t value : {std::int64_t{1}, Integers::min(), Integers::max()}) {
+    EXPECT_EQ(readBack(value), DefaultsValue(value));
+  }
+  for (const double value : {1.0, -0.0, 0.5, Reals::infinity(), Reals::denorm_min(),
+                             std::nan("0x123"), -std::nan("")}) {
+    const auto read = readBack(value);
     ASSERT_TRUE(read && std::holds_alternative<double>(*read));
     EXPECT_EQ(std::bit_cast<std::uint64_t>(std::get<double>(*read)),
               std::bit_cast<std::uint64_t>(value));
   }
+  const std::string longText(std::size_t{20} << 20, 'x');
+  for (const std::string& value : {"1"s, ""s, "a\0b\0"s, "\xff\xfe not UTF-8"s, "漢字 'quoted'; --"s,
+                                   longText}) {
+    EXPECT_TRUE(readBack(value) == DefaultsValue(value)) << value.size();
+  }
 }
 
-TYPED_TEST_P(DefaultsStoreContract, TellsKeysApartByEveryByte) {
-  using namespace std::string_literals;
+TYPED_TEST(DefaultsStoreContract, TellsKeysApartByEveryByte) {
   const std::string keys[] = {"key", "KEY", "key\0"s, ""};
   for (const std::string& key : keys) this->set("at " + key, key);
   for (const std::string& key : keys) {
@@ -74,7 +80,7 @@ TYPED_TEST_P(DefaultsStoreContract, TellsKeysApartByEveryByte) {
   EXPECT_FALSE(this->store().objectForKey("ke"));
 }
 
-TYPED_TEST_P(DefaultsStoreContract, TellsTheObserversOfAKeyAfterEachWrite) {
+TYPED_TEST(DefaultsStoreContract, TellsTheObserversOfAKeyAfterEachWrite) {
   std::vector<std::optional<DefaultsValue>> seen;
   auto subscription =
       this->store().observe("key", [&] { seen.push_back(this->store().objectForKey("key")); });
@@ -87,7 +93,7 @@ TYPED_TEST_P(DefaultsStoreContract, TellsTheObserversOfAKeyAfterEachWrite) {
   EXPECT_THAT(seen, testing::ElementsAre(two, two));
 }
 
-TYPED_TEST_P(DefaultsStoreContract, LetsAnObserverWriteAndEndItself) {
+TYPED_TEST(DefaultsStoreContract, LetsAnObserverWriteAndEndItself) {
   Subscription subscription = this->store().observe("key", [&] {
     subscription.reset();
     this->set(std::int64_t{2}, "key");
@@ -96,7 +102,7 @@ TYPED_TEST_P(DefaultsStoreContract, LetsAnObserverWriteAndEndItself) {
   EXPECT_EQ(this->store().objectForKey("key"), DefaultsValue(std::int64_t{2}));
 }
 
-TYPED_TEST_P(DefaultsStoreContract, StoresTheWritesOfATransactionTogether) {
+TYPED_TEST(DefaultsStoreContract, StoresTheWritesOfATransactionTogether) {
   this->set(std::string("old"), "first");
   std::vector<std::optional<DefaultsValue>> seen;
   const auto subscription = this->store().observe("first", [&] {
@@ -115,7 +121,7 @@ TYPED_TEST_P(DefaultsStoreContract, StoresTheWritesOfATransactionTogether) {
   EXPECT_EQ(this->store().transaction([](const DefaultsStore::Writer&) {}), StoreStatus::stored);
 }
 
-TYPED_TEST_P(DefaultsStoreContract, ItsOwnWritesAreNotForeign) {
+TYPED_TEST(DefaultsStoreContract, ItsOwnWritesAreNotForeign) {
   const auto revision = this->store().foreignRevision();
   this->set(true, "key");
   EXPECT_EQ(
@@ -124,10 +130,5 @@ TYPED_TEST_P(DefaultsStoreContract, ItsOwnWritesAreNotForeign) {
   EXPECT_EQ(this->store().foreignRevision(), revision);
 }
 
-REGISTER_TYPED_TEST_SUITE_P(DefaultsStoreContract,
-                            ReplacesAValueAndReturnsItWithItsTypeAndEveryByte,
-                            TellsKeysApartByEveryByte, TellsTheObserversOfAKeyAfterEachWrite,
-                            LetsAnObserverWriteAndEndItself, StoresTheWritesOfATransactionTogether,
-                            ItsOwnWritesAreNotForeign);
-
+}  // namespace
 }  // namespace tapeloop
