@@ -57,16 +57,16 @@ TYPED_TEST(DefaultsStoreContract, ReplacesAValueAndReturnsItWithItsTypeAndEveryB
   for (const std::int64_t value : {std::int64_t{1}, Integers::min(), Integers::max()}) {
     EXPECT_EQ(readBack(value), DefaultsValue(value));
   }
-  for (const double value : {1.0, -0.0, 0.5, Reals::infinity(), Reals::denorm_min(),
-                             std::nan("0x123"), -std::nan("")}) {
+  for (const double value :
+       {1.0, -0.0, 0.5, Reals::infinity(), Reals::denorm_min(), std::nan("0x123"), -std::nan("")}) {
     const auto read = readBack(value);
     ASSERT_TRUE(read && std::holds_alternative<double>(*read));
     EXPECT_EQ(std::bit_cast<std::uint64_t>(std::get<double>(*read)),
               std::bit_cast<std::uint64_t>(value));
   }
   const std::string longText(std::size_t{20} << 20, 'x');
-  for (const std::string& value : {"1"s, ""s, "a\0b\0"s, "\xff\xfe not UTF-8"s, "漢字 'quoted'; --"s,
-                                   longText}) {
+  for (const std::string& value :
+       {"1"s, ""s, "a\0b\0"s, "\xff\xfe not UTF-8"s, "漢字 'quoted'; --"s, longText}) {
     EXPECT_TRUE(readBack(value) == DefaultsValue(value)) << value.size();
   }
 }

@@ -29,9 +29,8 @@ void writeContents(const fs::path& file, const std::string& text) {
   std::ofstream(file, std::ios::binary | std::ios::trunc) << text;
 }
 
-unsigned modeOf(const fs::path& path) {
-  struct stat status {};
-  return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 0777U : 0;
+fs::perms modeOf(const fs::path& path) {
+  return fs::status(path).permissions();
 }
 
 /// The exit code of `body` in a child process.
@@ -64,13 +63,13 @@ TEST_F(SqliteDefaultsStoreTest, IsMadeForItsOwnerAloneAndKeepsItsValues) {
     EXPECT_EQ(opened.message, "");
     EXPECT_EQ(opened.store->setObjectForKey(0.5, "timesToRepeat"), StoreStatus::stored);
     for (const auto& entry : fs::directory_iterator(file_.parent_path())) {
-      EXPECT_EQ(modeOf(entry.path()), 0600U) << entry.path();
+      EXPECT_EQ(modeOf(entry.path()), fs::perms(0600)) << entry.path();
     }
   }
-  EXPECT_EQ(modeOf(file_.parent_path()), 0700U);
+  EXPECT_EQ(modeOf(file_.parent_path()), fs::perms(0700));
   ::chmod(file_.c_str(), 0644);
   EXPECT_EQ(open().store->objectForKey("timesToRepeat"), DefaultsValue(0.5));
-  EXPECT_EQ(modeOf(file_), 0600U);
+  EXPECT_EQ(modeOf(file_), fs::perms(0600));
 }
 
 TEST_F(SqliteDefaultsStoreTest, IsFoundUnderTheDataFolderOfTheUser) {

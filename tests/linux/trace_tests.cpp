@@ -4,10 +4,12 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -51,9 +53,15 @@ Ends makeEnds(EndsKind kind) {
 
 class TraceTest : public testing::Test {
  protected:
-  void writeLines(int first, int count) {
+  /// So many lines within a turn.
+  void writeLines(int count, int first = 0) {
     const std::string rest(40, '.');
     for (int i = first; i < first + count; ++i) trace_->writeLine(std::to_string(i) + rest);
+    loop_.endTurn();
+  }
+  void writeTurn(std::string_view line) {
+    trace_->writeLine(line);
+    loop_.endTurn();
   }
   void trace(const FileDescriptor& descriptor) {
     trace_ = std::make_unique<StandardOutputTrace>(loop_, descriptor.get());
@@ -107,8 +115,7 @@ TEST_F(TraceTest, KeepsWhatASlowReaderHasNotTaken) {
   for (const EndsKind kind : {EndsKind::pipe, EndsKind::socket}) {
     const Ends ends = makeEnds(kind);
     trace(ends.writer);
-    writeLines(0, count);
-    loop_.endTurn();
+    writeLines(count);
     const std::string text = readSlowly(ends);
     EXPECT_EQ(std::ranges::count(text, '\n'), count);
     EXPECT_THAT(text, EndsWith("\n19999" + std::string(40, '.') + "\n"));
@@ -120,17 +127,15 @@ TEST_F(TraceTest, DropsTheNewestLinesBeyondTheBoundAndSaysHowMany) {
   const Ends ends = makeEnds(EndsKind::pipe);
   trace(ends.writer);
   constexpr int count = 400'000;
-  writeLines(0, count);
-  loop_.endTurn();
-  writeLines(count, 5);
+  writeLines(count);
+  writeLines(5, count);
   const std::string text = readSlowly(ends);
   const auto kept = std::ranges::count(text, '\n') - 1;
   EXPECT_LE(text.size(), StandardOutputTrace::bound + 2 * pipeSize + 100);
   EXPECT_GE(text.size(), StandardOutputTrace::bound);
   EXPECT_THAT(text, EndsWith("\n" + std::to_string(kept - 1) + std::string(40, '.') + "\n... " +
                              std::to_string(count + 5 - kept) + " lines lost\n"));
-  trace_->writeLine("again");
-  loop_.endTurn();
+  writeTurn("again");
   EXPECT_EQ(ends.read(), "again\n");
 }
 
@@ -138,46 +143,36 @@ TEST_F(TraceTest, SurvivesAReaderThatGoesAwayAndADescriptorThatIsNotOpenOrNotWri
   for (const EndsKind kind : {EndsKind::pipe, EndsKind::socket}) {
     Ends ends = makeEnds(kind);
     trace(ends.writer);
-    writeLines(0, 20'000);
-    loop_.endTurn();
+    writeLines(20'000);
     ends.reader = FileDescriptor();
     loop_.dispatch();
-    writeLines(0, 20'000);
-    loop_.endTurn();
+    writeLines(20'000);
     trace_.reset();
   }
   const FileDescriptor readOnly(::open("/proc/self/status", O_RDONLY | O_CLOEXEC));
   const FileDescriptor none;
   for (const FileDescriptor* each : {&none, &readOnly}) {
     trace(*each);
-    writeLines(0, 10);
-    loop_.endTurn();
+    writeLines(10);
   }
 }
 
 TEST_F(TraceTest, TriesAgainWhenTheDiskWasFull) {
   const FileDescriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
   ASSERT_TRUE(full);
-  const FileDescriptor keptFull(::dup(full.get()));
   // A regular file is written through the caller's descriptor, which can be turned into another.
-  std::string path = testing::TempDir() + "/trace.XXXXXX";
-  const FileDescriptor file(::mkstemp(path.data()));
+  const FileDescriptor file(::memfd_create("trace", MFD_CLOEXEC));
   const FileDescriptor output(::dup(file.get()));
   trace(output);
   ::dup2(full.get(), output.get());
-  writeLines(0, 10);
-  loop_.endTurn();
-  writeLines(0, 1);
-  loop_.endTurn();
+  writeLines(10);
+  writeLines(1);
   ::dup2(file.get(), output.get());
-  trace_->writeLine("dropped with the rest");
-  loop_.endTurn();
-  trace_->writeLine("again");
-  loop_.endTurn();
+  writeTurn("dropped with the rest");
+  writeTurn("again");
   std::array<char, 100> text{};
   EXPECT_GT(::pread(file.get(), text.data(), text.size(), 0), 0);
   EXPECT_STREQ(text.data(), "... 12 lines lost\nagain\n");
-  ::unlink(path.c_str());
 }
 
 TEST(StandardDescriptors, AreOpenAfterwards) {
