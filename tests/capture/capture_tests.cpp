@@ -1,7 +1,9 @@
+#include <limits>
 #include <memory>
 #include <string>
 
 #include "capture/capture.h"
+#include "capture/event_description.h"
 #include "capture/recording_view.h"
 #include "support/simulated_fixture.h"
 
@@ -9,7 +11,9 @@ namespace tapeloop {
 namespace {
 
 using namespace testing;
+using ::testing::AllOf;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
@@ -179,6 +183,63 @@ TEST_F(CaptureTest, AMonitorIsRemovedWithItsLastReference) {
   EXPECT_EQ(desktop.inputMonitor.installed(), 1u);
   monitor.reset();
   EXPECT_EQ(desktop.inputMonitor.installed(), 0u);
+}
+
+TEST(EventDescriptionTest, TellsTypeLocationTimeAndFlagsHoweverLongTheyAre) {
+  InputEvent event = keyDown(1234.5, 7, 0x20102);
+  event.locationInWindow = {12.25, -3};
+  EXPECT_EQ(EventDescription(event).text(),
+            "Optional(keyDown at (12.25, -3) time 1234.5 flags 0x20102)");
+  const double longest = -std::numeric_limits<double>::max() / 3;
+  event = mouse(static_cast<EventType>(0xffffffff), longest, {longest, longest});
+  event.modifierFlags = std::numeric_limits<std::uint64_t>::max();
+  EXPECT_THAT(
+      std::string(EventDescription(event).text()),
+      AllOf(StartsWith("Optional(type 4294967295 at ("), EndsWith(" flags 0xffffffffffffffff)")));
+}
+
+class RecordingViewTest : public SimulatedTest {
+ protected:
+  std::shared_ptr<RecordingView> view = std::make_shared<RecordingView>(desktop.runLoop);
+  double opacity() { return view->circleOpacity().get(); }
+};
+
+TEST_F(RecordingViewTest, TheDotIsShownForASecondAndHiddenForASecond) {
+  view->onAppear();
+  for (int period = 0; period < 3; ++period) {
+    EXPECT_EQ(opacity(), 1.0);
+    advance(0.999);
+    EXPECT_EQ(opacity(), 1.0);
+    advance(0.001);
+    EXPECT_EQ(opacity(), 0.0);
+    advance(0.999);
+    EXPECT_EQ(opacity(), 0.0);
+    advance(0.001);
+  }
+}
+
+TEST_F(RecordingViewTest, ADepartedViewHidesOnceMoreAndStopsBlinkingAndOneThatIsGoneIsNotTouched) {
+  view->onAppear();
+  view->onDisappear();
+  advance(1);
+  EXPECT_EQ(opacity(), 0.0);
+  advance(10);
+  EXPECT_EQ(opacity(), 0.0);
+  EXPECT_EQ(desktop.runLoop.timers().size(), 0u);
+  view->onAppear();
+  view.reset();
+  advance(10);
+  EXPECT_EQ(desktop.runLoop.timers().size(), 0u);
+}
+
+TEST_F(RecordingViewTest, AppearingAgainRestartsTheBlinking) {
+  view->onAppear();
+  advance(0.5);
+  view->onAppear();
+  advance(2);
+  EXPECT_EQ(opacity(), 1.0);
+  advance(0.75);  // the first of two timers would have hidden the dot half a second early
+  EXPECT_EQ(opacity(), 1.0);
 }
 
 }  // namespace

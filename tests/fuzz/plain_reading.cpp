@@ -123,36 +123,35 @@ bool read(const Value& value, std::vector<T>& column) {
   });
 }
 
-bool readMember(std::string_view name, const Value& value, Recording& r) {
-  if (name == "title") return read(value, r.title);
-  if (name == "uniqueID") return read(value, r.uniqueID);
-  if (name == "typeArray") return read(value, r.typeArray);
-  if (name == "timestampArray") return read(value, r.timestampArray);
-  if (name == "locXArray") return read(value, r.locXArray);
-  if (name == "locYArray") return read(value, r.locYArray);
-  if (name == "scrollingDeltaXArray") return read(value, r.scrollingDeltaXArray);
-  if (name == "scrollingDeltaYArray") return read(value, r.scrollingDeltaYArray);
-  if (name == "charArray") return read(value, r.charArray);
-  if (name == "modifierArray") return read(value, r.modifierArray);
-  if (name == "clickCountArray") return read(value, r.clickCountArray);
-  return true;
-}
-
-bool isKnown(std::string_view name) {
-  Recording none;
-  return !readMember(name, Value(), none);
+/// Calls `visit` with the name and the place of each member.
+template <typename Visit>
+void forEachMember(Recording& r, const Visit& visit) {
+  visit("title", r.title);
+  visit("uniqueID", r.uniqueID);
+  visit("typeArray", r.typeArray);
+  visit("timestampArray", r.timestampArray);
+  visit("locXArray", r.locXArray);
+  visit("locYArray", r.locYArray);
+  visit("scrollingDeltaXArray", r.scrollingDeltaXArray);
+  visit("scrollingDeltaYArray", r.scrollingDeltaYArray);
+  visit("charArray", r.charArray);
+  visit("modifierArray", r.modifierArray);
+  visit("clickCountArray", r.clickCountArray);
 }
 
 std::optional<Recording> readRecord(const Value& object) {
   if (!object.IsObject()) return std::nullopt;
   Recording recording;
   std::set<std::string_view> known;
+  bool isValid = true;
   for (const auto& member : object.GetObject()) {
-    const auto name = textOf(member.name);
-    if (!readMember(name, member.value, recording)) return std::nullopt;
-    if (isKnown(name)) known.insert(name);
+    forEachMember(recording, [&](std::string_view name, auto& place) {
+      if (name != textOf(member.name)) return;
+      known.insert(name);
+      isValid = read(member.value, place) && isValid;
+    });
   }
-  if (known.size() != memberCount) return std::nullopt;
+  if (!isValid || known.size() != memberCount) return std::nullopt;
   return recording;
 }
 
