@@ -22,11 +22,10 @@ Recording sample() {
                     .timestamp = 0.1,
                     .locationInWindow = {1920, -0.5},
                     .modifierFlags = modifier_flag::shift});
-  InputEvent release;
-  release.type = EventType::leftMouseUp;
-  release.timestamp = 1e300;
-  release.clickCount = 2;
-  recording.append(release);
+  recording.append({.type = EventType::leftMouseUp,
+                    .timestamp = 1e300,
+                    .locationInWindow = {},
+                    .clickCount = 2});
   return recording;
 }
 

@@ -37,12 +37,9 @@ TEST(RecordingList, WhatOtherWritersLeftInTheTextIsDropped) {
     changed.replace(changed.find(from), from.size(), to);
     return changed;
   };
-  std::string lowerCase = text;
   const std::string id = records[1].uniqueID.text();
-  for (std::size_t i = 0; i < id.size(); ++i) {
-    char& digit = lowerCase[text.find(id) + i];
-    digit = static_cast<char>(std::tolower(static_cast<unsigned char>(digit)));
-  }
+  std::string lowerCase = id;
+  for (char& digit : lowerCase) digit = static_cast<char>(std::tolower(digit));
   for (const std::string& foreign : {
            replaced("{\"title\":\"two", "{\"color\":[{\"title\":\"red\"},{}],\"title\":\"two"),
            replaced("}]", ",\"color\":\"red\"}]"),
@@ -53,7 +50,7 @@ TEST(RecordingList, WhatOtherWritersLeftInTheTextIsDropped) {
                     "\"uniqueID\":\"" + records[0].uniqueID.text() + "\",\"title\":\"first\""),
            replaced("[{", "[\t{"),
            replaced("},{", "},\n {"),
-           lowerCase,
+           replaced(id, lowerCase),
            " " + text + "\n",
        }) {
     const auto list = RecordingList::parse(foreign);

@@ -58,6 +58,17 @@ TEST(Recording, DiffersInItsIdentityAndNotInTheSignOfAZero) {
   EXPECT_EQ(std::hash<Recording>{}(first), std::hash<Recording>{}(second));
 }
 
+TEST(ModifierNames, AreWrittenInOneOrderAndFoundInAny) {
+  EXPECT_EQ(modifierNames(modifier_flag::all | 0x200001),
+            ".shift.capsLock.command.function.option.control");
+  EXPECT_EQ(modifierNames(0x200001), "");
+  EXPECT_EQ(modifiersNamed(".control and .shift"), modifier_flag::control | modifier_flag::shift);
+  EXPECT_EQ(modifiersNamed("shift.Control"), 0u);
+  for (std::uint64_t bit = 1; bit != 0; bit <<= 1) {
+    EXPECT_EQ(modifiersNamed(modifierNames(bit)), bit & modifier_flag::all);
+  }
+}
+
 TEST(Uuid, ReadsEitherCaseAndWritesUpperCase) {
   const auto uuid = Uuid::parse("0f9e8d7c-6b5A-4321-8fED-cba987654321");
   ASSERT_TRUE(uuid);

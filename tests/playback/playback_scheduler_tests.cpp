@@ -74,16 +74,6 @@ TEST_F(PlaybackSchedulerTest, ColumnsOfUnequalLengthAreNotReadPastTheirEnd) {
   EXPECT_EQ(capture.recordingTime, 3);
 }
 
-TEST_F(PlaybackSchedulerTest, ALoggedEventIsPostedAsItWasEvenWhenTheLogIsEmptiedMeanwhile) {
-  log({keyDown(0, 1), keyUp(1, 1)});
-  scheduler->playRecording();
-  advance(0.5);
-  capture.eventLog.clear();
-  capture.eventLog.append(move(5));
-  advance(1);
-  EXPECT_THAT(posted(), ElementsAre(Pair(EventType::keyDown, 0), Pair(EventType::keyUp, 1)));
-}
-
 TEST_F(PlaybackSchedulerTest, ALoadedRecordingIsReadWhenItsTimersFire) {
   load({keyDown(0, 1), keyUp(1, 1), move(2)});
   scheduler->playRecording();

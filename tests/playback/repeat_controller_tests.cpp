@@ -186,12 +186,16 @@ TEST_F(RepeatControllerTest, ASingleEventPlaysNothingForTheDurationThatIsKnown) 
   EXPECT_FALSE(state.showingPlayAlert.get());
 }
 
+// A run has the events of the log to itself, and reads those of a loaded recording as they come.
 TEST_F(RepeatControllerTest, ARecordingThatIsEmptiedRaisesTheAlertWithTheNextRun) {
   repeat(0);
-  for (const char* type : {recording_type::unsaved, recording_type::saved}) {
+  const std::pair<const char*, std::size_t> postings[] = {{recording_type::unsaved, 2},
+                                                          {recording_type::saved, 1}};
+  for (const auto& [type, count] : postings) {
     log({move(0), move(1)});
     load({move(0), move(1)});
     capture.recordingType.set(type);
+    const std::size_t before = posted().size();
     play();
     advance(0.5);
     capture.eventLog.clear();
@@ -199,6 +203,7 @@ TEST_F(RepeatControllerTest, ARecordingThatIsEmptiedRaisesTheAlertWithTheNextRun
     EXPECT_FALSE(state.showingPlayAlert.get());
     advance(0.5);
     EXPECT_TRUE(state.showingPlayAlert.get()) << type;
+    EXPECT_EQ(posted().size() - before, count) << type;
     state.showingPlayAlert.set(false);
     escape();
   }

@@ -77,9 +77,11 @@ class HotKeys : public X11Test {
     for (const auto& [code, down, up, flags] : strokes) {
       for (const auto& [type, offset] :
            {std::pair(EventType::keyDown, down), std::pair(EventType::keyUp, up)}) {
-        InputEvent& event = events.emplace_back(inputEvent(type, offset));
-        event.keyCode = code;
-        event.modifierFlags = flags;
+        events.push_back({.type = type,
+                          .keyCode = code,
+                          .timestamp = offset,
+                          .locationInWindow = {},
+                          .modifierFlags = flags});
       }
     }
     desktop.setLog(events);
@@ -258,15 +260,13 @@ TEST_F(HotKeys, WhatIsPostedReachesTheApplicationWhileAShortcutIsHeld) {
 
 TEST_F(HotKeys, TenThousandStrikesAreTenThousandActions) {
   constexpr int strikes = 10'000;
+  constexpr int batch = 100;
   int changes = 0;
-  int strikesLeft = strikes;
   const auto counted =
       desktop.contentView().captureState().isRecording.subscribe([&changes] { ++changes; });
-  while (strikesLeft > 0) {
-    const int batch = std::min(strikesLeft, 100);
+  for (int struck = batch; struck <= strikes; struck += batch) {
     strike("r", batch);
-    strikesLeft -= batch;
-    ASSERT_TRUE(turnUntil([&] { return changes >= strikes - strikesLeft; })) << changes;
+    ASSERT_TRUE(turnUntil([&] { return changes >= struck; })) << changes;
   }
   settle();
   EXPECT_EQ(changes, strikes);
