@@ -17,17 +17,6 @@ Recording recordingTitled(const char* title) {
   return recording;
 }
 
-void expectSame(const RecordingList& list, const std::vector<Recording>& expected) {
-  ASSERT_EQ(list.text(), encodeRecordings(expected));
-  ASSERT_EQ(list.size(), expected.size());
-  for (std::size_t i = 0; i < expected.size(); ++i) {
-    EXPECT_EQ(list.title(i), expected[i].title);
-    EXPECT_EQ(list.uniqueID(i), expected[i].uniqueID);
-    EXPECT_EQ(list.recordText(i), encodeRecording(expected[i]));
-    EXPECT_EQ(list.recording(i), expected[i]);
-  }
-}
-
 TEST(RecordingList, WhatOtherWritersLeftInTheTextIsDropped) {
   const std::vector<Recording> records = {recordingTitled("first"), recordingTitled("two words"),
                                           recordingTitled("third")};
@@ -55,7 +44,13 @@ TEST(RecordingList, WhatOtherWritersLeftInTheTextIsDropped) {
        }) {
     const auto list = RecordingList::parse(foreign);
     ASSERT_TRUE(list) << foreign;
-    expectSame(*list, records);
+    EXPECT_EQ(list->text(), text);
+    for (std::size_t i = 0; i < records.size(); ++i) {
+      EXPECT_EQ(list->title(i), records[i].title);
+      EXPECT_EQ(list->uniqueID(i), records[i].uniqueID);
+      EXPECT_EQ(list->recordText(i), encodeRecording(records[i]));
+      EXPECT_EQ(list->recording(i), records[i]);
+    }
   }
   EXPECT_EQ(RecordingList::parse("[ ]")->text(), "[]");
 }
@@ -74,18 +69,6 @@ TEST(RecordingList, OneInvalidRecordAnywhereMakesTheWholeTextUnreadable) {
     EXPECT_FALSE(RecordingList::parse(none)) << none;
   }
   EXPECT_FALSE(RecordingList::parse(text.substr(0, text.size() - 1)));
-}
-
-TEST(RecordingList, WhatJsonCannotCarryChangesNothing) {
-  const std::vector<Recording> records = {recordingTitled("kept")};
-  RecordingList list;
-  ASSERT_TRUE(list.append(records[0]));
-  EXPECT_FALSE(list.rename(0, "\xff"));
-  Recording infinite = recordingTitled("infinite");
-  infinite.locXArray[1] = INFINITY;
-  EXPECT_FALSE(list.append(infinite));
-  EXPECT_FALSE(list.append(recordingTitled("\xc0\x80")));
-  expectSame(list, records);
 }
 
 }  // namespace

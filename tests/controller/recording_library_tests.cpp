@@ -163,13 +163,12 @@ TEST_F(LibraryTest, RowsFollowThePointerAndTheirButtonsKeepStillWhileRecording) 
   constexpr Color hovered{1, 1, 1, 0.2};
   rows().hoverRow(3, true);
   EXPECT_THAT(look(), FieldsAre(1.0, 1.0, hovered));
-  rows().hoverTrashButton(3, true);
-  rows().hoverLoadButton(3, true);
-  EXPECT_THAT(look(), FieldsAre(0.75, 0.75, hovered));
-  view->captureState().isRecording.set(true);
-  rows().hoverTrashButton(3, true);
-  rows().hoverLoadButton(3, true);
-  EXPECT_THAT(look(), FieldsAre(1.0, 1.0, hovered));
+  for (const bool recording : {false, true}) {
+    view->captureState().isRecording.set(recording);
+    rows().hoverTrashButton(3, true);
+    rows().hoverLoadButton(3, true);
+    EXPECT_THAT(look(), FieldsAre(recording ? 1.0 : 0.75, recording ? 1.0 : 0.75, hovered));
+  }
   rows().hoverRow(3, false);
   EXPECT_THAT(look(), FieldsAre(1.0, 0.0, clearColor));
 }
