@@ -119,6 +119,8 @@ TEST_F(CaptureTest, ArmingAgainStartsWithAnEmptyLogAndANewWindow) {
   EXPECT_NE(state.RECwindow, firstWindow);
   EXPECT_NE(state.eventHandler, firstMonitor);
   EXPECT_EQ(desktop.inputMonitor.installed(), 1u);
+  state.eventHandler.reset();
+  EXPECT_EQ(desktop.inputMonitor.installed(), 0u) << "removed with its last reference";
 }
 
 TEST_F(CaptureTest, WithoutPermissionOnlyTheAlertIsRaisedAndACaptureStaysArmed) {
@@ -176,13 +178,13 @@ TEST_F(CaptureTest, HidingIsRememberedAtTheEndAndOnlyWhenItIsAskedFor) {
   }
 }
 
-TEST_F(CaptureTest, AMonitorIsRemovedWithItsLastReference) {
-  auto monitor =
-      std::make_shared<GlobalEventMonitor>(desktop.inputMonitor, 1u << 5, [](const InputEvent*) {});
-  monitor->start();
-  EXPECT_EQ(desktop.inputMonitor.installed(), 1u);
-  monitor.reset();
+TEST_F(CaptureTest, QuittingInTheMiddleOfACaptureLeavesNoMonitorBehind) {
+  capture->recordAction();
+  desktop.inputMonitor.holdBack(move(100));
+  capture.reset();
   EXPECT_EQ(desktop.inputMonitor.installed(), 0u);
+  deliver(move(101));
+  EXPECT_EQ(state.eventLog.size(), 1u);
 }
 
 TEST(EventDescriptionTest, TellsTypeLocationTimeAndFlagsHoweverLongTheyAre) {
