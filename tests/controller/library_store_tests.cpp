@@ -10,7 +10,9 @@ namespace tapeloop {
 namespace {
 
 using namespace testing;
+using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::Not;
 
 constexpr StoreStatus failures[] = {StoreStatus::readOnly, StoreStatus::diskFull,
                                     StoreStatus::locked, StoreStatus::damaged,
@@ -30,7 +32,7 @@ TEST_F(LibraryTest, AChangeThatCannotBeStoredIsSaidAndLeavesWhatWasStored) {
     for (const auto& change : changes) {
       change();
       sentences.insert(state().storeAlert.get());
-      lines();
+      EXPECT_THAT(lines(), Not(Contains("Saving name.")));
       library().dismissStoreAlert();
       EXPECT_THAT(lines(), ElementsAre("Dismiss button pressed."));
       EXPECT_EQ(state().storeAlert.get(), "");

@@ -74,15 +74,6 @@ TEST_F(PlaybackSchedulerTest, ColumnsOfUnequalLengthAreNotReadPastTheirEnd) {
   EXPECT_EQ(capture.recordingTime, 3);
 }
 
-TEST_F(PlaybackSchedulerTest, ALoadedRecordingIsReadWhenItsTimersFire) {
-  load({keyDown(0, 1), keyUp(1, 1), move(2)});
-  scheduler->playRecording();
-  advance(0.5);
-  state.loadedRecording = makeRecording({move(0), scroll(1, 0, 5)});
-  advance(5);
-  EXPECT_THAT(posted(), ElementsAre(Pair(EventType::keyDown, 0), Pair(EventType::scrollWheel, 1)));
-}
-
 TEST_F(PlaybackSchedulerTest, TheTimersOfAnEarlierRunCannotBeCancelledAnyMore) {
   capture.isPlaying.set(true);
   log({keyDown(0, 1), keyUp(10, 1)});
