@@ -113,6 +113,8 @@ TEST_F(ContentViewTest, ButtonsFollowThePointerTheToolbarsNotWhileRecording) {
   toolbar.hover(ToolbarButton::settings, true);
   button.hover(true);
   EXPECT_THAT(opacities(), ElementsAre(1.0, 1.0, 0.75, 0.75));
+  button.hover(false);
+  EXPECT_THAT(opacities(), ElementsAre(1.0, 1.0, 0.75, 1.0));
 }
 
 TEST_F(ContentViewTest, RecordsAndPlaysTwiceWithAWait) {
