@@ -77,11 +77,9 @@ class HotKeys : public X11Test {
     for (const auto& [code, down, up, flags] : strokes) {
       for (const auto& [type, offset] :
            {std::pair(EventType::keyDown, down), std::pair(EventType::keyUp, up)}) {
-        events.push_back({.type = type,
-                          .keyCode = code,
-                          .timestamp = offset,
-                          .locationInWindow = {},
-                          .modifierFlags = flags});
+        InputEvent& event = events.emplace_back(inputEvent(type, offset));
+        event.keyCode = code;
+        event.modifierFlags = flags;
       }
     }
     desktop.setLog(events);
