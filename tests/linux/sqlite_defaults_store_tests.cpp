@@ -222,6 +222,12 @@ TEST_F(SqliteDefaultsStoreTest, LeavesAloneWhatAnotherConnectionHoldsAndAValueTh
   execute("COMMIT");
   EXPECT_FALSE(opened.store->objectForKey("key"));
   EXPECT_EQ(set(), StoreStatus::damaged);
+  EXPECT_EQ(opened.store->transaction([](const DefaultsStore::Writer& write) {
+    write(true, "other");
+    write(true, "key");
+  }),
+            StoreStatus::damaged);
+  EXPECT_FALSE(opened.store->objectForKey("other"));
   execute("UPDATE defaults SET type = 3");
   EXPECT_TRUE(opened.store->objectForKey("key"));
   EXPECT_EQ(set(), StoreStatus::stored);
