@@ -1,7 +1,9 @@
+#include <limits>
 #include <memory>
 #include <string>
 
 #include "capture/capture.h"
+#include "capture/event_description.h"
 #include "capture/recording_view.h"
 #include "support/simulated_fixture.h"
 
@@ -9,7 +11,9 @@ namespace tapeloop {
 namespace {
 
 using namespace testing;
+using ::testing::AllOf;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
@@ -37,7 +41,10 @@ TEST_F(CaptureTest, ArmsCapturesAndStops) {
   EXPECT_EQ(state.buttonProperties->startStopOpacity.get(), 0.3);
   EXPECT_EQ(state.startStopButtonSize.get(), FontStyle::callout);
   EXPECT_FALSE(keySetting.get());
-  EXPECT_EQ(desktop.windows.visibleWindows(), 1u);
+  ASSERT_EQ(desktop.windows.visibleWindows(), 1u);
+  const auto& window = *desktop.windows.records().at(0);
+  EXPECT_EQ(window.topLeft, (Point{0, 900}));
+  EXPECT_TRUE(std::dynamic_pointer_cast<RecordingView>(window.view.lock()));
 
   deliver(move(100.5, {1, 2}));
   deliver(leftDown(101, {3, 4}));
@@ -61,20 +68,7 @@ TEST_F(CaptureTest, ArmsCapturesAndStops) {
                           StartsWith("Optional("), "Recording: false"));
 }
 
-TEST_F(CaptureTest, OpensAFloatingWindowThatLetsClicksThrough) {
-  capture->startRecording();
-  const auto& window = *desktop.windows.records().at(0);
-  EXPECT_THAT(
-      window.operations,
-      ElementsAre("createWindow 0 0 500 500 32783 2 false", "makeKeyAndOrderFront",
-                  "setMovableByWindowBackground true", "setLevel 3", "setBackgroundColor 0 0 0 0",
-                  "setStyleMask 32783", "setStyleMask 32783", "setBackingType 2", "setStyleMask 0",
-                  "setStyleMask 8", "setStyleMask 32776", "setReleasedWhenClosed false",
-                  "setIgnoresMouseEvents true", "setContentView 10", "setFrameTopLeftPoint 0 900"));
-  EXPECT_NE(dynamic_cast<RecordingView*>(window.view.lock().get()), nullptr);
-}
-
-TEST_F(CaptureTest, StoppingAtOnceKeepsTheOldDuration) {
+TEST_F(CaptureTest, TheDurationIsThatOfTheEventsAndStaysWithoutAny) {
   state.recordingTime = 7;
   state.recordingType.set("saved");
   capture->recordAction();
@@ -82,10 +76,7 @@ TEST_F(CaptureTest, StoppingAtOnceKeepsTheOldDuration) {
   EXPECT_TRUE(state.eventLog.empty());
   EXPECT_EQ(state.recordingTime, 7);
   EXPECT_EQ(state.recordingType.get(), "unsaved");
-}
 
-TEST_F(CaptureTest, OneEventMakesARecordingWithoutDurationAndLeavesTheCaption) {
-  state.recordingTime = 7;
   capture->recordAction();
   deliver(move(100));
   EXPECT_EQ(caption.get(), "Click outside the window to start recording.");
@@ -128,9 +119,11 @@ TEST_F(CaptureTest, ArmingAgainStartsWithAnEmptyLogAndANewWindow) {
   EXPECT_NE(state.RECwindow, firstWindow);
   EXPECT_NE(state.eventHandler, firstMonitor);
   EXPECT_EQ(desktop.inputMonitor.installed(), 1u);
+  state.eventHandler.reset();
+  EXPECT_EQ(desktop.inputMonitor.installed(), 0u) << "removed with its last reference";
 }
 
-TEST_F(CaptureTest, WithoutPermissionOnlyTheAlertIsRaised) {
+TEST_F(CaptureTest, WithoutPermissionOnlyTheAlertIsRaisedAndACaptureStaysArmed) {
   desktop.permission.granted = false;
   capture->recordAction();
   EXPECT_THAT(lines(), IsEmpty());
@@ -139,16 +132,12 @@ TEST_F(CaptureTest, WithoutPermissionOnlyTheAlertIsRaised) {
   EXPECT_TRUE(state.showingAuthAlert.get());
   EXPECT_FALSE(state.isRecording.get());
   EXPECT_THAT(desktop.windows.records(), IsEmpty());
-}
 
-TEST_F(CaptureTest, PermissionLostDuringCaptureLeavesItArmed) {
+  desktop.permission.granted = true;
   capture->recordAction();
   desktop.permission.granted = false;
   capture->recordAction();
   EXPECT_TRUE(state.isRecording.get());
-  desktop.permission.granted = true;
-  capture->recordAction();
-  EXPECT_FALSE(state.isRecording.get());
 }
 
 TEST_F(CaptureTest, TheRecordActionDuringPlaybackTakesTheLastLogAndLetsPlaybackGoOn) {
@@ -163,34 +152,30 @@ TEST_F(CaptureTest, TheRecordActionDuringPlaybackTakesTheLastLogAndLetsPlaybackG
   EXPECT_TRUE(state.isPlaying.get());
 }
 
-TEST_F(CaptureTest, AMonitorThatCannotBeInstalledLooksArmedAndLogsNothing) {
-  desktop.inputMonitor.refuseMonitors();
-  capture->recordAction();
-  EXPECT_TRUE(state.isRecording.get());
-  EXPECT_FALSE(state.eventHandler->isInstalled());
-  deliver(move(100));
-  capture->recordAction();
-  EXPECT_TRUE(state.eventLog.empty());
-  EXPECT_EQ(caption.get(), "Record");
-}
-
-TEST_F(CaptureTest, AWindowThatCannotBeMadeDoesNotKeepCaptureFromWorking) {
+TEST_F(CaptureTest, GoesOnWithoutAWindowAndLooksArmedWithoutAMonitor) {
   desktop.windows.refuseWindows();
   capture->recordAction();
   deliver(move(100));
   capture->recordAction();
   EXPECT_EQ(state.eventLog.size(), 1u);
+
+  desktop.inputMonitor.refuseMonitors();
+  capture->recordAction();
+  EXPECT_TRUE(state.isRecording.get());
+  EXPECT_FALSE(state.eventHandler->isInstalled());
+  capture->recordAction();
+  EXPECT_TRUE(state.eventLog.empty());
+  EXPECT_EQ(caption.get(), "Record");
 }
 
-TEST_F(CaptureTest, HidingIsRememberedOnlyWhenItIsAskedFor) {
-  capture->recordAction();
-  capture->recordAction();
-  EXPECT_FALSE(isMiniturized.get());
-  hideDuringRecording.set(true);
-  capture->recordAction();
-  EXPECT_FALSE(isMiniturized.get());
-  capture->recordAction();
-  EXPECT_TRUE(isMiniturized.get());
+TEST_F(CaptureTest, HidingIsRememberedAtTheEndAndOnlyWhenItIsAskedFor) {
+  for (const bool hides : {false, true}) {
+    hideDuringRecording.set(hides);
+    capture->recordAction();
+    EXPECT_FALSE(isMiniturized.get());
+    capture->recordAction();
+    EXPECT_EQ(isMiniturized.get(), hides);
+  }
 }
 
 TEST_F(CaptureTest, QuittingInTheMiddleOfACaptureLeavesNoMonitorBehind) {
@@ -202,21 +187,61 @@ TEST_F(CaptureTest, QuittingInTheMiddleOfACaptureLeavesNoMonitorBehind) {
   EXPECT_EQ(state.eventLog.size(), 1u);
 }
 
-TEST_F(CaptureTest, AMonitorIsRemovedWithItsLastReference) {
-  int events = 0;
-  auto monitor = std::make_shared<GlobalEventMonitor>(desktop.inputMonitor, 1u << 5,
-                                                      [&](const InputEvent*) { ++events; });
-  EXPECT_EQ(desktop.inputMonitor.installed(), 0u);
-  monitor->start();
-  deliver(move(1));
-  monitor->stop();
-  monitor->stop();
-  deliver(move(2));
-  monitor->start();
-  deliver(move(3));
-  monitor.reset();
-  EXPECT_EQ(desktop.inputMonitor.installed(), 0u);
-  EXPECT_EQ(events, 2);
+TEST(EventDescriptionTest, TellsTypeLocationTimeAndFlagsHoweverLongTheyAre) {
+  InputEvent event = keyDown(1234.5, 7, 0x20102);
+  event.locationInWindow = {12.25, -3};
+  EXPECT_EQ(EventDescription(event).text(),
+            "Optional(keyDown at (12.25, -3) time 1234.5 flags 0x20102)");
+  const double longest = -std::numeric_limits<double>::max() / 3;
+  event = mouse(static_cast<EventType>(0xffffffff), longest, {longest, longest});
+  event.modifierFlags = std::numeric_limits<std::uint64_t>::max();
+  EXPECT_THAT(
+      std::string(EventDescription(event).text()),
+      AllOf(StartsWith("Optional(type 4294967295 at ("), EndsWith(" flags 0xffffffffffffffff)")));
+}
+
+class RecordingViewTest : public SimulatedTest {
+ protected:
+  std::shared_ptr<RecordingView> view = std::make_shared<RecordingView>(desktop.runLoop);
+  double opacity() { return view->circleOpacity().get(); }
+};
+
+TEST_F(RecordingViewTest, TheDotIsShownForASecondAndHiddenForASecond) {
+  view->onAppear();
+  for (int period = 0; period < 3; ++period) {
+    EXPECT_EQ(opacity(), 1.0);
+    advance(0.999);
+    EXPECT_EQ(opacity(), 1.0);
+    advance(0.001);
+    EXPECT_EQ(opacity(), 0.0);
+    advance(0.999);
+    EXPECT_EQ(opacity(), 0.0);
+    advance(0.001);
+  }
+}
+
+TEST_F(RecordingViewTest, ADepartedViewHidesOnceMoreAndStopsBlinkingAndOneThatIsGoneIsNotTouched) {
+  view->onAppear();
+  view->onDisappear();
+  advance(1);
+  EXPECT_EQ(opacity(), 0.0);
+  advance(10);
+  EXPECT_EQ(opacity(), 0.0);
+  EXPECT_EQ(desktop.runLoop.timers().size(), 0u);
+  view->onAppear();
+  view.reset();
+  advance(10);
+  EXPECT_EQ(desktop.runLoop.timers().size(), 0u);
+}
+
+TEST_F(RecordingViewTest, AppearingAgainRestartsTheBlinking) {
+  view->onAppear();
+  advance(0.5);
+  view->onAppear();
+  advance(2);
+  EXPECT_EQ(opacity(), 1.0);
+  advance(0.75);  // the first of two timers would have hidden the dot half a second early
+  EXPECT_EQ(opacity(), 1.0);
 }
 
 }  // namespace

@@ -22,11 +22,10 @@ Recording sample() {
                     .timestamp = 0.1,
                     .locationInWindow = {1920, -0.5},
                     .modifierFlags = modifier_flag::shift});
-  InputEvent release;
-  release.type = EventType::leftMouseUp;
-  release.timestamp = 1e300;
-  release.clickCount = 2;
-  recording.append(release);
+  recording.append({.type = EventType::leftMouseUp,
+                    .timestamp = 1e300,
+                    .locationInWindow = {},
+                    .clickCount = 2});
   return recording;
 }
 
@@ -63,18 +62,9 @@ TEST(RecordingJson, IsCompactWithTheMembersInTheirOrder) {
 
 TEST(RecordingJson, KeepsEveryBitOfAFloat) {
   using Limits = std::numeric_limits<double>;
-  std::vector<double> values = {-0.0,
-                                Limits::min(),
-                                Limits::denorm_min(),
-                                Limits::max(),
-                                Limits::lowest(),
-                                0.1 + 0.2,
-                                1e15,
-                                1e15 + 1,
-                                999999999999999,
-                                9007199254740993.0,
-                                1e22,
-                                123456.789e-7};
+  std::vector<double> values = {
+      -0.0, 0.1 + 0.2,     999999999999999,      1e15,          1e15 + 1,      9007199254740993.0,
+      1e22, 123456.789e-7, Limits::denorm_min(), Limits::min(), Limits::max(), Limits::lowest()};
   std::mt19937_64 random(1);
   while (values.size() < 20000) {
     const auto value = std::bit_cast<double>(random());
@@ -84,11 +74,8 @@ TEST(RecordingJson, KeepsEveryBitOfAFloat) {
   recording.timestampArray = values;
   const auto text = encodeRecording(recording);
   ASSERT_TRUE(text);
-  const auto read = decoded(*text).timestampArray;
-  ASSERT_EQ(read.size(), values.size());
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    ASSERT_EQ(std::bit_cast<std::uint64_t>(read[i]), std::bit_cast<std::uint64_t>(values[i]));
-  }
+  const auto bits = [](double value) { return std::bit_cast<std::uint64_t>(value); };
+  EXPECT_TRUE(std::ranges::equal(decoded(*text).timestampArray, values, {}, bits, bits));
   EXPECT_TRUE(std::signbit(decoded(with("0.1", "-0")).timestampArray.front()));
   // One that is too small for any other double leaves the recording readable.
   const double tiny = decoded(with("0.1", "-1e-400")).timestampArray.front();
@@ -136,11 +123,6 @@ TEST(RecordingJson, AcceptsMembersInAnyOrderAndIgnoresUnknownOnes) {
   EXPECT_EQ(decoded(with(title, R"("title":"old","charArray":[1,2,3],)" + title)), sample());
 }
 
-TEST(RecordingJson, AcceptsColumnsOfUnequalLength) {
-  EXPECT_THAT(decoded(with("[65535,0]", "[1]")).charArray, ElementsAre(1));
-  EXPECT_THAT(decoded(with("[0,2]", "[]")).clickCountArray, ElementsAre());
-}
-
 TEST(RecordingJson, IsInvalidWithoutAnyOneOfItsMembers) {
   for (const char* name : {"title", "uniqueID", "typeArray", "timestampArray", "locXArray",
                            "locYArray", "scrollingDeltaXArray", "scrollingDeltaYArray", "charArray",
@@ -150,10 +132,6 @@ TEST(RecordingJson, IsInvalidWithoutAnyOneOfItsMembers) {
     for (const char* value : {"null", "true", "{}", "7", "[null]", "[[]]", "[{}]", "[true]"}) {
       EXPECT_FALSE(decodeRecording(with(quoted, quoted + ":" + value + ",\"x\""))) << name << value;
     }
-    const std::string text = encodeRecordings(std::vector{sample(), sample()}).value_or("");
-    EXPECT_TRUE(decodeRecordings(text));
-    const auto last = text.rfind(quoted);
-    EXPECT_FALSE(decodeRecordings(std::string(text).replace(last, quoted.size(), "\"gone\"")));
   }
 }
 
@@ -177,31 +155,19 @@ TEST(RecordingJson, RefusesWhatIsNoJsonOrNoRecord) {
   for (std::size_t length = 0; length < sampleText.size(); ++length) {
     EXPECT_FALSE(decodeRecording(std::string_view(sampleText).substr(0, length))) << length;
   }
-  for (const std::string& text : {sampleText + "x",
-                                  sampleText + std::string("\0", 1),
-                                  sampleText + std::string("\0{", 2),
-                                  "[" + sampleText + "]",
-                                  std::string("null"),
-                                  std::string("7"),
-                                  std::string("\"\""),
-                                  with("0.1", "1e400"),
-                                  with("0.1", "01"),
-                                  with("0.1", ".1"),
-                                  with("0.1", "+1"),
-                                  with("0.1", "NaN"),
-                                  with("0.1", "-Infinity"),
-                                  with("0.1", "0x1"),
-                                  with("0.1,", "0.1,,"),
-                                  with("0.1,", "0.1,/**/"),
-                                  with("New", "\n"),
-                                  with("New", R"(\x)"),
-                                  with("New", R"(\ud800)"),
-                                  with("New", R"(\udc00)"),
-                                  with("New", R"(\ud800\u0041)")}) {
+  for (const char* number :
+       {"1e400", "01", ".1", "+1", "NaN", "-Infinity", "0x1", "0.1,", "0.1/**/"}) {
+    EXPECT_FALSE(decodeRecording(with("0.1", number))) << number;
+  }
+  for (const char* title : {"\n", R"(\x)", R"(\ud800)", R"(\udc00)", R"(\ud800\u0041)"}) {
+    EXPECT_FALSE(decodeRecording(with("New", title))) << title;
+  }
+  for (const std::string& text : {sampleText + "x", sampleText + "\0"s, sampleText + "\0{"s,
+                                  "[" + sampleText + "]", "null"s, "7"s, "\"\""s}) {
     EXPECT_FALSE(decodeRecording(text)) << text;
   }
-  for (const std::string& text : {std::string("{}"), sampleText, std::string("[null]"),
-                                  std::string("[[]]"), "[" + sampleText + ",]", "[" + sampleText}) {
+  for (const std::string& text :
+       {"{}"s, sampleText, "[null]"s, "[[]]"s, "[" + sampleText + ",]", "[" + sampleText}) {
     EXPECT_FALSE(decodeRecordings(text)) << text;
   }
 }

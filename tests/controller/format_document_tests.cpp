@@ -1,4 +1,6 @@
 #include <fstream>
+#include <iterator>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -15,19 +17,9 @@ using ::testing::Pair;
 /// The blocks of the document that are marked as JSON.
 std::vector<std::string> examples() {
   std::ifstream document(TAPELOOP_FORMAT_DOCUMENT);
-  std::vector<std::string> blocks;
-  bool isInside = false;
-  for (std::string line; std::getline(document, line);) {
-    if (line == "```json") {
-      isInside = true;
-      blocks.emplace_back();
-    } else if (line == "```") {
-      isInside = false;
-    } else if (isInside) {
-      blocks.back() += line + "\n";
-    }
-  }
-  return blocks;
+  const std::string text(std::istreambuf_iterator<char>(document), {});
+  const std::regex block("```json\n([^`]*)```");
+  return {std::sregex_token_iterator(text.begin(), text.end(), block, 1), {}};
 }
 
 using FormatDocument = LibraryTest;

@@ -30,6 +30,12 @@ class LibraryTest : public SimulatedTest {
     view->captureState().eventLog.clear();
     for (const InputEvent& event : events) view->captureState().eventLog.append(event);
   }
+  /// Captures these with the record button.
+  void record(const std::vector<InputEvent>& events) {
+    view->recordButtonPressed();
+    for (const InputEvent& event : events) deliver(event);
+    view->recordButtonPressed();
+  }
   /// Stores a recording of as many events as are asked for, a second apart, for each title.
   void store(const std::vector<std::string>& titles, std::size_t events = 2) {
     std::vector<Recording> recordings;

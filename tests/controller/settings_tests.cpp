@@ -14,67 +14,40 @@ class SettingsTest : public SimulatedTest {
   std::optional<DefaultsValue> stored(const char* key) {
     return desktop.defaults.objectForKey(key);
   }
+  template <typename T>
+  void expectDefaultAndStoring(Setting<T>& setting, const char* key,
+                               const std::type_identity_t<T>& defaultValue,
+                               const std::type_identity_t<T>& other) {
+    SCOPED_TRACE(key);
+    EXPECT_EQ(setting.get(), defaultValue);
+    EXPECT_EQ(stored(key), std::nullopt) << "reading writes nothing";
+    setting.set(other);
+    EXPECT_EQ(stored(key), DefaultsValue(other));
+  }
 };
 
-TEST_F(SettingsTest, AFreshStoreReadsAsTheDefaultsAndStaysEmpty) {
-  const Settings settings(desktop.defaults);
-  EXPECT_EQ(settings.startStopButtonText.get(), "Record");
-  EXPECT_EQ(settings.key.get(), true);
-  EXPECT_EQ(settings.playbackSpeed.get(), 1.0);
-  EXPECT_EQ(settings.repeatPlayback.get(), false);
-  EXPECT_EQ(settings.timesToRepeat.get(), 5.0);
-  EXPECT_EQ(settings.playCount.get(), 0);
-  EXPECT_EQ(settings.waitBeforeRepeating.get(), false);
-  EXPECT_EQ(settings.waittimenumber.get(), 5);
-  EXPECT_EQ(settings.waittimeunit.get(), "seconds");
-  EXPECT_EQ(settings.isMiniturized.get(), false);
-  EXPECT_EQ(settings.hideDuringRecording.get(), true);
-  for (const char* key : {"startStopButtonText", "key", "playbackSpeed", "repeatPlayback",
-                          "timesToRepeat", "playCount", "waitBeforeRepeating", "waittimenumber",
-                          "waittimeunit", "isMiniturized", "hideDuringRecording"}) {
-    EXPECT_EQ(stored(key), std::nullopt) << key;
-  }
-}
-
-TEST_F(SettingsTest, EverySettingIsStoredUnderItsOwnKeyWithItsType) {
+TEST_F(SettingsTest, EachHasItsDefaultAndIsStoredUnderItsOwnKeyWithItsType) {
   Settings settings(desktop.defaults);
-  settings.startStopButtonText.set("a");
-  settings.key.set(false);
-  settings.playbackSpeed.set(3);
-  settings.repeatPlayback.set(true);
-  settings.timesToRepeat.set(0.5);
-  settings.playCount.set(7);
-  settings.waitBeforeRepeating.set(true);
-  settings.waittimenumber.set(60);
-  settings.waittimeunit.set("hours");
-  settings.isMiniturized.set(true);
-  settings.hideDuringRecording.set(false);
-  EXPECT_EQ(stored("startStopButtonText"), DefaultsValue("a"));
-  EXPECT_EQ(stored("key"), DefaultsValue(false));
-  EXPECT_EQ(stored("playbackSpeed"), DefaultsValue(3.0));
-  EXPECT_EQ(stored("repeatPlayback"), DefaultsValue(true));
-  EXPECT_EQ(stored("timesToRepeat"), DefaultsValue(0.5));
-  EXPECT_EQ(stored("playCount"), DefaultsValue(std::int64_t{7}));
-  EXPECT_EQ(stored("waitBeforeRepeating"), DefaultsValue(true));
-  EXPECT_EQ(stored("waittimenumber"), DefaultsValue(std::int64_t{60}));
-  EXPECT_EQ(stored("waittimeunit"), DefaultsValue("hours"));
-  EXPECT_EQ(stored("isMiniturized"), DefaultsValue(true));
-  EXPECT_EQ(stored("hideDuringRecording"), DefaultsValue(false));
+  expectDefaultAndStoring(settings.startStopButtonText, "startStopButtonText", "Record", "a");
+  expectDefaultAndStoring(settings.key, "key", true, false);
+  expectDefaultAndStoring(settings.playbackSpeed, "playbackSpeed", 1, 3);
+  expectDefaultAndStoring(settings.repeatPlayback, "repeatPlayback", false, true);
+  expectDefaultAndStoring(settings.timesToRepeat, "timesToRepeat", 5, 0.5);
+  expectDefaultAndStoring(settings.playCount, "playCount", 0, 7);
+  expectDefaultAndStoring(settings.waitBeforeRepeating, "waitBeforeRepeating", false, true);
+  expectDefaultAndStoring(settings.waittimenumber, "waittimenumber", 5, 60);
+  expectDefaultAndStoring(settings.waittimeunit, "waittimeunit", "seconds", "hours");
+  expectDefaultAndStoring(settings.isMiniturized, "isMiniturized", false, true);
+  expectDefaultAndStoring(settings.hideDuringRecording, "hideDuringRecording", true, false);
   EXPECT_EQ(Settings(desktop.defaults).timesToRepeat.get(), 0.5);
 }
 
-TEST_F(SettingsTest, AValueOfAnotherTypeReadsAsTheDefaultAndIsReplaced) {
-  write("timesToRepeat", std::int64_t{3});
-  write("repeatPlayback", "true");
+TEST_F(SettingsTest, OnlyWhatTheStoreDoesNotHoldWithItsTypeIsWritten) {
+  write("timesToRepeat", std::int64_t{5});
   Settings settings(desktop.defaults);
   EXPECT_EQ(settings.timesToRepeat.get(), 5.0);
-  EXPECT_EQ(settings.repeatPlayback.get(), false);
   settings.timesToRepeat.set(5.0);
   EXPECT_EQ(stored("timesToRepeat"), DefaultsValue(5.0));
-}
-
-TEST_F(SettingsTest, OnlyWhatTheStoreDoesNotHoldIsWritten) {
-  Settings settings(desktop.defaults);
   settings.playCount.set(0);
   EXPECT_EQ(stored("playCount"), DefaultsValue(std::int64_t{0})) << "an absent key is written";
   settings.playCount.set(0);

@@ -6,191 +6,171 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <limits>
-#include <map>
+#include <set>
 #include <string>
 #include <utility>
 
-#include <rapidjson/memorystream.h>
-#include <rapidjson/reader.h>
+#include <rapidjson/document.h>
 
 namespace tapeloop::fuzz {
 namespace {
 
-constexpr std::ptrdiff_t memberCount = 11;
+using rapidjson::Document;
+using rapidjson::SizeType;
+using rapidjson::Value;
+
+constexpr std::size_t memberCount = 11;
 constexpr double lastExactInteger = 9007199254740992.0;
+// Stands before the digits of a number. No text begins with it, since it is not UTF-8.
+constexpr char numberMark = '\xFF';
 
-struct Value {
-  enum class Kind : std::uint8_t { literal, number, text, array, object };
-  Kind kind = Kind::literal;
-  std::string text;  // of a number its digits
-  std::vector<std::string> names;
-  std::vector<Value> elements;
-};
-
-// Trees that are no deeper than this are enough: what is deeper can only be a member that nobody
-// knows, and taking a tree down takes stack.
-constexpr std::size_t keptDepth = 4;
-
+/// Builds a tree whose numbers are still text.
 class TreeBuilder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, TreeBuilder> {
  public:
-  bool Default() { return add({}); }
-  bool RawNumber(const char* digits, rapidjson::SizeType size, bool) {
-    return add({Value::Kind::number, std::string(digits, size), {}, {}});
+  explicit TreeBuilder(Document& tree) : tree_(tree) {}
+  bool Default() { return tree_.Null(); }
+  bool RawNumber(const char* digits, SizeType size, bool) {
+    const std::string marked = numberMark + std::string(digits, size);
+    return tree_.String(marked.data(), size + 1, true);
   }
-  bool String(const char* text, rapidjson::SizeType size, bool) {
-    return add({Value::Kind::text, std::string(text, size), {}, {}});
+  bool String(const char* text, SizeType size, bool) {
+    // Half a pair of surrogates, which the parser lets through if it is the second one.
+    for (SizeType i = 0; i + 1 < size; ++i) {
+      if (text[i] == '\xED' && static_cast<unsigned char>(text[i + 1]) >= 0xA0) return false;
+    }
+    return tree_.String(text, size, true);
   }
-  bool Key(const char* text, rapidjson::SizeType size, bool) {
-    if (depth_ <= keptDepth) open_.back()->names.emplace_back(text, size);
-    return true;
-  }
-  bool StartObject() { return begin(Value::Kind::object); }
-  bool StartArray() { return begin(Value::Kind::array); }
-  bool EndObject(rapidjson::SizeType) { return end(); }
-  bool EndArray(rapidjson::SizeType) { return end(); }
-
-  Value root{Value::Kind::array, {}, {}, {}};
+  bool Key(const char* text, SizeType size, bool) { return tree_.Key(text, size, true); }
+  bool StartObject() { return tree_.StartObject(); }
+  bool EndObject(SizeType members) { return tree_.EndObject(members); }
+  bool StartArray() { return tree_.StartArray(); }
+  bool EndArray(SizeType elements) { return tree_.EndArray(elements); }
 
  private:
-  bool add(Value value) {
-    if (depth_ <= keptDepth) open_.back()->elements.push_back(std::move(value));
-    return true;
-  }
-  bool begin(Value::Kind kind) {
-    add({kind, {}, {}, {}});
-    // Nothing is added to an outer one before this is closed: the address holds.
-    if (++depth_ <= keptDepth) open_.push_back(&open_.back()->elements.back());
-    return true;
-  }
-  bool end() {
-    if (depth_-- <= keptDepth) open_.pop_back();
-    return true;
-  }
-
-  std::vector<Value*> open_{&root};
-  std::size_t depth_ = 0;
+  Document& tree_;
 };
 
-/// Nothing unless all of `text` is JSON.
-std::optional<Value> readTree(std::string_view text) {
+/// Null unless all of `text` is JSON.
+Document readTree(std::string_view text) {
   constexpr unsigned flags = rapidjson::kParseIterativeFlag |
                              rapidjson::kParseValidateEncodingFlag |
                              rapidjson::kParseNumbersAsStringsFlag;
-  rapidjson::MemoryStream stream(text.data(), text.size());
-  rapidjson::Reader reader;
-  TreeBuilder builder;
-  if (!reader.Parse<flags>(stream, builder) || stream.Tell() != text.size()) return std::nullopt;
-  return std::move(builder.root.elements.front());
+  auto parse = [text](Document& tree) {
+    rapidjson::MemoryStream stream(text.data(), text.size());
+    rapidjson::Reader reader;
+    TreeBuilder builder(tree);
+    return reader.Parse<flags>(stream, builder) && stream.Tell() == text.size();
+  };
+  Document tree;
+  tree.Populate(parse);
+  return tree;
 }
 
-bool holdsHalfAPair(const Value& value) {
-  for (std::size_t i = 0; i + 1 < value.text.size(); ++i) {
-    if (value.text[i] == '\xED' && static_cast<unsigned char>(value.text[i + 1]) >= 0xA0) {
-      return true;
-    }
-  }
-  return std::any_of(value.elements.begin(), value.elements.end(), holdsHalfAPair);
+std::string_view textOf(const Value& value) {
+  return {value.GetString(), value.GetStringLength()};
 }
 
-bool readElement(const Value& value, std::string& text) {
-  text = value.text;
-  return value.kind == Value::Kind::text;
+bool isNumber(const Value& value) {
+  return value.IsString() && textOf(value).starts_with(numberMark);
 }
 
-bool readElement(const Value& value, double& number) {
-  number = std::strtod(value.text.c_str(), nullptr);
-  return value.kind == Value::Kind::number && std::isfinite(number);
+bool read(const Value& value, std::string& text) {
+  if (!value.IsString() || isNumber(value)) return false;
+  text = textOf(value);
+  return true;
 }
 
-bool readElement(const Value& value, std::int64_t& number) {
-  if (value.kind != Value::Kind::number) return false;
-  if (value.text.find_first_of(".eE") == std::string::npos) {
-    errno = 0;
-    number = std::strtoll(value.text.c_str(), nullptr, 10);
+bool read(const Value& value, Uuid& identity) {
+  std::string text;
+  const auto uuid = read(value, text) ? Uuid::parse(text) : std::nullopt;
+  identity = uuid.value_or(Uuid{});
+  return uuid.has_value();
+}
+
+bool read(const Value& value, double& number) {
+  if (!isNumber(value)) return false;
+  number = std::strtod(value.GetString() + 1, nullptr);
+  return std::isfinite(number);
+}
+
+bool read(const Value& value, std::int64_t& number) {
+  if (!isNumber(value)) return false;
+  const char* digits = value.GetString() + 1;
+  errno = 0;
+  if (textOf(value).find_first_of(".eE") == std::string_view::npos) {
+    number = std::strtoll(digits, nullptr, 10);
     return errno == 0;
   }
-  errno = 0;
-  const double real = std::strtod(value.text.c_str(), nullptr);
-  if (errno != 0) return false;
-  if (std::abs(real) > lastExactInteger || std::floor(real) != real) return false;
+  const double real = std::strtod(digits, nullptr);
+  if (errno != 0 || std::abs(real) > lastExactInteger || std::floor(real) != real) return false;
   number = static_cast<std::int64_t>(real);
   return true;
 }
 
-bool readElement(const Value& value, std::uint16_t& number) {
+bool read(const Value& value, std::uint16_t& number) {
   std::int64_t wide = 0;
-  if (!readElement(value, wide)) return false;
+  if (!read(value, wide)) return false;
   number = static_cast<std::uint16_t>(wide);
-  return wide >= 0 && wide <= std::numeric_limits<std::uint16_t>::max();
+  return std::in_range<std::uint16_t>(wide);
 }
 
 template <typename T>
-bool readColumn(const Value& value, std::vector<T>& column) {
+bool read(const Value& value, std::vector<T>& column) {
   column.clear();
-  for (const Value& element : value.elements) {
-    column.emplace_back();
-    if (!readElement(element, column.back())) return false;
-  }
-  return value.kind == Value::Kind::array;
+  if (!value.IsArray()) return false;
+  return std::ranges::all_of(value.GetArray(), [&column](const Value& element) {
+    return read(element, column.emplace_back());
+  });
 }
 
-bool readMember(const std::string& name, const Value& value, Recording& r) {
-  if (name == "title") return readElement(value, r.title);
-  if (name == "uniqueID") {
-    const auto uuid = Uuid::parse(value.text);
-    r.uniqueID = uuid.value_or(Uuid{});
-    return value.kind == Value::Kind::text && uuid;
-  }
-  if (name == "typeArray") return readColumn(value, r.typeArray);
-  if (name == "timestampArray") return readColumn(value, r.timestampArray);
-  if (name == "locXArray") return readColumn(value, r.locXArray);
-  if (name == "locYArray") return readColumn(value, r.locYArray);
-  if (name == "scrollingDeltaXArray") return readColumn(value, r.scrollingDeltaXArray);
-  if (name == "scrollingDeltaYArray") return readColumn(value, r.scrollingDeltaYArray);
-  if (name == "charArray") return readColumn(value, r.charArray);
-  if (name == "modifierArray") return readColumn(value, r.modifierArray);
-  if (name == "clickCountArray") return readColumn(value, r.clickCountArray);
-  return true;
-}
-
-bool isKnown(const std::string& name) {
-  Recording none;
-  return !readMember(name, Value{}, none);
+/// Calls `visit` with the name and the place of each member.
+template <typename Visit>
+void forEachMember(Recording& r, const Visit& visit) {
+  visit("title", r.title);
+  visit("uniqueID", r.uniqueID);
+  visit("typeArray", r.typeArray);
+  visit("timestampArray", r.timestampArray);
+  visit("locXArray", r.locXArray);
+  visit("locYArray", r.locYArray);
+  visit("scrollingDeltaXArray", r.scrollingDeltaXArray);
+  visit("scrollingDeltaYArray", r.scrollingDeltaYArray);
+  visit("charArray", r.charArray);
+  visit("modifierArray", r.modifierArray);
+  visit("clickCountArray", r.clickCountArray);
 }
 
 std::optional<Recording> readRecord(const Value& object) {
-  if (object.kind != Value::Kind::object) return std::nullopt;
+  if (!object.IsObject()) return std::nullopt;
   Recording recording;
-  std::vector<std::string> known;
-  for (std::size_t i = 0; i < object.names.size(); ++i) {
-    if (!readMember(object.names[i], object.elements[i], recording)) return std::nullopt;
-    if (isKnown(object.names[i])) known.push_back(object.names[i]);
+  std::set<std::string_view> known;
+  bool isValid = true;
+  for (const auto& member : object.GetObject()) {
+    forEachMember(recording, [&](std::string_view name, auto& place) {
+      if (name != textOf(member.name)) return;
+      known.insert(name);
+      isValid = read(member.value, place) && isValid;
+    });
   }
-  std::sort(known.begin(), known.end());
-  if (std::unique(known.begin(), known.end()) - known.begin() != memberCount) return std::nullopt;
+  if (!isValid || known.size() != memberCount) return std::nullopt;
   return recording;
 }
 
 bool isSame(const std::vector<double>& a, const std::vector<double>& b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](double x, double y) {
-    return std::bit_cast<std::uint64_t>(x) == std::bit_cast<std::uint64_t>(y);
-  });
+  const auto bits = [](double value) { return std::bit_cast<std::uint64_t>(value); };
+  return std::ranges::equal(a, b, {}, bits, bits);
 }
 
 }  // namespace
 
 std::optional<Recording> readRecording(std::string_view text) {
-  const auto tree = readTree(text);
-  if (!tree || holdsHalfAPair(*tree)) return std::nullopt;
-  return readRecord(*tree);
+  return readRecord(readTree(text));
 }
 
 std::optional<std::vector<Recording>> readRecordings(std::string_view text) {
-  const auto tree = readTree(text);
-  if (!tree || holdsHalfAPair(*tree) || tree->kind != Value::Kind::array) return std::nullopt;
+  const Document tree = readTree(text);
+  if (!tree.IsArray()) return std::nullopt;
   std::vector<Recording> list;
-  for (const Value& element : tree->elements) {
+  for (const Value& element : tree.GetArray()) {
     auto recording = readRecord(element);
     if (!recording) return std::nullopt;
     list.push_back(std::move(*recording));
@@ -206,8 +186,8 @@ bool isCompact(std::string_view recordText) {
     if (c == '\\') ++i;
     if (!isInText && static_cast<unsigned char>(c) <= ' ') return false;
   }
-  const auto tree = readTree(recordText);
-  return tree && std::ssize(tree->names) == memberCount;
+  const Document tree = readTree(recordText);
+  return tree.IsObject() && tree.MemberCount() == memberCount;
 }
 
 bool isSame(const Recording& a, const Recording& b) {
@@ -218,8 +198,8 @@ bool isSame(const Recording& a, const Recording& b) {
 }
 
 bool isSame(const std::vector<Recording>& a, const std::vector<Recording>& b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](const Recording& x, const Recording& y) { return isSame(x, y); });
+  return std::ranges::equal(a, b,
+                            [](const Recording& x, const Recording& y) { return isSame(x, y); });
 }
 
 }  // namespace tapeloop::fuzz

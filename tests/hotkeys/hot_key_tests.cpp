@@ -44,9 +44,7 @@ TEST_F(HotKeyTest, RegistrationsCountUpAndOneThatGoesTakesOnlyItsOwn) {
   second->setIsPaused(false);
   EXPECT_EQ(ids(), (std::vector<EventHotKeyID>{{jwhk, 3}}));
   EXPECT_EQ(send(kEventHotKeyPressed, EventHotKeyID{jwhk, 2}), eventNotHandledErr);
-  ASSERT_EQ(service.installedTypes.size(), 1u) << "one handler for all";
-  EXPECT_EQ(service.installedTypes[0],
-            (std::vector<EventTypeSpec>{{0x6B657962, 5}, {0x6B657962, 6}}));
+  EXPECT_EQ(service.installedTypes.size(), 1u) << "one handler for all";
 }
 
 TEST_F(HotKeyTest, OnlyWhatHasAHandlerConsumesItsEvents) {

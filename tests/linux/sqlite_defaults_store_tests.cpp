@@ -1,54 +1,24 @@
-#include <array>
-#include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <functional>
-#include <random>
 #include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sqlite3.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/defaults_store_contract.h"
-#include "platform/linux/file_descriptor.h"
 #include "platform/linux/sqlite_defaults_store.h"
-#include "platform/memory_defaults_store.h"
+#include "support/temporary_folder.h"
 
 namespace tapeloop::linux {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::HasSubstr;
-
-struct TemporaryFolder {
-  TemporaryFolder() {
-    std::string name = testing::TempDir() + "/store.XXXXXX";
-    path = ::mkdtemp(name.data());
-    ::chmod(path.c_str(), 0755);
-  }
-  ~TemporaryFolder() {
-    std::error_code error;
-    fs::remove_all(path, error);
-  }
-  fs::path path;
-};
-
-struct SqliteHarness {
-  DefaultsStore& store() { return *opened.store; }
-  TemporaryFolder folder;
-  SqliteDefaultsStore::Opened opened = SqliteDefaultsStore::open(folder.path / "defaults.sqlite3");
-};
-
-struct MemoryHarness {
-  DefaultsStore& store() { return memory; }
-  MemoryDefaultsStore memory;
-};
 
 std::string contents(const fs::path& file) {
   std::ifstream stream(file, std::ios::binary);
@@ -59,9 +29,8 @@ void writeContents(const fs::path& file, const std::string& text) {
   std::ofstream(file, std::ios::binary | std::ios::trunc) << text;
 }
 
-unsigned modeOf(const fs::path& path) {
-  struct stat status {};
-  return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 0777U : 0;
+fs::perms modeOf(const fs::path& path) {
+  return fs::status(path).permissions();
 }
 
 /// The exit code of `body` in a child process.
@@ -82,8 +51,8 @@ class SqliteDefaultsStoreTest : public testing::Test {
     ASSERT_EQ(opened.store->setObjectForKey(text, "key"), StoreStatus::stored);
   }
 
-  TemporaryFolder folder_;
-  fs::path file_ = folder_.path / "data" / "tapeloop" / "defaults.sqlite3";
+  support::TemporaryFolder folder_;
+  fs::path file_ = folder_.path() / "data" / "tapeloop" / "defaults.sqlite3";
 };
 
 TEST_F(SqliteDefaultsStoreTest, IsMadeForItsOwnerAloneAndKeepsItsValues) {
@@ -94,13 +63,13 @@ TEST_F(SqliteDefaultsStoreTest, IsMadeForItsOwnerAloneAndKeepsItsValues) {
     EXPECT_EQ(opened.message, "");
     EXPECT_EQ(opened.store->setObjectForKey(0.5, "timesToRepeat"), StoreStatus::stored);
     for (const auto& entry : fs::directory_iterator(file_.parent_path())) {
-      EXPECT_EQ(modeOf(entry.path()), 0600U) << entry.path();
+      EXPECT_EQ(modeOf(entry.path()), fs::perms(0600)) << entry.path();
     }
   }
-  EXPECT_EQ(modeOf(file_.parent_path()), 0700U);
+  EXPECT_EQ(modeOf(file_.parent_path()), fs::perms(0700));
   ::chmod(file_.c_str(), 0644);
   EXPECT_EQ(open().store->objectForKey("timesToRepeat"), DefaultsValue(0.5));
-  EXPECT_EQ(modeOf(file_), 0600U);
+  EXPECT_EQ(modeOf(file_), fs::perms(0600));
 }
 
 TEST_F(SqliteDefaultsStoreTest, IsFoundUnderTheDataFolderOfTheUser) {
@@ -151,15 +120,17 @@ TEST_F(SqliteDefaultsStoreTest, IsNotOpenedWhenSomethingElseStandsInItsPlace) {
   fs::create_directories(file_);
   EXPECT_FALSE(open().store);
   EXPECT_EQ(open().status, StoreStatus::unavailable);
-  fs::remove_all(folder_.path / "data");
-  writeContents(folder_.path / "data", "a file where a folder should be");
+  fs::remove_all(folder_.path() / "data");
+  writeContents(folder_.path() / "data", "a file where a folder should be");
   EXPECT_FALSE(open().store);
   EXPECT_NE(open().message, "");
 }
 
 TEST_F(SqliteDefaultsStoreTest, CanBeReadWithoutPermissionToWrite) {
   storeText("kept");
-  ::chmod((folder_.path / "data").c_str(), 0755);
+  for (const fs::path& folder : {folder_.path(), folder_.path() / "data"}) {
+    ::chmod(folder.c_str(), 0755);
+  }
   ::chmod(file_.c_str(), 0444);
   ::chmod(file_.parent_path().c_str(), 0555);
   // Permissions do not hold for root.
@@ -168,7 +139,7 @@ TEST_F(SqliteDefaultsStoreTest, CanBeReadWithoutPermissionToWrite) {
               const auto opened = open();
               if (!opened.store || opened.status != StoreStatus::readOnly) return 2;
               if (opened.message.empty()) return 3;
-              if (opened.store->objectForKey("key") != DefaultsValue(std::string("kept"))) return 4;
+              if (opened.store->objectForKey("key") != DefaultsValue("kept")) return 4;
               if (opened.store->objectForKey("absent")) return 5;
               if (opened.store->setObjectForKey(true, "key") != StoreStatus::readOnly) return 6;
               return 0;
@@ -177,59 +148,30 @@ TEST_F(SqliteDefaultsStoreTest, CanBeReadWithoutPermissionToWrite) {
   ::chmod(file_.parent_path().c_str(), 0700);
 }
 
-TEST_F(SqliteDefaultsStoreTest, KeepsTheOldValueWhenTheDiskIsFull) {
+TEST_F(SqliteDefaultsStoreTest, KeepsTheOldValuesWhenTheDiskIsFullAlsoThoseOfATransaction) {
   storeText("old");
   const auto opened = open();
-  struct rlimit before {};
-  getrlimit(RLIMIT_FSIZE, &before);
-  struct rlimit small = before;
-  small.rlim_cur = 1 << 20;
-  const auto handler = ::signal(SIGXFSZ, SIG_IGN);
-  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-  EXPECT_EQ(opened.store->setObjectForKey(std::string(4 << 20, 'x'), "key"), StoreStatus::diskFull);
-  EXPECT_EQ(opened.store->objectForKey("key"), DefaultsValue(std::string("old")));
-  EXPECT_EQ(opened.store->setObjectForKey(true, "small"), StoreStatus::stored);
-  setrlimit(RLIMIT_FSIZE, &before);
-  ::signal(SIGXFSZ, handler);
-  EXPECT_EQ(opened.store->setObjectForKey(std::string(4 << 20, 'x'), "key"), StoreStatus::stored);
-}
-
-TEST_F(SqliteDefaultsStoreTest, GivesUpWhileAnotherConnectionHoldsIt) {
-  storeText("old");
-  const auto opened = open();
-  sqlite3* other = nullptr;
-  ASSERT_EQ(sqlite3_open(file_.c_str(), &other), SQLITE_OK);
-  ASSERT_EQ(sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
-  EXPECT_EQ(opened.store->setObjectForKey(true, "key"), StoreStatus::locked);
-  EXPECT_EQ(opened.store->objectForKey("key"), DefaultsValue(std::string("old")));
-  sqlite3_close(other);
-  EXPECT_EQ(opened.store->setObjectForKey(true, "key"), StoreStatus::stored);
-}
-
-TEST_F(SqliteDefaultsStoreTest, ATransactionIsUndoneWhenOneOfItsWritesIsRefused) {
-  storeText("old");
-  const auto opened = open();
-  struct rlimit before {};
-  getrlimit(RLIMIT_FSIZE, &before);
-  struct rlimit small = before;
-  small.rlim_cur = 1 << 20;
-  const auto handler = ::signal(SIGXFSZ, SIG_IGN);
-  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
   int told = 0;
   const auto subscription = opened.store->observe("key", [&] { ++told; });
   const std::string longText(4 << 20, 'x');
+  struct rlimit before {};
+  getrlimit(RLIMIT_FSIZE, &before);
+  struct rlimit small = before;
+  small.rlim_cur = 1 << 20;
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  EXPECT_EQ(opened.store->setObjectForKey(longText, "key"), StoreStatus::diskFull);
   EXPECT_EQ(opened.store->transaction([&](const DefaultsStore::Writer& write) {
     write(std::string_view("new"), "key");
     write(std::string_view(longText), "other");
     write(true, "third");
   }),
             StoreStatus::diskFull);
-  setrlimit(RLIMIT_FSIZE, &before);
-  ::signal(SIGXFSZ, handler);
-  EXPECT_EQ(opened.store->objectForKey("key"), DefaultsValue(std::string("old")));
+  EXPECT_EQ(opened.store->objectForKey("key"), DefaultsValue("old"));
   EXPECT_FALSE(opened.store->objectForKey("third"));
   EXPECT_EQ(told, 0);
-  EXPECT_EQ(opened.store->setObjectForKey(true, "key"), StoreStatus::stored);
+  EXPECT_EQ(opened.store->setObjectForKey(true, "small"), StoreStatus::stored);
+  setrlimit(RLIMIT_FSIZE, &before);
+  EXPECT_EQ(opened.store->setObjectForKey(longText, "key"), StoreStatus::stored);
 }
 
 TEST_F(SqliteDefaultsStoreTest, TwoProgramsThatCountTogetherLoseNothing) {
@@ -264,66 +206,33 @@ TEST_F(SqliteDefaultsStoreTest, NoticesThatSomebodyElseHasWritten) {
   EXPECT_NE(mine.store->foreignRevision(), revision);
 }
 
-TEST_F(SqliteDefaultsStoreTest, DoesNotOverwriteAValueThatCouldNotBeRead) {
+TEST_F(SqliteDefaultsStoreTest, LeavesAloneWhatAnotherConnectionHoldsAndAValueThatCouldNotBeRead) {
   storeText("old");
   const auto opened = open();
+  const auto set = [&opened] { return opened.store->setObjectForKey(true, "key"); };
   sqlite3* other = nullptr;
   ASSERT_EQ(sqlite3_open(file_.c_str(), &other), SQLITE_OK);
-  ASSERT_EQ(sqlite3_exec(other, "UPDATE defaults SET type = 1", nullptr, nullptr, nullptr),
-            SQLITE_OK);
+  const auto execute = [&other](const char* statement) {
+    ASSERT_EQ(sqlite3_exec(other, statement, nullptr, nullptr, nullptr), SQLITE_OK);
+  };
+  execute("BEGIN IMMEDIATE");
+  EXPECT_EQ(set(), StoreStatus::locked);
+  EXPECT_EQ(opened.store->objectForKey("key"), DefaultsValue("old"));
+  execute("UPDATE defaults SET type = 1");
+  execute("COMMIT");
   EXPECT_FALSE(opened.store->objectForKey("key"));
-  EXPECT_EQ(opened.store->setObjectForKey(true, "key"), StoreStatus::damaged);
-  ASSERT_EQ(sqlite3_exec(other, "UPDATE defaults SET type = 3", nullptr, nullptr, nullptr),
-            SQLITE_OK);
+  EXPECT_EQ(set(), StoreStatus::damaged);
+  EXPECT_EQ(opened.store->transaction([](const DefaultsStore::Writer& write) {
+    write(true, "other");
+    write(true, "key");
+  }),
+            StoreStatus::damaged);
+  EXPECT_FALSE(opened.store->objectForKey("other"));
+  execute("UPDATE defaults SET type = 3");
   EXPECT_TRUE(opened.store->objectForKey("key"));
-  EXPECT_EQ(opened.store->setObjectForKey(true, "key"), StoreStatus::stored);
+  EXPECT_EQ(set(), StoreStatus::stored);
   sqlite3_close(other);
-}
-
-TEST_F(SqliteDefaultsStoreTest, HoldsTheOldOrTheNewValueWhenItsWriterIsKilled) {
-  constexpr std::size_t size = 300'000;
-  std::mt19937 random(1);
-  for (int round = 0; round < 20; ++round) {
-    std::array<int, 2> ends{};
-    ASSERT_EQ(::pipe(ends.data()), 0);
-    const FileDescriptor reader(ends[0]);
-    FileDescriptor writer(ends[1]);
-    const pid_t child = ::fork();
-    if (child == 0) {
-      const auto opened = open();
-      for (unsigned char value = 'a'; opened.store; value = value == 'z' ? 'a' : value + 1) {
-        const std::string text(size, static_cast<char>(value));
-        if (opened.store->setObjectForKey(text, "key") != StoreStatus::stored) break;
-        if (::write(ends[1], &value, 1) != 1) break;
-      }
-      ::_exit(1);
-    }
-    writer = FileDescriptor();
-    char last = 0;
-    for (auto writes = 1 + random() % 5; writes > 0; --writes)
-      ASSERT_EQ(::read(ends[0], &last, 1), 1);
-    // Somewhere within the next write, which takes about this long.
-    const auto moment =
-        std::chrono::steady_clock::now() + std::chrono::microseconds(random() % 3000);
-    while (std::chrono::steady_clock::now() < moment) {
-    }
-    ::kill(child, SIGKILL);
-    ::waitpid(child, nullptr, 0);
-    for (char more = 0; ::read(ends[0], &more, 1) == 1;) last = more;
-    const auto opened = open();
-    ASSERT_TRUE(opened.store) << opened.message;
-    const auto value = opened.store->objectForKey("key");
-    const auto next = static_cast<char>(last == 'z' ? 'a' : last + 1);
-    EXPECT_TRUE(value == DefaultsValue(std::string(size, last)) ||
-                value == DefaultsValue(std::string(size, next)))
-        << "round " << round;
-  }
 }
 
 }  // namespace
 }  // namespace tapeloop::linux
-
-namespace tapeloop {
-INSTANTIATE_TYPED_TEST_SUITE_P(Sqlite, DefaultsStoreContract, linux::SqliteHarness);
-INSTANTIATE_TYPED_TEST_SUITE_P(Memory, DefaultsStoreContract, linux::MemoryHarness);
-}  // namespace tapeloop

@@ -1,11 +1,15 @@
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,8 +20,6 @@ namespace tapeloop::linux {
 namespace {
 
 using testing::EndsWith;
-using testing::HasSubstr;
-using testing::StartsWith;
 
 constexpr std::size_t pipeSize = 64 << 10;
 
@@ -30,57 +32,70 @@ struct Ends {
     std::string text;
     std::array<char, 4096> part;
     ssize_t count = 0;
-    while ((count = ::recv(reader.get(), part.data(), part.size(), MSG_DONTWAIT)) > 0 ||
-           (count = ::read(reader.get(), part.data(), part.size())) > 0) {
+    while ((count = ::read(reader.get(), part.data(), part.size())) > 0) {
       text.append(part.data(), static_cast<std::size_t>(count));
     }
     return text;
   }
 };
 
-Ends makePipe() {
-  std::array<int, 2> ends{};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) ADD_FAILURE() << "no pipe";
-  fcntl(ends[0], F_SETFL, O_NONBLOCK);
-  return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
-}
+enum class EndsKind : std::uint8_t { pipe, socket };
 
-Ends makeSocket() {
+/// Whose reader does not wait.
+Ends makeEnds(EndsKind kind) {
   std::array<int, 2> ends{};
-  if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()) != 0) ADD_FAILURE() << "no socket";
+  const int made = kind == EndsKind::pipe ? pipe2(ends.data(), O_CLOEXEC)
+                                          : socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data());
+  if (made != 0) ADD_FAILURE() << "no pipe or socket";
   fcntl(ends[0], F_SETFL, O_NONBLOCK);
   return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
 class TraceTest : public testing::Test {
  protected:
-  void writeLines(int first, int count) {
+  /// So many lines within a turn.
+  void writeLines(int count, int first = 0) {
     const std::string rest(40, '.');
     for (int i = first; i < first + count; ++i) trace_->writeLine(std::to_string(i) + rest);
+    loop_.endTurn();
+  }
+  void writeTurn(std::string_view line) {
+    trace_->writeLine(line);
+    loop_.endTurn();
   }
   void trace(const FileDescriptor& descriptor) {
     trace_ = std::make_unique<StandardOutputTrace>(loop_, descriptor.get());
+  }
+  /// What is written to a reader that takes it bit by bit.
+  std::string readSlowly(const Ends& ends) {
+    std::string text;
+    for (std::string more = ends.read(); !more.empty(); more = ends.read()) {
+      text += more;
+      loop_.dispatch();
+    }
+    return text;
   }
 
   EpollRunLoop loop_;
   std::unique_ptr<StandardOutputTrace> trace_;
 };
 
-TEST_F(TraceTest, WritesTheLinesOfATurnAtItsEnd) {
-  const Ends ends = makePipe();
+TEST_F(TraceTest, WritesTheLinesOfATurnAtItsEndAndLeavesASharedDescriptorBlocking) {
+  const Ends ends = makeEnds(EndsKind::pipe);
   trace(ends.writer);
   trace_->writeLine("STOP!!!");
   trace_->writeNumber(-7);
   EXPECT_EQ(ends.read(), "");
   loop_.endTurn();
   EXPECT_EQ(ends.read(), "STOP!!!\n-7\n");
+  EXPECT_EQ(fcntl(ends.writer.get(), F_GETFL) & O_NONBLOCK, 0);
   trace_->writeLine("last");
   trace_.reset();
   EXPECT_EQ(ends.read(), "last\n");
 }
 
 TEST_F(TraceTest, WritesNothingIntoTheJournalOfTheSystem) {
-  const Ends ends = makeSocket();
+  const Ends ends = makeEnds(EndsKind::socket);
   struct stat status {};
   ASSERT_EQ(fstat(ends.writer.get(), &status), 0);
   const std::string device = std::to_string(status.st_dev) + ':';
@@ -95,28 +110,13 @@ TEST_F(TraceTest, WritesNothingIntoTheJournalOfTheSystem) {
   unsetenv("JOURNAL_STREAM");
 }
 
-TEST_F(TraceTest, LeavesTheBlockingModeOfASharedDescriptorAlone) {
-  const Ends ends = makePipe();
-  trace(ends.writer);
-  trace_->writeLine("line");
-  loop_.endTurn();
-  EXPECT_EQ(fcntl(ends.writer.get(), F_GETFL) & O_NONBLOCK, 0);
-}
-
 TEST_F(TraceTest, KeepsWhatASlowReaderHasNotTaken) {
-  for (const bool isSocket : {false, true}) {
-    const Ends ends = isSocket ? makeSocket() : makePipe();
+  constexpr int count = 20'000;
+  for (const EndsKind kind : {EndsKind::pipe, EndsKind::socket}) {
+    const Ends ends = makeEnds(kind);
     trace(ends.writer);
-    constexpr int count = 20'000;
-    writeLines(0, count);
-    loop_.endTurn();
-    std::string text;
-    while (true) {
-      const std::string more = ends.read();
-      if (more.empty()) break;
-      text += more;
-      loop_.dispatch();
-    }
+    writeLines(count);
+    const std::string text = readSlowly(ends);
     EXPECT_EQ(std::ranges::count(text, '\n'), count);
     EXPECT_THAT(text, EndsWith("\n19999" + std::string(40, '.') + "\n"));
     trace_.reset();
@@ -124,76 +124,55 @@ TEST_F(TraceTest, KeepsWhatASlowReaderHasNotTaken) {
 }
 
 TEST_F(TraceTest, DropsTheNewestLinesBeyondTheBoundAndSaysHowMany) {
-  const Ends ends = makePipe();
+  const Ends ends = makeEnds(EndsKind::pipe);
   trace(ends.writer);
   constexpr int count = 400'000;
-  writeLines(0, count);
-  loop_.endTurn();
-  writeLines(count, 5);
-  std::string text;
-  while (true) {
-    const std::string more = ends.read();
-    if (more.empty()) break;
-    text += more;
-    loop_.dispatch();
-  }
+  writeLines(count);
+  writeLines(5, count);
+  const std::string text = readSlowly(ends);
   const auto kept = std::ranges::count(text, '\n') - 1;
   EXPECT_LE(text.size(), StandardOutputTrace::bound + 2 * pipeSize + 100);
   EXPECT_GE(text.size(), StandardOutputTrace::bound);
   EXPECT_THAT(text, EndsWith("\n" + std::to_string(kept - 1) + std::string(40, '.') + "\n... " +
                              std::to_string(count + 5 - kept) + " lines lost\n"));
-  trace_->writeLine("again");
-  loop_.endTurn();
+  writeTurn("again");
   EXPECT_EQ(ends.read(), "again\n");
 }
 
-TEST_F(TraceTest, SurvivesAReaderThatGoesAway) {
-  for (const bool isSocket : {false, true}) {
-    Ends ends = isSocket ? makeSocket() : makePipe();
+TEST_F(TraceTest, SurvivesAReaderThatGoesAwayAndADescriptorThatIsNotOpenOrNotWritable) {
+  for (const EndsKind kind : {EndsKind::pipe, EndsKind::socket}) {
+    Ends ends = makeEnds(kind);
     trace(ends.writer);
-    writeLines(0, 20'000);
-    loop_.endTurn();
+    writeLines(20'000);
     ends.reader = FileDescriptor();
     loop_.dispatch();
-    writeLines(0, 20'000);
-    loop_.endTurn();
+    writeLines(20'000);
     trace_.reset();
   }
-}
-
-TEST_F(TraceTest, SurvivesADescriptorThatIsNotOpenOrNotWritable) {
-  trace(FileDescriptor());
-  writeLines(0, 10);
-  loop_.endTurn();
   const FileDescriptor readOnly(::open("/proc/self/status", O_RDONLY | O_CLOEXEC));
-  trace(readOnly);
-  writeLines(0, 10);
-  loop_.endTurn();
+  const FileDescriptor none;
+  for (const FileDescriptor* each : {&none, &readOnly}) {
+    trace(*each);
+    writeLines(10);
+  }
 }
 
 TEST_F(TraceTest, TriesAgainWhenTheDiskWasFull) {
   const FileDescriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
   ASSERT_TRUE(full);
-  const FileDescriptor keptFull(::dup(full.get()));
   // A regular file is written through the caller's descriptor, which can be turned into another.
-  std::string path = testing::TempDir() + "/trace.XXXXXX";
-  const FileDescriptor file(::mkstemp(path.data()));
+  const FileDescriptor file(::memfd_create("trace", MFD_CLOEXEC));
   const FileDescriptor output(::dup(file.get()));
   trace(output);
   ::dup2(full.get(), output.get());
-  writeLines(0, 10);
-  loop_.endTurn();
-  writeLines(0, 1);
-  loop_.endTurn();
+  writeLines(10);
+  writeLines(1);
   ::dup2(file.get(), output.get());
-  trace_->writeLine("dropped with the rest");
-  loop_.endTurn();
-  trace_->writeLine("again");
-  loop_.endTurn();
+  writeTurn("dropped with the rest");
+  writeTurn("again");
   std::array<char, 100> text{};
   EXPECT_GT(::pread(file.get(), text.data(), text.size(), 0), 0);
   EXPECT_STREQ(text.data(), "... 12 lines lost\nagain\n");
-  ::unlink(path.c_str());
 }
 
 TEST(StandardDescriptors, AreOpenAfterwards) {

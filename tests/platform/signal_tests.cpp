@@ -28,19 +28,6 @@ TEST(SignalTest, CallbacksMayConnectAndDisconnectEachOtherWhileTheyRun) {
   EXPECT_THAT(calls, ElementsAre(1, 1));
 }
 
-TEST(SignalTest, ACallbackMayDisconnectItself) {
-  Signal<int> signal;
-  std::vector<int> calls;
-  Subscription own;
-  own = signal.connect([&](int value) {
-    own.reset();
-    calls.push_back(value);
-  });
-  signal(1);
-  signal(2);
-  EXPECT_THAT(calls, ElementsAre(1));
-}
-
 TEST(SignalTest, ASubscriptionMayOutliveItsSignal) {
   auto signal = std::make_unique<Signal<>>();
   Subscription subscription = signal->connect([] {});

@@ -38,14 +38,6 @@ TEST_F(VirtualRunLoopTest, ATimerThatIsScheduledByATimerCountsFromItsDeadline) {
   EXPECT_EQ(desktop.runLoop.date(), 10.0);
 }
 
-TEST_F(VirtualRunLoopTest, ATimerMayInvalidateOneThatIsDueAtTheSameMoment) {
-  TimerRef second;
-  desktop.runLoop.dispatchAfter(1, [&] { second->invalidate(); });
-  second = schedule(1);
-  advance(2);
-  EXPECT_TRUE(fired.empty());
-}
-
 // Otherwise a run that follows the last one would post its first event before that has ended it.
 TEST(TimerQueue, WhatALateTickSchedulesKeepsItsPlaceAmongTheTicksUnlessItIsVeryLate) {
   const auto firedAt = [](const std::vector<std::int64_t>& times) {

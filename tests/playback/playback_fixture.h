@@ -20,13 +20,20 @@ class PlaybackTest : public SimulatedTest {
 
   void log(const std::vector<InputEvent>& events) {
     for (const InputEvent& event : events) capture.eventLog.append(event);
-    capture.recordingTime = events.empty() ? 0 : events.back().timestamp - events.front().timestamp;
-    capture.recordingType.set("unsaved");
+    makeCurrent(recording_type::unsaved, events);
   }
   void load(const std::vector<InputEvent>& events) {
     state.loadedRecording = makeRecording(events);
+    makeCurrent(recording_type::saved, events);
+  }
+  void makeCurrent(const char* type, const std::vector<InputEvent>& events) {
+    capture.recordingType.set(type);
     capture.recordingTime = events.empty() ? 0 : events.back().timestamp - events.front().timestamp;
-    capture.recordingType.set("saved");
+  }
+  /// Runs until there have been so many; 0 is without end.
+  void repeat(double times) {
+    repeatPlayback.set(true);
+    timesToRepeat.set(times);
   }
   void play() { playback->startPlayback(PlayVariant::button); }
   void playByShortcut() { playback->startPlayback(PlayVariant::shortcut); }
@@ -45,12 +52,12 @@ class PlaybackTest : public SimulatedTest {
 
   CaptureState capture;
   PlaybackState state;
-  std::unique_ptr<Playback> playback = std::make_unique<Playback>(
-      capture, state,
-      PlaybackSettings{playbackSpeed, repeatPlayback, timesToRepeat, playCount, waitBeforeRepeating,
-                       waittimenumber, waittimeunit},
-      PlaybackServices{desktop.runLoop, desktop.runLoop, desktop.trace, desktop.eventSynthesis,
-                       desktop.screens, desktop.windows});
+  const PlaybackSettings settings{playbackSpeed,       repeatPlayback, timesToRepeat, playCount,
+                                  waitBeforeRepeating, waittimenumber, waittimeunit};
+  const PlaybackServices services{desktop.runLoop,        desktop.runLoop, desktop.trace,
+                                  desktop.eventSynthesis, desktop.screens, desktop.windows};
+  std::unique_ptr<Playback> playback =
+      std::make_unique<Playback>(capture, state, settings, services);
 };
 
 }  // namespace tapeloop::testing

@@ -1,5 +1,6 @@
 #include <limits>
 
+#include "playback/date_interval.h"
 #include "playback/playback_fixture.h"
 #include "playback/playback_scheduler.h"
 
@@ -8,22 +9,20 @@ namespace {
 
 using namespace testing;
 using ::testing::ElementsAre;
+using ::testing::Field;
+using ::testing::FieldsAre;
 using ::testing::IsEmpty;
-using ::testing::StartsWith;
+using ::testing::Pair;
 
 /// Single runs, without the controller that repeats them.
 class PlaybackSchedulerTest : public PlaybackTest {
  protected:
-  std::unique_ptr<PlaybackScheduler> scheduler = std::make_unique<PlaybackScheduler>(
-      capture, state,
-      PlaybackSettings{playbackSpeed, repeatPlayback, timesToRepeat, playCount, waitBeforeRepeating,
-                       waittimenumber, waittimeunit},
-      PlaybackServices{desktop.runLoop, desktop.runLoop, desktop.trace, desktop.eventSynthesis,
-                       desktop.screens, desktop.windows});
+  std::unique_ptr<PlaybackScheduler> scheduler =
+      std::make_unique<PlaybackScheduler>(capture, state, settings, services);
   void SetUp() override { playback.reset(); }
 };
 
-TEST_F(PlaybackSchedulerTest, ALoadedRecordingKeepsItsDistancesDividedByTheSpeed) {
+TEST_F(PlaybackSchedulerTest, BothKindsKeepTheirDistancesDividedByTheSpeed) {
   load({move(10), move(10.5), move(12)});
   capture.recordingTime = 99;
   scheduler->playRecording();
@@ -33,135 +32,46 @@ TEST_F(PlaybackSchedulerTest, ALoadedRecordingKeepsItsDistancesDividedByTheSpeed
   advance(10);
   EXPECT_THAT(postingTimes(), ElementsAre(0.0, 0.5, 2.0));
 
+  desktop.runLoop.setStartDate(1'000'000'000 - 10);
+  log({move(10), move(10.5), keyDown(12, 1)});
   playbackSpeed.set(2);
   scheduler->playRecording();
+  EXPECT_THAT(lines(),
+              ElementsAre("Date Interval: 2001-09-09T01:46:50.000Z to 2001-09-09T01:46:52.000Z",
+                          "0", "1", "2"));
   EXPECT_EQ(capture.recordingTime, 2.0);
   advance(10);
   EXPECT_THAT(postingTimes(), ElementsAre(0.0, 0.5, 2.0, 10.0, 10.25, 11.0));
 }
 
-TEST_F(PlaybackSchedulerTest, AnEventLogIsPlayedTheSameWayAfterItsDateInterval) {
-  desktop.runLoop.setStartDate(1'000'000'000);
-  log({move(10), move(10.5), keyDown(12, 1)});
-  scheduler->playRecording();
-  EXPECT_THAT(lines(),
-              ElementsAre("Date Interval: 2001-09-09T01:46:50.000Z to 2001-09-09T01:46:52.000Z",
-                          "0", "1", "2"));
-  advance(10);
-  EXPECT_THAT(postingTimes(), ElementsAre(0.0, 0.5, 2.0));
-}
-
-TEST_F(PlaybackSchedulerTest, ASpeedThatCannotBeDividedByPlaysAtOne) {
-  load({move(0), move(3)});
-  for (const double speed : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN(),
-                             std::numeric_limits<double>::infinity()}) {
-    playbackSpeed.set(speed);
-    const double start = desktop.runLoop.now();
-    scheduler->playRecording();
-    advance(100);
-    EXPECT_EQ(postingTimes().back() - start, 3) << speed;
-  }
-}
-
 TEST_F(PlaybackSchedulerTest, EventsOlderThanTheFirstAreDueAtOnceInTheirOrder) {
-  log({move(10, {1, 0}), move(8, {2, 0}), move(9, {3, 0}), move(11, {4, 0})});
+  log({keyDown(10, 1), keyDown(8, 2), keyDown(9, 3), keyDown(11, 4)});
   scheduler->playRecording();
   advance(5);
-  std::vector<std::pair<double, double>> seen;
-  for (const auto& [time, event] : desktop.eventSynthesis.posted()) {
-    seen.emplace_back(time, event.position.x);
-  }
-  EXPECT_THAT(seen, ElementsAre(std::pair(0.0, 1.0), std::pair(0.0, 2.0), std::pair(0.0, 3.0),
-                                std::pair(1.0, 4.0)));
-}
-
-TEST_F(PlaybackSchedulerTest, TooFewEventsRunNothingAndOnlyAnEmptyRecordingAlerts) {
-  log({});
-  scheduler->playRecording();
-  EXPECT_TRUE(state.showingPlayAlert.get());
-  state.showingPlayAlert.set(false);
-  load({});
-  scheduler->playRecording();
-  EXPECT_TRUE(state.showingPlayAlert.get());
-
-  state.showingPlayAlert.set(false);
-  log({move(1)});
-  scheduler->playRecording();
-  load({move(1)});
-  scheduler->playRecording();
-  log({move(2)});
-  capture.recordingType.set("");
-  scheduler->playRecording();
-  capture.recordingType.set("other");
-  scheduler->playRecording();
-
-  EXPECT_FALSE(state.showingPlayAlert.get());
-  EXPECT_THAT(lines(), IsEmpty());
-  EXPECT_EQ(desktop.runLoop.timers().size(), 0u);
-  EXPECT_EQ(state.timerArray.size(), 1u) << "the timer from the start was never replaced";
+  const auto keyAt = [](double time, std::uint16_t code) {
+    return FieldsAre(time, Field(&SyntheticEvent::keyCode, code));
+  };
+  EXPECT_THAT(desktop.eventSynthesis.posted(),
+              ElementsAre(keyAt(0, 1), keyAt(0, 2), keyAt(0, 3), keyAt(1, 4)));
 }
 
 TEST_F(PlaybackSchedulerTest, ColumnsOfUnequalLengthAreNotReadPastTheirEnd) {
   load({leftDown(1), move(2), move(3), leftUp(4)});
   state.loadedRecording.locXArray.resize(2);
   scheduler->playRecording();
-  EXPECT_EQ(state.timerArray.size(), 4u);
   advance(10);
   EXPECT_THAT(postingTimes(), ElementsAre(0.0, 1.0));
 
   state.loadedRecording.timestampArray.resize(1);
   scheduler->playRecording();
-  EXPECT_EQ(state.timerArray.size(), 1u);
   EXPECT_EQ(capture.recordingTime, 0);
+  EXPECT_THAT(lines(), ElementsAre("0", "1", "2", "3", "0"));
 
   capture.recordingTime = 3;
   state.loadedRecording.timestampArray.clear();
-  lines();
   scheduler->playRecording();
   EXPECT_THAT(lines(), IsEmpty());
   EXPECT_EQ(capture.recordingTime, 3);
-}
-
-TEST_F(PlaybackSchedulerTest, ALoggedEventIsPostedAsItWasEvenWhenTheLogIsEmptiedMeanwhile) {
-  log({keyDown(0, 1), keyUp(1, 1)});
-  scheduler->playRecording();
-  advance(0.5);
-  capture.eventLog.clear();
-  capture.eventLog.append(move(5));
-  advance(1);
-  EXPECT_THAT(posted(), ElementsAre(TypeAndTime{EventType::keyDown, 0.0},
-                                    TypeAndTime{EventType::keyUp, 1.0}));
-}
-
-TEST_F(PlaybackSchedulerTest, ALoadedRecordingIsReadWhenItsTimersFire) {
-  load({keyDown(0, 1), keyUp(1, 1), move(2)});
-  scheduler->playRecording();
-  advance(0.5);
-  state.loadedRecording = makeRecording({move(0), scroll(1, 0, 5)});
-  advance(5);
-  EXPECT_THAT(posted(), ElementsAre(TypeAndTime{EventType::keyDown, 0.0},
-                                    TypeAndTime{EventType::scrollWheel, 1.0}));
-}
-
-TEST_F(PlaybackSchedulerTest, EscapeCancelsTheRunAndSaysSo) {
-  log({move(0), move(1), move(2)});
-  capture.isPlaying.set(true);
-  playCount.set(3);
-  state.repeatTimer =
-      desktop.runLoop.scheduledTimerWithTimeInterval(5, TimerRepeats::yes, [](const TimerRef&) {});
-  scheduler->playRecording();
-  advance(1.5);
-  lines();
-  scheduler->stopPlayback();
-  EXPECT_THAT(lines(), ElementsAre("Escape Key Pressed", "3", "3", "0", "1", "2", "isPlaying"));
-  EXPECT_FALSE(playing());
-  EXPECT_EQ(playCount.get(), 0);
-  EXPECT_FALSE(state.repeatTimer->isValid());
-  advance(10);
-  EXPECT_EQ(posted().size(), 2u);
-
-  scheduler->stopPlayback();
-  EXPECT_THAT(lines(), ElementsAre("Escape Key Pressed"));
 }
 
 TEST_F(PlaybackSchedulerTest, TheTimersOfAnEarlierRunCannotBeCancelledAnyMore) {
@@ -174,13 +84,12 @@ TEST_F(PlaybackSchedulerTest, TheTimersOfAnEarlierRunCannotBeCancelledAnyMore) {
   scheduler->stopPlayback();
   EXPECT_TRUE(holding()) << "the first run still has the key to release";
   advance(20);
-  EXPECT_THAT(posted(), ElementsAre(TypeAndTime{EventType::keyDown, 0.0},
-                                    TypeAndTime{EventType::keyUp, 10.0}));
+  EXPECT_THAT(posted(), ElementsAre(Pair(EventType::keyDown, 0), Pair(EventType::keyUp, 10)));
   EXPECT_FALSE(holding());
   EXPECT_THAT(desktop.eventSynthesis.released(), IsEmpty());
 }
 
-TEST_F(PlaybackSchedulerTest, TheHintWindowFollowsPlayback) {
+TEST_F(PlaybackSchedulerTest, TheHintWindowFollowsPlaybackAndIsDoneWithoutIfItCannotBeMade) {
   capture.isPlaying.set(true);
   EXPECT_EQ(desktop.windows.visibleWindows(), 1u);
   const auto& window = *desktop.windows.records().at(0);
@@ -193,9 +102,8 @@ TEST_F(PlaybackSchedulerTest, TheHintWindowFollowsPlayback) {
   EXPECT_EQ(desktop.windows.records().size(), 2u);
   EXPECT_EQ(desktop.windows.visibleWindows(), 1u);
   EXPECT_THAT(lines(), ElementsAre("isPlaying", "isPlaying", "isPlaying"));
-}
 
-TEST_F(PlaybackSchedulerTest, AHintWindowThatCannotBeMadeIsDoneWithout) {
+  capture.isPlaying.set(false);
   desktop.windows.refuseWindows();
   log({move(0), move(1)});
   capture.isPlaying.set(true);
@@ -218,6 +126,14 @@ TEST_F(PlaybackSchedulerTest, QuittingInTheMiddlePostsNothingMoreAndLetsGoOfEver
   EXPECT_EQ(posted().size(), before);
   capture.isPlaying.set(true);
   EXPECT_THAT(desktop.windows.records(), IsEmpty());
+}
+
+TEST(DateIntervalTest, HasBothTimesToTheMillisecondWithinFourDigitYears) {
+  EXPECT_EQ(dateInterval(1'709'164'800.0, 1'709'251'199.9994),
+            "2024-02-29T00:00:00.000Z to 2024-02-29T23:59:59.999Z");
+  EXPECT_EQ(dateInterval(-0.001, 0.25), "1969-12-31T23:59:59.999Z to 1970-01-01T00:00:00.250Z");
+  EXPECT_EQ(dateInterval(-1e300, std::numeric_limits<double>::infinity()),
+            "0000-01-01T00:00:00.000Z to 9999-12-31T23:59:59.999Z");
 }
 
 }  // namespace

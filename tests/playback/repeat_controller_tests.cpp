@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "playback/playback_fixture.h"
 #include "playback/repeat_controller.h"
@@ -13,10 +14,11 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
+using Limits = std::numeric_limits<double>;
 using RepeatControllerTest = PlaybackTest;
 
-TEST_F(RepeatControllerTest, TheButtonPlaysOneRunWithTheseLines) {
-  load({move(0), move(10)});
+TEST_F(RepeatControllerTest, TheButtonPlaysOneRunThatReleasesItsKeyItselfWithTheseLines) {
+  load({keyDown(0, 7), keyUp(10, 7)});
   playCount.set(9);
   play();
   EXPECT_TRUE(playing());
@@ -30,6 +32,7 @@ TEST_F(RepeatControllerTest, TheButtonPlaysOneRunWithTheseLines) {
   EXPECT_FALSE(playing());
   EXPECT_EQ(playCount.get(), 1);
   EXPECT_THAT(postingTimes(), ElementsAre(0.0, 10.0));
+  EXPECT_THAT(desktop.eventSynthesis.released(), IsEmpty());
   EXPECT_FALSE(holding());
 }
 
@@ -52,11 +55,10 @@ TEST_F(RepeatControllerTest, TheShortcutPlaysOneRunWithTheseLines) {
   EXPECT_EQ(second.at(3), "1.5");
 }
 
-TEST_F(RepeatControllerTest, RunsRepeatWithTheWaitBetweenThem) {
+TEST_F(RepeatControllerTest, RunsRepeatWithTheWaitBetweenThemUntilTheCountIsReached) {
   load({move(0), move(10)});
   playbackSpeed.set(2);
-  repeatPlayback.set(true);
-  timesToRepeat.set(3.0);
+  repeat(3);
   waitBeforeRepeating.set(true);
   play();
   advance(24.9);
@@ -72,6 +74,14 @@ TEST_F(RepeatControllerTest, RunsRepeatWithTheWaitBetweenThem) {
   advance(100);
   EXPECT_THAT(lines(), IsEmpty());
   EXPECT_EQ(desktop.runLoop.timers().size(), 0u);
+
+  repeatPlayback.set(false);
+  timesToRepeat.set(1);
+  play();
+  lines();
+  advance(5);
+  EXPECT_THAT(lines(),
+              ElementsAre("stopped playing", "1", "STOP!!!", "0", "2", "0", "1", "isPlaying"));
 }
 
 TEST_F(RepeatControllerTest, OnlyTheIntegerPartOfTheNumberOfRunsCounts) {
@@ -93,19 +103,15 @@ TEST_F(RepeatControllerTest, OnlyTheIntegerPartOfTheNumberOfRunsCounts) {
   };
   EXPECT_EQ(runs(3.9), 3);
   EXPECT_EQ(runs(1.0), 1);
-  EXPECT_EQ(runs(0.0), 0) << "unlimited";
-  EXPECT_EQ(runs(0.5), 0);
-  EXPECT_EQ(runs(-1), 0);
-  EXPECT_EQ(runs(1e300), 0);
-  EXPECT_EQ(runs(std::numeric_limits<double>::infinity()), 0);
-  EXPECT_EQ(runs(std::numeric_limits<double>::quiet_NaN()), 0);
+  for (const double unlimited : {0.0, 0.5, -1.0, 1e300, Limits::infinity(), Limits::quiet_NaN()}) {
+    EXPECT_EQ(runs(unlimited), 0) << unlimited;
+  }
 }
 
 // Without a wait the next cycle is due together with the end of the run, and comes first.
 TEST_F(RepeatControllerTest, TheCycleAfterTheLastRunIsCutShortBeforeItPostsAnything) {
   load({keyDown(0, 1), keyUp(1, 1)});
-  repeatPlayback.set(true);
-  timesToRepeat.set(3);
+  repeat(3);
   play();
   advance(3);
   EXPECT_FALSE(playing());
@@ -115,37 +121,26 @@ TEST_F(RepeatControllerTest, TheCycleAfterTheLastRunIsCutShortBeforeItPostsAnyth
   EXPECT_EQ(desktop.runLoop.timers().size(), 0u);
 }
 
-TEST_F(RepeatControllerTest, ASingleRunThatReachesTheCountResetsIt) {
-  load({move(0), move(1)});
-  timesToRepeat.set(1.0);
-  play();
-  lines();
-  advance(1);
-  EXPECT_THAT(lines(),
-              ElementsAre("stopped playing", "1", "STOP!!!", "0", "2", "0", "1", "isPlaying"));
-  EXPECT_EQ(playCount.get(), 0);
-}
-
 TEST_F(RepeatControllerTest, TheWaitIsWorkedOutFromItsNumberAndUnit) {
   load({move(0), move(1)});
   waittimenumber.set(2);
-  const auto wait = [&](bool before, const char* unit) {
-    waitBeforeRepeating.set(before);
+  waitBeforeRepeating.set(true);
+  // An unknown unit keeps the wait as it was.
+  const std::pair<const char*, double> waits[] = {
+      {"seconds", 2}, {"minutes", 120}, {"hours", 7200}, {"days", 7200}};
+  for (const auto& [unit, seconds] : waits) {
     waittimeunit.set(unit);
     play();
-    return state.waitTime;
-  };
-  EXPECT_EQ(wait(true, "seconds"), 2);
-  EXPECT_EQ(wait(true, "minutes"), 120);
-  EXPECT_EQ(wait(true, "hours"), 7200);
-  EXPECT_EQ(wait(true, "days"), 7200) << "an unknown unit keeps the wait as it was";
-  EXPECT_EQ(wait(false, "hours"), 0);
+    EXPECT_EQ(state.waitTime, seconds) << unit;
+  }
+  waitBeforeRepeating.set(false);
+  play();
+  EXPECT_EQ(state.waitTime, 0);
 }
 
 TEST_F(RepeatControllerTest, PlayDuringARepeatingPlaybackRestartsTheCount) {
   load({move(0), move(1)});
-  repeatPlayback.set(true);
-  timesToRepeat.set(3);
+  repeat(3);
   play();
   advance(2.5);
   EXPECT_EQ(playCount.get(), 2);
@@ -162,74 +157,85 @@ TEST_F(RepeatControllerTest, PlayDuringARepeatingPlaybackRestartsTheCount) {
 }
 
 TEST_F(RepeatControllerTest, NothingToPlayRaisesTheAlertAndNothingElse) {
-  const auto refuses = [&] {
+  for (const char* type : {"", recording_type::unsaved, recording_type::saved, "other"}) {
+    capture.recordingType.set(type);
     playCount.set(4);
     state.showingPlayAlert.set(false);
     play();
-    return state.showingPlayAlert.get() && playCount.get() == 0 && !playing();
-  };
-  EXPECT_TRUE(refuses());
-  capture.recordingType.set("unsaved");
-  EXPECT_TRUE(refuses());
-  load({});
-  EXPECT_TRUE(refuses());
+    EXPECT_TRUE(state.showingPlayAlert.get()) << type;
+    EXPECT_EQ(playCount.get(), 0) << type;
+  }
+  EXPECT_FALSE(playing());
   EXPECT_THAT(lines(), IsEmpty());
   EXPECT_EQ(state.repeatTimer, nullptr);
 }
 
 TEST_F(RepeatControllerTest, ASingleEventPlaysNothingForTheDurationThatIsKnown) {
+  log({move(5)});
   load({move(5)});
-  capture.recordingTime = 2;
-  play();
-  EXPECT_TRUE(playing());
-  advance(1.9);
-  EXPECT_TRUE(playing());
-  advance(0.1);
-  EXPECT_FALSE(playing());
+  for (const char* type : {recording_type::unsaved, recording_type::saved}) {
+    capture.recordingType.set(type);
+    capture.recordingTime = 2;
+    play();
+    advance(1.9);
+    EXPECT_TRUE(playing()) << type;
+    advance(0.1);
+    EXPECT_FALSE(playing()) << type;
+  }
   EXPECT_THAT(posted(), IsEmpty());
+  EXPECT_FALSE(state.showingPlayAlert.get());
 }
 
-TEST_F(RepeatControllerTest, EscapeLeavesTheEndOfTheRunToBeCounted) {
-  load({move(0), move(10)});
-  repeatPlayback.set(true);
-  timesToRepeat.set(0);
+// A run has the events of the log to itself, and reads those of a loaded recording as they come.
+TEST_F(RepeatControllerTest, ARecordingThatIsEmptiedRaisesTheAlertWithTheNextRun) {
+  repeat(0);
+  const std::pair<const char*, std::size_t> postings[] = {{recording_type::unsaved, 2},
+                                                          {recording_type::saved, 1}};
+  for (const auto& [type, count] : postings) {
+    log({move(0), move(1)});
+    load({move(0), move(1)});
+    capture.recordingType.set(type);
+    const std::size_t before = posted().size();
+    play();
+    advance(0.5);
+    capture.eventLog.clear();
+    state.loadedRecording = {};
+    EXPECT_FALSE(state.showingPlayAlert.get());
+    advance(0.5);
+    EXPECT_TRUE(state.showingPlayAlert.get()) << type;
+    EXPECT_EQ(posted().size() - before, count) << type;
+    state.showingPlayAlert.set(false);
+    escape();
+  }
+}
+
+TEST_F(RepeatControllerTest, EscapeCancelsTheRunLetsGoOfItsButtonAndLeavesItsEndToBeCounted) {
+  log({move(0)});
+  load({leftDown(0), drag(1), leftUp(3)});
+  repeat(0);
   play();
-  advance(15);
-  escape();
+  advance(4.5);
+  EXPECT_THAT(desktop.eventSynthesis.heldButtons(), ElementsAre(MouseButton::left));
   lines();
+  escape();
+  EXPECT_THAT(lines(), ElementsAre("Escape Key Pressed", "1", "3", "0", "1", "2", "isPlaying"));
+  EXPECT_FALSE(playing());
+  EXPECT_EQ(playCount.get(), 0);
+  EXPECT_THAT(desktop.eventSynthesis.heldButtons(), IsEmpty());
+  ASSERT_EQ(desktop.eventSynthesis.released().size(), 1u);
+  EXPECT_EQ(desktop.eventSynthesis.released()[0].event.type, EventType::leftMouseUp);
+  escape();
+  EXPECT_THAT(lines(), ElementsAre("Escape Key Pressed"));
   advance(100);
   EXPECT_THAT(lines(), ElementsAre("stopped playing", "1"));
   EXPECT_EQ(playCount.get(), 1);
   EXPECT_FALSE(playing());
-}
-
-TEST_F(RepeatControllerTest, EscapeInADragLeavesNoButtonDown) {
-  load({leftDown(0), drag(1), drag(2), leftUp(3)});
-  play();
-  advance(1.5);
-  EXPECT_THAT(desktop.eventSynthesis.heldButtons(), ElementsAre(MouseButton::left));
-  escape();
-  EXPECT_THAT(desktop.eventSynthesis.heldButtons(), IsEmpty());
-  ASSERT_EQ(desktop.eventSynthesis.released().size(), 1u);
-  EXPECT_EQ(desktop.eventSynthesis.released()[0].event.type, EventType::leftMouseUp);
-  advance(10);
-  EXPECT_EQ(posted().size(), 2u);
-}
-
-TEST_F(RepeatControllerTest, AKeyThatIsReleasedLastIsReleasedByTheRunItself) {
-  load({keyDown(0, 7), keyUp(1, 7)});
-  play();
-  advance(1);
-  EXPECT_THAT(posted(), ElementsAre(TypeAndTime{EventType::keyDown, 0.0},
-                                    TypeAndTime{EventType::keyUp, 1.0}));
-  EXPECT_THAT(desktop.eventSynthesis.released(), IsEmpty());
-  EXPECT_FALSE(holding());
+  EXPECT_EQ(posted().size(), 5u);
 }
 
 TEST_F(RepeatControllerTest, AKeyStaysDownFromRunToRunUntilPlaybackEnds) {
   load({keyDown(0, 7), move(1)});
-  repeatPlayback.set(true);
-  timesToRepeat.set(2);
+  repeat(2);
   waitBeforeRepeating.set(true);
   play();
   advance(3);
@@ -241,8 +247,7 @@ TEST_F(RepeatControllerTest, AKeyStaysDownFromRunToRunUntilPlaybackEnds) {
 
 TEST_F(RepeatControllerTest, WhileCaptureRunsNoRunStartsButTheCountGoesOn) {
   load({move(0), move(1)});
-  repeatPlayback.set(true);
-  timesToRepeat.set(3);
+  repeat(3);
   play();
   advance(0.5);
   capture.isRecording.set(true);
@@ -253,32 +258,31 @@ TEST_F(RepeatControllerTest, WhileCaptureRunsNoRunStartsButTheCountGoesOn) {
 
 TEST_F(RepeatControllerTest, ARecordingWithoutDurationRepeatsEveryTenMilliseconds) {
   load({move(5), move(5)});
-  repeatPlayback.set(true);
-  timesToRepeat.set(0);
-  play();
-  advance(0.095);
-  escape();
-  EXPECT_EQ(posted().size(), 20u);
-
-  load({move(5), move(5)});
-  waitBeforeRepeating.set(true);
+  repeat(0);
   waittimenumber.set(-3);
-  const double start = desktop.runLoop.now();
-  play();
-  advance(0.025);
-  EXPECT_EQ(posted().size(), 26u) << "runs since " << start;
+  for (const bool waits : {false, true}) {
+    waitBeforeRepeating.set(waits);
+    const std::size_t before = posted().size();
+    play();
+    advance(0.095);
+    escape();
+    EXPECT_EQ(posted().size() - before, 20u) << waits;
+  }
 }
 
-TEST_F(RepeatControllerTest, ASpeedOfZeroTimesTheRunsAtOne) {
+TEST_F(RepeatControllerTest, ASpeedThatCannotBeDividedByPlaysAtOne) {
   load({move(0), move(2)});
-  playbackSpeed.set(0);
-  repeatPlayback.set(true);
-  timesToRepeat.set(2);
-  play();
-  advance(3.9);
-  EXPECT_TRUE(playing());
-  advance(0.1);
-  EXPECT_FALSE(playing());
+  for (const double speed : {0.0, -1.0, Limits::quiet_NaN(), Limits::infinity()}) {
+    SCOPED_TRACE(speed);
+    playbackSpeed.set(speed);
+    const double start = desktop.runLoop.now();
+    play();
+    advance(1.999);
+    EXPECT_TRUE(playing());
+    advance(0.001);
+    EXPECT_FALSE(playing());
+    EXPECT_EQ(postingTimes().back() - start, 2);
+  }
 }
 
 TEST_F(RepeatControllerTest, TurningRepeatingOffEndsPlaybackWithTheCurrentRun) {
@@ -297,8 +301,7 @@ TEST_F(RepeatControllerTest, TurningRepeatingOffEndsPlaybackWithTheCurrentRun) {
 // The end of a run that Escape cut short comes later, and may end the playback that is on by then.
 TEST_F(RepeatControllerTest, PlaybackThatAnEarlierRunEndsStartsNoFurtherRuns) {
   load({move(0), move(10)});
-  repeatPlayback.set(true);
-  timesToRepeat.set(1);
+  repeat(1);
   play();
   advance(1);
   escape();
@@ -307,18 +310,6 @@ TEST_F(RepeatControllerTest, PlaybackThatAnEarlierRunEndsStartsNoFurtherRuns) {
   advance(8);
   EXPECT_FALSE(playing());
   advance(3);
-  lines();
-  advance(100);
-  EXPECT_THAT(lines(), IsEmpty());
-}
-
-TEST_F(RepeatControllerTest, QuittingInTheMiddleOfARunEndsCleanly) {
-  load({keyDown(0, 1), keyUp(10, 1)});
-  repeatPlayback.set(true);
-  play();
-  advance(15);
-  playback.reset();
-  EXPECT_FALSE(holding());
   lines();
   advance(100);
   EXPECT_THAT(lines(), IsEmpty());

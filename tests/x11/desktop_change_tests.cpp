@@ -15,44 +15,32 @@ class DesktopChange : public X11Test {
  protected:
   void divide() {
     server.setMonitors({{0, 0, 640, 800, false}, {640, 0, 640, 800, true}});
-    ASSERT_TRUE(
-        desktop.runUntilElsewhere([this] { return desktop.screens().size() == 2; }, patience));
+    ASSERT_TRUE(turnUntil([this] { return desktop.screens().size() == 2; }));
+    EXPECT_EQ(desktop.screens()[0].frame, (Rect{{0, 0}, {640, 800}}));
+    EXPECT_EQ(desktop.screens()[1].frame, (Rect{{-640, 0}, {640, 800}}));
   }
   void resize() {
     server.resize(1000, 700);
-    ASSERT_TRUE(desktop.runUntilElsewhere(
-        [this] {
-          return desktop.screens().size() == 1 &&
-                 desktop.screens()[0].frame == Rect{{0, 0}, {1000, 700}};
-        },
-        patience));
+    ASSERT_TRUE(turnUntil([this] {
+      return desktop.screens().size() == 1 &&
+             desktop.screens()[0].frame == Rect{{0, 0}, {1000, 700}};
+    }));
   }
 
   [[nodiscard]] Point captureMove(int x, int y) {
     const auto& log = desktop.contentView().captureState().eventLog;
     const auto before = log.size();
     poster.moveTo(x, y);
-    EXPECT_TRUE(desktop.runUntilElsewhere([&] { return log.size() == before + 1; }, patience));
+    EXPECT_TRUE(turnUntil([&] { return log.size() == before + 1; }));
     return log.back().locationInWindow;
   }
 
   /// Turns the program until the pointer has been moved there.
   void waitForMove(int x, int y) {
-    ASSERT_TRUE(desktop.runUntilElsewhere(
-        [&] {
-          const auto events = observer.events();
-          return !events.empty() && events.back().rootX == x && events.back().rootY == y;
-        },
-        patience));
-  }
-
-  void waitUntilHolding() {
-    ASSERT_TRUE(desktop.runUntilElsewhere(
-        [this] {
-          return keysDown(server.display()).size() == 1 &&
-                 pointerState(server.display()).buttonsDown.size() == 1;
-        },
-        patience));
+    ASSERT_TRUE(turnUntil([&] {
+      const auto events = observer.events();
+      return !events.empty() && events.back().rootX == x && events.back().rootY == y;
+    }));
   }
 };
 
@@ -84,7 +72,7 @@ TEST_F(DesktopChange, PlaybackGoesOnOnTheMonitorsThatAreThere) {
   ASSERT_NO_FATAL_FAILURE(waitForMove(101, 400));
   EXPECT_TRUE(desktop.isPlaying());
   desktop.stopPlayback();
-  EXPECT_TRUE(desktop.runUntilElsewhere([this] { return isNothingHeld(); }, patience));
+  EXPECT_TRUE(turnUntil([this] { return isNothingHeld(); }));
 }
 
 TEST_F(DesktopChange, PlaybackGoesOnWhenAKeyboardIsRemovedAndLeavesNothingHeld) {
@@ -105,12 +93,12 @@ TEST_F(DesktopChange, PlaybackGoesOnWhenAKeyboardIsRemovedAndLeavesNothingHeld) 
     observer.clear();
     desktop.setLog(run);
     desktop.startPlayback(1);
-    ASSERT_NO_FATAL_FAILURE(waitUntilHolding());
+    ASSERT_TRUE(turnUntil([this] { return isHolding(); }));
     change();
     ASSERT_NO_FATAL_FAILURE(waitForMove(33, 33));
     const auto events = observer.events();
     EXPECT_EQ(std::ranges::count(events, XEventKind::keyPress, &XEvent::kind), 2);
     EXPECT_EQ(std::ranges::count(events, XEventKind::buttonRelease, &XEvent::kind), 1);
-    EXPECT_TRUE(desktop.runUntilElsewhere([this] { return isNothingHeld(); }, patience));
+    EXPECT_TRUE(turnUntil([this] { return isNothingHeld(); }));
   }
 }

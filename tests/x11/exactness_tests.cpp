@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <cmath>
+#include <initializer_list>
 #include <random>
+#include <ranges>
 
 #include "x11_fixture.h"
 
@@ -10,15 +12,9 @@ using namespace tapeloop::support;
 
 namespace {
 
-XServerOptions germanKeyboard() {
-  XServerOptions options;
-  options.layout = "de";
-  return options;
-}
-
 class Exactness : public X11Test {
  protected:
-  Exactness() : X11Test(germanKeyboard()) {}
+  Exactness() : X11Test({.layout = "de"}) {}
 
   void move(int x, int y) {
     actions.push_back(
@@ -30,20 +26,15 @@ class Exactness : public X11Test {
     press(button);
     release(button);
   }
-  void tap(std::string_view key) {
-    actions.push_back({XEventKind::keyPress, poster.keycode(key)});
-    actions.push_back({XEventKind::keyRelease, poster.keycode(key)});
-  }
   void type(std::string_view text) {
     const auto typing = poster.typing(text);
     actions.insert(actions.end(), typing.begin(), typing.end());
   }
-  void tapWith(const std::vector<std::string_view>& modifiers, std::string_view key) {
-    for (const auto name : modifiers)
-      actions.push_back({XEventKind::keyPress, poster.keycode(name)});
-    tap(key);
-    for (const auto name : modifiers) {
-      actions.push_back({XEventKind::keyRelease, poster.keycode(name)});
+  /// Each goes down while those before it are held.
+  void strike(std::initializer_list<std::string_view> keys) {
+    for (const auto key : keys) actions.push_back({XEventKind::keyPress, poster.keycode(key)});
+    for (const auto key : std::views::reverse(keys)) {
+      actions.push_back({XEventKind::keyRelease, poster.keycode(key)});
     }
   }
 
@@ -65,24 +56,24 @@ TEST_F(Exactness, ClicksDragsScrollingAndTypingComeBackAsTheyWere) {
   move(1279, 799);
   for (const auto button : {4, 4, 5, 5, 5, 6, 7}) click(static_cast<std::uint8_t>(button));
   type("Hello, World! z\xE4\xDF @{\\}");
-  tap("Caps_Lock");
+  strike({"Caps_Lock"});
   type("abc1");
-  tap("Caps_Lock");
-  tap("Return");
-  tap("KP_Add");
-  tapWith({"Control_L"}, "c");
-  tapWith({"Alt_L"}, "Tab");
-  tapWith({"Super_L"}, "e");
-  tapWith({"ISO_Level3_Shift"}, "q");
-  tapWith({"Control_L", "Shift_L", "Alt_L"}, "F5");
+  strike({"Caps_Lock"});
+  strike({"Return"});
+  strike({"KP_Add"});
+  strike({"Control_L", "c"});
+  strike({"Alt_L", "Tab"});
+  strike({"Super_L", "e"});
+  strike({"ISO_Level3_Shift", "q"});
+  strike({"Control_L", "Shift_L", "Alt_L", "F5"});
   move(10, 20);
   pace(actions, 2ms);
 
   const auto recorded = record(actions);
   ASSERT_EQ(recorded.size(), actions.size());
+  const auto expected = withoutModifierKeys(recorded);
   for (const double speed : {1.0, 10.0}) {
     SCOPED_TRACE(speed);
-    const auto expected = withoutModifierKeys(recorded);
     expectSameInput(replay(speed, expected.size()), expected);
   }
   EXPECT_TRUE(isNothingHeld());
@@ -113,16 +104,16 @@ TEST_F(Exactness, AThousandMovesComeBackInOrderAndAtTheirTime) {
 }
 
 TEST_F(Exactness, KeyHeldForASecondTypesAsManyCharactersAtAnySpeed) {
-  actions = {{XEventKind::keyPress, poster.keycode("a")},
-             {XEventKind::keyRelease, poster.keycode("a")}};
+  strike({"a"});
   actions.back().offset = 1s;
-  const auto released = [](const XEventList::Events& events) {
-    return !events.empty() && events.back().kind == XEventKind::keyRelease;
+  const auto endsWith = [](XEventKind kind) {
+    return [kind](const auto& events) { return !events.empty() && events.back().kind == kind; };
   };
+  const auto released = endsWith(XEventKind::keyRelease);
   desktop.startCapture();
   {
     const auto posting = poster.start(actions);
-    ASSERT_TRUE(desktop.runUntilElsewhere([&] { return released(observer.events()); }, patience));
+    ASSERT_TRUE(turnUntil([&] { return released(observer.events()); }));
   }
   desktop.stopCapture();
   ASSERT_TRUE(window.waitUntil(released, patience));
@@ -134,22 +125,14 @@ TEST_F(Exactness, KeyHeldForASecondTypesAsManyCharactersAtAnySpeed) {
     window.clear();
     ASSERT_TRUE(desktop.playLog(speed, patience));
     poster.moveTo(5, 5);
-    ASSERT_TRUE(window.waitUntil(
-        [](const auto& events) {
-          return !events.empty() && events.back().kind == XEventKind::motion;
-        },
-        patience));
+    ASSERT_TRUE(window.waitUntil(endsWith(XEventKind::motion), patience));
     EXPECT_EQ(window.count(XEventKind::keyPress), typed);
   }
 }
 
 TEST_F(Exactness, PositionsComeBackOnBothMonitorsWhenTheRightOneIsPrimary) {
   server.setMonitors({{0, 0, 640, 800, false}, {640, 0, 640, 800, true}});
-  const auto screens = [this] { return desktop.screens(); };
-  ASSERT_TRUE(desktop.runUntilElsewhere([&] { return screens().size() == 2; }, patience));
-  EXPECT_EQ(screens()[0].frame, (Rect{{0, 0}, {640, 800}}));
-  EXPECT_EQ(screens()[1].frame, (Rect{{-640, 0}, {640, 800}}));
-
+  ASSERT_TRUE(turnUntil([this] { return desktop.screens().size() == 2; }));
   for (const int x : {650, 1279, 640, 639, 0, 320}) {
     move(x, 780);
     click(1);

@@ -27,13 +27,7 @@ class Held : public X11Test {
   void playIntoTheHold() {
     desktop.setLog(longHold());
     desktop.startPlayback(1);
-    ASSERT_TRUE(desktop.runUntilElsewhere([this] { return isHolding(); }, patience));
-  }
-
-  [[nodiscard]] bool isHolding() const {
-    return keysDown(server.display()).size() == 1 &&
-           pointerState(server.display()).buttonsDown.size() == 1 &&
-           !repeatsKeys(server.display(), testKeyboard);
+    ASSERT_TRUE(turnUntil([this] { return isHolding(); }));
   }
 };
 
@@ -43,7 +37,7 @@ TEST_F(Held, EscapeLetsGoOfTheButtonAndTheKeyOfADrag) {
   playIntoTheHold();
   desktop.stopPlayback();
   EXPECT_FALSE(desktop.isPlaying());
-  EXPECT_TRUE(desktop.runUntilElsewhere([this] { return isNothingHeld(); }, patience));
+  EXPECT_TRUE(turnUntil([this] { return isNothingHeld(); }));
 }
 
 TEST_F(Held, QuittingLetsGo) {
@@ -52,12 +46,12 @@ TEST_F(Held, QuittingLetsGo) {
   other->startPlayback(1);
   ASSERT_TRUE(other->runUntilElsewhere([this] { return isHolding(); }, patience));
   other.reset();
-  EXPECT_TRUE(desktop.runUntilElsewhere([this] { return isNothingHeld(); }, patience));
+  EXPECT_TRUE(turnUntil([this] { return isNothingHeld(); }));
 }
 
 TEST_F(Held, NextStartMendsWhatAKilledProgramLeftBehind) {
   ChildProcess player({X11_PLAYER, "hold"}, {server.displayVariable()});
-  ASSERT_TRUE(desktop.runUntilElsewhere([this] { return isHolding(); }, patience));
+  ASSERT_TRUE(turnUntil([this] { return isHolding(); }));
   player.kill(SIGKILL);
   ASSERT_EQ(player.wait(patience), -SIGKILL);
   ASSERT_TRUE(isHolding()) << "the server keeps what a killed client has pressed";

@@ -1,5 +1,3 @@
-#include <csignal>
-#include <cstdlib>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -10,7 +8,6 @@
 
 #include "controller/shortcut_names.h"
 #include "hotkeys/shortcut.h"
-#include "support/child_process.h"
 #include "support/x_connection.h"
 #include "x11_fixture.h"
 
@@ -38,18 +35,13 @@ class HotKeys : public X11Test {
   [[nodiscard]] bool isRecording() {
     return desktop.contentView().captureState().isRecording.get();
   }
-  [[nodiscard]] bool turnUntil(const std::function<bool()>& condition) {
-    return desktop.runUntilElsewhere(condition, patience);
-  }
   /// Everything that the user has done so far has been handled.
   void settle() {
-    bool turned = false;
-    desktop.sync();
-    const auto observed = observer.size();
-    ASSERT_TRUE(turnUntil([&] { return std::exchange(turned, true) || observed == 0; }));
-    desktop.sync();
-    turned = false;
-    ASSERT_TRUE(turnUntil([&] { return std::exchange(turned, true); }));
+    for (int round = 0; round < 2; ++round) {
+      desktop.sync();
+      bool turned = false;
+      ASSERT_TRUE(turnUntil([&] { return std::exchange(turned, true); }));
+    }
   }
   void down(std::initializer_list<std::string_view> keys) {
     for (const auto key : keys) poster.pressKey(key);
@@ -74,54 +66,57 @@ class HotKeys : public X11Test {
     }
     return keys;
   }
-  [[nodiscard]] std::vector<InputEvent> logged() {
+  struct Stroke {
+    std::uint16_t code;
+    double down;
+    double up;
+    std::uint64_t flags = 0;
+  };
+  void setLog(const std::vector<Stroke>& strokes) {
     std::vector<InputEvent> events;
-    const EventLog& log = desktop.contentView().captureState().eventLog;
-    for (std::size_t i = 0; i < log.size(); ++i) events.push_back(log[i]);
-    return events;
+    for (const auto& [code, down, up, flags] : strokes) {
+      for (const auto& [type, offset] :
+           {std::pair(EventType::keyDown, down), std::pair(EventType::keyUp, up)}) {
+        InputEvent& event = events.emplace_back(inputEvent(type, offset));
+        event.keyCode = code;
+        event.modifierFlags = flags;
+      }
+    }
+    desktop.setLog(events);
   }
-  static InputEvent keyAt(EventType type, double offset, std::uint16_t code,
-                          std::uint64_t flags = 0) {
-    InputEvent event = inputEvent(type, offset);
-    event.keyCode = code;
-    event.modifierFlags = flags;
-    return event;
+  /// Plays these until the other application has seen so many presses.
+  void play(const std::vector<Stroke>& strokes, std::size_t presses) {
+    setLog(strokes);
+    desktop.startPlayback(1);
+    ASSERT_TRUE(turnUntil([&] { return window.count(XEventKind::keyPress) == presses; }));
   }
 };
 
 // How another program can have a combination to itself.
 enum class GrabKind : std::uint8_t { core, everyKeyboard, coreKeyboard };
 
-/// Another program that has one.
-class Grabber {
- public:
-  Grabber(const std::string& display, GrabKind kind, std::uint8_t keycode, std::uint16_t modifiers)
-      : connection_(display) {
-    const auto root = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
-    if (kind == GrabKind::core) {
-      xcb_grab_key(connection_, 0, root, modifiers, keycode, XCB_GRAB_MODE_ASYNC,
-                   XCB_GRAB_MODE_ASYNC);
-    } else {
-      xcb_discard_reply(connection_, xcb_input_xi_query_version(connection_, 2, 2).sequence);
-      constexpr std::uint16_t virtualCoreKeyboard = 3;
-      const std::uint32_t set = modifiers;
-      const std::uint32_t events = XCB_INPUT_XI_EVENT_MASK_KEY_PRESS;
-      const auto grab = xcb_input_xi_passive_grab_device(
-          connection_, XCB_CURRENT_TIME, root, XCB_CURSOR_NONE, keycode,
-          kind == GrabKind::everyKeyboard ? std::uint16_t{XCB_INPUT_DEVICE_ALL_MASTER}
-                                          : virtualCoreKeyboard,
-          1, 1, XCB_INPUT_GRAB_TYPE_KEYCODE, XCB_INPUT_GRAB_MODE_22_ASYNC,
-          XCB_INPUT_GRAB_MODE_22_ASYNC, XCB_INPUT_GRAB_OWNER_NO_OWNER, &events, &set);
-      auto* const reply = xcb_input_xi_passive_grab_device_reply(connection_, grab, nullptr);
-      EXPECT_TRUE(reply != nullptr && reply->num_modifiers == 0);
-      std::free(reply);
-    }
-    connection_.sync();
+/// Another program takes it.
+void grab(const XConnection& other, GrabKind kind, std::uint8_t keycode, std::uint16_t modifiers) {
+  if (kind == GrabKind::core) {
+    xcb_grab_key(other, 0, other.root(), modifiers, keycode, XCB_GRAB_MODE_ASYNC,
+                 XCB_GRAB_MODE_ASYNC);
+    other.sync();
+    return;
   }
-
- private:
-  XConnection connection_;
-};
+  xcb_discard_reply(other, xcb_input_xi_query_version(other, 2, 2).sequence);
+  constexpr std::uint16_t virtualCoreKeyboard = 3;
+  const std::uint32_t set = modifiers;
+  const std::uint32_t events = XCB_INPUT_XI_EVENT_MASK_KEY_PRESS;
+  const auto request = xcb_input_xi_passive_grab_device(
+      other, XCB_CURRENT_TIME, other.root(), XCB_CURSOR_NONE, keycode,
+      kind == GrabKind::everyKeyboard ? std::uint16_t{XCB_INPUT_DEVICE_ALL_MASTER}
+                                      : virtualCoreKeyboard,
+      1, 1, XCB_INPUT_GRAB_TYPE_KEYCODE, XCB_INPUT_GRAB_MODE_22_ASYNC, XCB_INPUT_GRAB_MODE_22_ASYNC,
+      XCB_INPUT_GRAB_OWNER_NO_OWNER, &events, &set);
+  const XOwned<xcb_input_xi_passive_grab_device_reply_t> reply(
+      xcb_input_xi_passive_grab_device_reply(other, request, nullptr));
+  EXPECT_TRUE(reply && reply->num_modifiers == 0);
+}
 
 }  // namespace
 
@@ -142,15 +137,16 @@ TEST_F(HotKeys, RecordShortcutTogglesOnReleaseOfTheWholeAndLeavesNoTrace) {
   ASSERT_TRUE(turnUntil([this] { return !isRecording(); }));
 
   std::vector<std::uint16_t> codes;
-  for (const auto& event : logged()) codes.push_back(event.keyCode);
+  for (const auto& event : desktop.contentView().captureState().eventLog) {
+    codes.push_back(event.keyCode);
+  }
   EXPECT_THAT(codes, ElementsAre(7, 7, 16, 16));
   ASSERT_TRUE(turnUntil([this] { return keysSeen().size() >= 2; }));
   EXPECT_THAT(keysSeen(), ElementsAre(poster.keycode("x"), poster.keycode("y")));
 }
 
 TEST_F(HotKeys, PlayShortcutWaitsUntilTheUsersModifiersAreGone) {
-  desktop.setLog({keyAt(EventType::keyDown, 0, 15), keyAt(EventType::keyUp, 0.01, 15),
-                  keyAt(EventType::keyDown, 0.02, 35), keyAt(EventType::keyUp, 0.03, 35)});
+  setLog({{15, 0, 0.01}, {35, 0.02, 0.03}});
   down({"Control_L", "Alt_L", "p"});
   up({"p"});
   settle();
@@ -164,29 +160,32 @@ TEST_F(HotKeys, PlayShortcutWaitsUntilTheUsersModifiersAreGone) {
   for (const auto& event : withoutModifierKeys(window.received())) EXPECT_EQ(event.state, 0);
 }
 
-TEST_F(HotKeys, EscapeIsTheApplicationsUntilSomethingPlays) {
+TEST_F(HotKeys, EscapeIsTheApplicationsUntilSomethingPlaysAndStopsThatWhoeverHasTheKeyboard) {
   poster.tapKey("Escape");
   EXPECT_TRUE(window.waitFor(2, patience));
   settle();
-  desktop.setLog({keyAt(EventType::keyDown, 0, 15), keyAt(EventType::keyUp, 3600, 15)});
-  desktop.startPlayback(1);
-  ASSERT_TRUE(turnUntil([this] { return window.count(XEventKind::keyPress) == 2; }));
+  play({{15, 0, 3600}}, 2);
   poster.tapKey("Escape");
   ASSERT_TRUE(turnUntil([this] { return !desktop.isPlaying(); }));
   settle();
   EXPECT_THAT(keysSeen(), ElementsAre(poster.keycode("Escape"), poster.keycode("r")));
   poster.tapKey("Escape");
   EXPECT_TRUE(turnUntil([this] { return window.count(XEventKind::keyPress) == 3; }));
+
+  settle();
+  play({{15, 0, 3600}}, 4);
+  const XConnection menu(server.display());
+  const auto request = xcb_grab_keyboard(menu, 0, menu.root(), XCB_CURRENT_TIME,
+                                         XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+  const XOwned<xcb_grab_keyboard_reply_t> reply(xcb_grab_keyboard_reply(menu, request, nullptr));
+  ASSERT_TRUE(reply && reply->status == XCB_GRAB_STATUS_SUCCESS);
+  poster.tapKey("Escape");
+  EXPECT_TRUE(turnUntil([this] { return !desktop.isPlaying(); }));
 }
 
 TEST_F(HotKeys, PostedEscapeAndShortcutsReachTheApplicationAndTriggerNothing) {
   const std::uint64_t flags = modifier_flag::control | modifier_flag::option;
-  desktop.setLog({keyAt(EventType::keyDown, 0, 53), keyAt(EventType::keyUp, 0.01, 53),
-                  keyAt(EventType::keyDown, 0.02, 15, flags),
-                  keyAt(EventType::keyUp, 0.03, 15, flags), keyAt(EventType::keyDown, 0.04, 53),
-                  keyAt(EventType::keyUp, 3600, 53)});
-  desktop.startPlayback(1);
-  ASSERT_TRUE(turnUntil([this] { return window.count(XEventKind::keyPress) == 3; }));
+  play({{53, 0, 0.01}, {15, 0.02, 0.03, flags}, {53, 0.04, 3600}}, 3);
   settle();
   EXPECT_TRUE(desktop.isPlaying());
   EXPECT_FALSE(isRecording());
@@ -195,20 +194,6 @@ TEST_F(HotKeys, PostedEscapeAndShortcutsReachTheApplicationAndTriggerNothing) {
   poster.releaseKey("Escape");
   poster.tapKey("Escape");
   EXPECT_TRUE(turnUntil([this] { return !desktop.isPlaying(); })) << "the user's own stops";
-}
-
-TEST_F(HotKeys, EscapeStopsWhileAnotherProgramHasTheKeyboardToItself) {
-  desktop.setLog({keyAt(EventType::keyDown, 0, 15), keyAt(EventType::keyUp, 3600, 15)});
-  desktop.startPlayback(1);
-  ASSERT_TRUE(turnUntil([this] { return window.count(XEventKind::keyPress) == 1; }));
-  const XConnection menu(server.display());
-  std::free(xcb_grab_keyboard_reply(
-      menu,
-      xcb_grab_keyboard(menu, 0, xcb_setup_roots_iterator(xcb_get_setup(menu)).data->root,
-                        XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
-      nullptr));
-  poster.tapKey("Escape");
-  EXPECT_TRUE(turnUntil([this] { return !desktop.isPlaying(); }));
 }
 
 TEST_F(HotKeys, LocksAndLayoutsMakeNoDifference) {
@@ -222,21 +207,16 @@ TEST_F(HotKeys, LocksAndLayoutsMakeNoDifference) {
     poster.tapKey(lock);
     strikeAndExpectToggle(lock);
   }
-  const auto setLayout = [this](const char* layout) {
-    ChildProcess setxkbmap({"setxkbmap", layout}, {server.displayVariable()});
-    ASSERT_EQ(setxkbmap.wait(patience), 0);
-  };
   auto& layouts = desktop.keyboardLayouts();
   EXPECT_EQ(displayText({16, controlKey}, layouts), "⌃Y");
-  setLayout("de,us");
+  server.setKeyboardLayout("de,us");
   EXPECT_TRUE(turnUntil([&] { return displayText({16, controlKey}, layouts) == "⌃Z"; }));
   EXPECT_EQ(displayText({41, 0}, layouts), "Ö");
   strikeAndExpectToggle("another layout");
-  setLayout("gr,us");
+  server.setKeyboardLayout("gr,us");
   EXPECT_TRUE(turnUntil([&] {
     return displayText({16, controlKey}, layouts) == "⌃Y";
   })) << "Greek writes no Latin letters";
-  setLayout("us");
 }
 
 TEST_F(HotKeys, WhatAnotherProgramHasIsKnownAndRefusedAndFreeAgainLater) {
@@ -252,7 +232,8 @@ TEST_F(HotKeys, WhatAnotherProgramHasIsKnownAndRefusedAndFreeAgainLater) {
   for (const GrabKind kind : {GrabKind::core, GrabKind::everyKeyboard, GrabKind::coreKeyboard}) {
     SCOPED_TRACE(static_cast<int>(kind));
     {
-      const Grabber other(server.display(), kind, poster.keycode("F7"), XCB_MOD_MASK_CONTROL);
+      const XConnection other(server.display());
+      grab(other, kind, poster.keycode("F7"), XCB_MOD_MASK_CONTROL);
       EXPECT_THAT(systemShortcuts(service), ElementsAre(controlF7));
       EXPECT_EQ(registers(), eventHotKeyExistsErr);
     }
@@ -265,10 +246,7 @@ TEST_F(HotKeys, WhatAnotherProgramHasIsKnownAndRefusedAndFreeAgainLater) {
 }
 
 TEST_F(HotKeys, WhatIsPostedReachesTheApplicationWhileAShortcutIsHeld) {
-  desktop.setLog({keyAt(EventType::keyDown, 0, 7), keyAt(EventType::keyUp, 0.3, 7),
-                  keyAt(EventType::keyDown, 0.31, 16), keyAt(EventType::keyUp, 0.32, 16)});
-  desktop.startPlayback(1);
-  ASSERT_TRUE(turnUntil([this] { return window.count(XEventKind::keyPress) == 1; }));
+  play({{7, 0, 0.3}, {16, 0.31, 0.32}}, 1);
   down({"Control_L", "Alt_L", "r"});
   ASSERT_TRUE(turnUntil([this] { return !desktop.isPlaying() && keysSeen().size() == 2; }));
   EXPECT_THAT(keysSeen(), ElementsAre(poster.keycode("x"), poster.keycode("y")));
@@ -280,15 +258,13 @@ TEST_F(HotKeys, WhatIsPostedReachesTheApplicationWhileAShortcutIsHeld) {
 
 TEST_F(HotKeys, TenThousandStrikesAreTenThousandActions) {
   constexpr int strikes = 10'000;
+  constexpr int batch = 100;
   int changes = 0;
-  int strikesLeft = strikes;
   const auto counted =
       desktop.contentView().captureState().isRecording.subscribe([&changes] { ++changes; });
-  while (strikesLeft > 0) {
-    const int batch = std::min(strikesLeft, 100);
+  for (int struck = batch; struck <= strikes; struck += batch) {
     strike("r", batch);
-    strikesLeft -= batch;
-    ASSERT_TRUE(turnUntil([&] { return changes >= strikes - strikesLeft; })) << changes;
+    ASSERT_TRUE(turnUntil([&] { return changes >= struck; })) << changes;
   }
   settle();
   EXPECT_EQ(changes, strikes);

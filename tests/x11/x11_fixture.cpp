@@ -12,7 +12,14 @@ XEventList::Events X11Test::record(const std::vector<XAction>& actions) {
   EXPECT_TRUE(
       desktop.runUntilElsewhere([&] { return observer.size() >= actions.size(); }, patience));
   desktop.stopCapture();
-  return observer.events();
+  const auto events = observer.events();
+  // The witness sees what the user does, exactly and completely.
+  EXPECT_TRUE(std::ranges::equal(events, actions, [](const XEvent& event, const XAction& action) {
+    const bool isPlaceRight =
+        action.kind != XEventKind::motion || (event.rootX == action.x && event.rootY == action.y);
+    return event.kind == action.kind && event.detail == action.detail && isPlaceRight;
+  }));
+  return events;
 }
 
 XEventList::Events X11Test::replay(double speed, std::size_t expected) {
@@ -34,6 +41,12 @@ XEventList::Events X11Test::withoutModifierKeys(const XEventList::Events& events
     return !isKey || std::find(modifiers.begin(), modifiers.end(), event.detail) == modifiers.end();
   });
   return others;
+}
+
+bool X11Test::isHolding() const {
+  return keysDown(server.display()).size() == 1 &&
+         pointerState(server.display()).buttonsDown.size() == 1 &&
+         !repeatsKeys(server.display(), testKeyboard);
 }
 
 bool X11Test::isNothingHeld() const {

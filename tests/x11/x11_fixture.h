@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -29,12 +30,18 @@ class X11Test : public testing::Test {
         observer(server.display()),
         desktop(server.display()) {}
 
+  /// The program goes on until something holds elsewhere. False if that takes too long.
+  [[nodiscard]] bool turnUntil(const std::function<bool()>& condition) {
+    return desktop.runUntilElsewhere(condition, patience);
+  }
   /// The program records while the user does this. What the witness saw of it.
   XEventList::Events record(const std::vector<XAction>& actions);
   /// The program plays what it recorded. What the witness saw of it, once it saw so many events.
   XEventList::Events replay(double speed, std::size_t expected);
   /// `events` without the keys that only change modifiers: those are not recorded.
   [[nodiscard]] XEventList::Events withoutModifierKeys(const XEventList::Events& events) const;
+  /// A key and a button are down, and the server does not repeat keys.
+  [[nodiscard]] bool isHolding() const;
   /// Nothing is down, and the server repeats keys again.
   [[nodiscard]] bool isNothingHeld() const;
 

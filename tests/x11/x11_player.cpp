@@ -15,15 +15,10 @@ int main(int count, char** arguments) {
     support::X11Desktop desktop("");
     desktop.sync();
     if (count < 2 || std::strcmp(arguments[1], "hold") != 0) return 0;
-    InputEvent press;
-    press.type = EventType::leftMouseDown;
-    press.locationInWindow = {50, 50};
-    InputEvent key = press;
-    key.type = EventType::keyDown;
-    InputEvent release = press;
-    release.type = EventType::leftMouseUp;
-    release.timestamp = 60;
-    desktop.setLog({press, key, release});
+    desktop.setLog(
+        {{.type = EventType::leftMouseDown, .locationInWindow = {50, 50}},
+         {.type = EventType::keyDown, .locationInWindow = {50, 50}},
+         {.type = EventType::leftMouseUp, .timestamp = 60, .locationInWindow = {50, 50}}});
     return desktop.playLog(1, 90s) ? 0 : 1;
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "%s\n", failure.what());
