@@ -41,6 +41,11 @@ constexpr double timeMargin = 0.5;
 constexpr double memoryRatio = 1.02;
 constexpr double memoryMargin = 1024;  // kB
 
+// The window manager holds the pointer at a press, until it has raised the window and handed over
+// the focus. Of the moves that come meanwhile the server keeps the last one only, whoever sends
+// them.
+constexpr auto pauseAfterPress = 300ms;
+
 constexpr int eventsOfClick = 3;  // the pointer comes to the button, a press, a release
 
 struct Sample {
@@ -153,8 +158,7 @@ class Session {
     add(XEventKind::motion, 0, 200ms, place.x + 50, place.y + 50);
     add(XEventKind::buttonPress, 1, 2ms);
     add(XEventKind::buttonRelease, 1, 2ms);
-    // The window manager takes its time to hand over the focus.
-    offset_ += 300ms;
+    offset_ += pauseAfterPress;
     for (const char* const key : {"t", "a", "p", "e", "Return"}) {
       add(XEventKind::keyPress, desktop_.user().keycode(key), 5ms);
       add(XEventKind::keyRelease, desktop_.user().keycode(key), 5ms);
@@ -170,6 +174,7 @@ class Session {
       }
     };
     add(XEventKind::buttonPress, 1, 5ms);
+    offset_ += pauseAfterPress;
     wander(100);
     add(XEventKind::buttonRelease, 1, 5ms);
     wander(400);
