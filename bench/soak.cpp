@@ -41,11 +41,6 @@ constexpr double timeMargin = 0.5;
 constexpr double memoryRatio = 1.02;
 constexpr double memoryMargin = 1024;  // kB
 
-// The window manager holds the pointer at a press, until it has raised the window and handed over
-// the focus. Of the moves that come meanwhile the server keeps the last one only, whoever sends
-// them.
-constexpr auto pauseAfterPress = 300ms;
-
 constexpr int eventsOfClick = 3;  // the pointer comes to the button, a press, a release
 
 struct Sample {
@@ -109,14 +104,19 @@ class Session {
     record_.emplace(program_.recordButton());
     play_.emplace(program_.named("push button", "Play"));
     application_.emplace(desktop_.server().display());
-    makeWalk();
+    makeActions();
   }
 
   Round round() {
     application_->clear();
     press(*record_, "Recording: true");
     observer_.clear();
-    desktop_.user().run(walk_);
+    desktop_.user().run(click_);
+    // Until the window manager has handed over the focus, keys are the program's own.
+    if (!support::eventually([&] { return application_->hasFocus(); })) {
+      throw std::runtime_error("the application did not get the focus");
+    }
+    desktop_.user().run(work_);
     waitForTheLast();
     const auto recorded = observer_.events();
     press(*record_, "Recording: false");
@@ -138,7 +138,7 @@ class Session {
   void add(XEventKind kind, std::uint8_t detail, std::chrono::nanoseconds gap, int x = 0,
            int y = 0) {
     offset_ += gap;
-    walk_.push_back(
+    actions_.push_back(
         {kind, detail, static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), offset_});
   }
 
@@ -152,13 +152,14 @@ class Session {
     return {place->dst_x, place->dst_y, size->width, size->height};
   }
 
-  /// A click into the other application, typing, scrolling, a drag, and much wandering.
-  void makeWalk() {
+  /// A click into the other application; typing, scrolling, a drag, and much wandering in it.
+  void makeActions() {
     const auto place = placeOf(application_->window());
     add(XEventKind::motion, 0, 200ms, place.x + 50, place.y + 50);
     add(XEventKind::buttonPress, 1, 2ms);
     add(XEventKind::buttonRelease, 1, 2ms);
-    offset_ += pauseAfterPress;
+    click_ = std::exchange(actions_, {});
+    offset_ = 0ms;
     for (const char* const key : {"t", "a", "p", "e", "Return"}) {
       add(XEventKind::keyPress, desktop_.user().keycode(key), 5ms);
       add(XEventKind::keyRelease, desktop_.user().keycode(key), 5ms);
@@ -174,11 +175,11 @@ class Session {
       }
     };
     add(XEventKind::buttonPress, 1, 5ms);
-    offset_ += pauseAfterPress;
     wander(100);
     add(XEventKind::buttonRelease, 1, 5ms);
     wander(400);
     add(XEventKind::motion, 0, 5ms, place.x + place.width - 1, place.y + place.height - 1);
+    work_ = std::exchange(actions_, {});
   }
 
   void press(const support::Element& button, const char* line) {
@@ -194,8 +195,8 @@ class Session {
 
   void waitForTheLast() {
     const auto isLast = [&](const XEventList::Events& events) {
-      return !events.empty() && events.back().rootX == walk_.back().x &&
-             events.back().rootY == walk_.back().y;
+      return !events.empty() && events.back().rootX == work_.back().x &&
+             events.back().rootY == work_.back().y;
     };
     if (!observer_.waitUntil(isLast, support::generousLimit)) {
       throw std::runtime_error("the last event is missing");
@@ -214,23 +215,24 @@ class Session {
 
   [[nodiscard]] Round compare(const XEventList::Events& recorded,
                               const XEventList::Events& played) const {
-    if (recorded.size() != walk_.size() || played.size() != walk_.size()) {
-      std::printf("of %zu events %zu were recorded and %zu played\n", walk_.size(), recorded.size(),
-                  played.size());
+    const std::size_t wanted = click_.size() + work_.size();
+    const auto [p, r] = std::ranges::mismatch(played, recorded, looksTheSame);
+    if (recorded.size() != wanted || played.size() != wanted) {
+      std::printf("of %zu events %zu were recorded and %zu played, the same up to event %td\n",
+                  wanted, recorded.size(), played.size(), p - played.begin());
       return {};
     }
-    for (std::size_t i = 0; i < recorded.size(); ++i) {
-      if (looksTheSame(played[i], recorded[i])) continue;
+    if (p != played.end()) {
       std::ostringstream message;
-      message << "event " << i << ": " << played[i] << " was played, " << recorded[i]
+      message << "event " << p - played.begin() << ": " << *p << " was played, " << *r
               << " recorded\n";
       std::fputs(message.str().c_str(), stdout);
       return {};
     }
-    return {
-        true,
-        medianError(played, [&](auto i) { return recorded[i].arrival - recorded[0].arrival; }),
-        medianError(recorded, [&](auto i) { return (walk_[i].offset - walk_[0].offset).count(); })};
+    const XEventList::Events work(recorded.end() - std::ssize(work_), recorded.end());
+    return {true,
+            medianError(played, [&](auto i) { return recorded[i].arrival - recorded[0].arrival; }),
+            medianError(work, [&](auto i) { return (work_[i].offset - work_[0].offset).count(); })};
   }
 
   support::TestDesktop desktop_;
@@ -240,8 +242,10 @@ class Session {
   std::optional<support::XWindow> application_;
   std::optional<support::Element> record_;
   std::optional<support::Element> play_;
-  std::vector<support::XAction> walk_;
+  std::vector<support::XAction> actions_;  // while they are made
   std::chrono::nanoseconds offset_{0};
+  std::vector<support::XAction> click_;
+  std::vector<support::XAction> work_;
 };
 
 /// What `read` gives for the samples from `from` to `to`, as shares of the whole.
