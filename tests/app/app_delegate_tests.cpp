@@ -68,12 +68,14 @@ TEST_F(AppDelegateTest, AClickThatCannotBePostedWholeLeavesNothingDown) {
   EXPECT_THAT(desktop.eventSynthesis.heldButtons(), IsEmpty());
 }
 
-TEST_F(AppDelegateTest, ALaunchGoesOnWithoutScreensAndWithoutWindows) {
+TEST_F(AppDelegateTest, ALaunchGoesOnWithoutWindowsAPressOrScreens) {
   desktop.permission.granted = false;
-  desktop.screens.list.clear();
   desktop.windows.refuseWindows();
+  desktop.eventSynthesis.refuse(EventType::leftMouseDown);
   launch();
   EXPECT_THAT(posted(), IsEmpty());
+  desktop.screens.list.clear();
+  launch();
 }
 
 TEST_F(AppDelegateTest, OnlyWindowsOfTheProgramsNameAreTouchedUp) {

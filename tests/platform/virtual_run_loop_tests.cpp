@@ -59,7 +59,7 @@ TEST(TimerQueue, WhatALateTickSchedulesKeepsItsPlaceAmongTheTicksUnlessItIsVeryL
   };
   EXPECT_THAT(firedAt({10'003, 20'000}), ElementsAre("tick", "tick", "end"));
   EXPECT_THAT(firedAt({20'003, 30'000}), ElementsAre("tick", "tick", "end"));
-  EXPECT_THAT(firedAt({12'000, 21'999, 22'000}), ElementsAre("tick", "tick", "end"));
+  EXPECT_THAT(firedAt({12'000, 21'999}), ElementsAre("tick", "tick"));
 }
 
 }  // namespace
