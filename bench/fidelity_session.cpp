@@ -63,6 +63,11 @@ std::vector<XAction> makeActions(const SessionPlan& plan) {
                     : randomTyping(random, plan.length, plan.layout != "us");
 }
 
+/// The last key of a shortcut to come up.
+bool endsShortcut(const XEvent& event) {
+  return event.kind == XEventKind::keyRelease && event.detail == keycode::control;
+}
+
 }  // namespace
 
 /// The editor with an empty document, or the canvas; it has the focus.
@@ -174,8 +179,14 @@ std::vector<Replay> FidelitySession::run() {
 
 void FidelitySession::record(Program& program) {
   Application application(desktop_, plan_.draws);
+  observer_.clear();
   strike(keycode::r);
   require(program.writes("Recording: true"), "no capture began");
+  // The observer may be behind the program.
+  const auto hasShortcut = [](const Events& events) {
+    return std::ranges::any_of(events, endsShortcut);
+  };
+  require(observer_.waitUntil(hasShortcut, support::generousLimit), "the shortcut was not seen");
   observer_.clear();
   {
     const auto work = desktop_.user().start(actions_);
@@ -255,10 +266,7 @@ bool FidelitySession::playBare(double speed) {
 
 FidelitySession::Events FidelitySession::relevant(Events events) const {
   // The keys of the shortcut come up before a run begins.
-  const auto isStart = [](const XEvent& event) {
-    return event.kind == XEventKind::keyRelease && event.detail == keycode::control;
-  };
-  const auto shortcut = std::ranges::find_if(events, isStart);
+  const auto shortcut = std::ranges::find_if(events, endsShortcut);
   if (shortcut != events.end()) events.erase(events.begin(), shortcut + 1);
   const bool draws = plan_.draws;
   std::erase_if(events, [draws](const XEvent& event) {
