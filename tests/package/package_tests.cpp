@@ -97,7 +97,7 @@ TEST(PackageTests, OneVersionIsEverywhere) {
 
   TestDesktop desktop;
   Program program(desktop);
-  ASSERT_TRUE(program.named("push button", "Menu").press());
+  program.press("Menu");
   ASSERT_TRUE(program.named("menu item", "About Tapeloop").press());
   (void)program.named("label", "Version " + version);
 }
@@ -122,13 +122,12 @@ TEST(PackageTests, TheUnpackedProgramShowsWhatLiesBesideIt) {
       HasSubstr('"' + field(desktopEntry(), "StartupWMClass") + "\"\n"))
       << "by which a desktop finds the entry of a window";
 
-  ASSERT_TRUE(program.named("push button", "Information").press());
-  ASSERT_TRUE(program.named("push button", "Privacy Policy").press());
+  program.press("Information");
+  program.press("Privacy Policy");
   EXPECT_TRUE(program.writes("opened: file://" +
                              (package / "usr/share/tapeloop/privacy-policy.html").string()));
-  ASSERT_TRUE(program.named("push button", "Settings").press());
-  const Element shortcut = program.named("text", "Record Shortcut");
-  EXPECT_TRUE(eventually([&] { return shortcut.description() == "Out of the Package"; }));
+  program.press("Settings");
+  EXPECT_TRUE(program.says("Record Shortcut", "Out of the Package"));
   std::ofstream(texts) << original;
 }
 

@@ -34,22 +34,6 @@ std::string taken(gchar* text) {
   return copy;
 }
 
-AtspiStateType typeOf(State state) {
-  switch (state) {
-    case State::enabled:
-      return ATSPI_STATE_ENABLED;
-    case State::focusable:
-      return ATSPI_STATE_FOCUSABLE;
-    case State::focused:
-      return ATSPI_STATE_FOCUSED;
-    case State::showing:
-      return ATSPI_STATE_SHOWING;
-    case State::checked:
-      return ATSPI_STATE_CHECKED;
-  }
-  return ATSPI_STATE_INVALID;
-}
-
 // Nothing is kept from earlier calls: that would change only while messages are taken in. States
 // are the exception, and are dropped before they are asked for: a program that tells of a new part
 // makes the library look at its state, and without one at hand it would wait for itself.
@@ -87,7 +71,7 @@ std::string Element::text() const {
 bool Element::is(State state) const {
   atspi_accessible_clear_cache(accessible_.get());
   const Owned<AtspiStateSet> states(atspi_accessible_get_state_set(accessible_.get()));
-  return states && atspi_state_set_contains(states.get(), typeOf(state));
+  return states && atspi_state_set_contains(states.get(), static_cast<AtspiStateType>(state));
 }
 
 Element::Place Element::place() const {

@@ -18,7 +18,8 @@ struct _AtspiEventListener;
 
 namespace tapeloop::support {
 
-enum class State : std::uint8_t { enabled, focusable, focused, showing, checked };
+/// The numbers are those of the protocol.
+enum class State : std::uint8_t { checked = 4, enabled = 8, focused = 12, showing = 25 };
 
 /// A part of a program as a screen reader sees it. Everything is asked of the program when it is
 /// called for; what is gone answers with nothing.

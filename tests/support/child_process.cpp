@@ -26,9 +26,8 @@ std::vector<std::string> mergedEnvironment(const std::vector<std::string>& addit
   for (char** entry = environ; *entry != nullptr; ++entry) {
     const std::string_view existing(*entry);
     const auto name = existing.substr(0, existing.find('=') + 1);
-    const bool replaced = std::any_of(additions.begin(), additions.end(),
-                                      [&](const auto& added) { return added.starts_with(name); });
-    if (!replaced) merged.emplace_back(existing);
+    if (std::ranges::none_of(additions, [&](const auto& added) { return added.starts_with(name); }))
+      merged.emplace_back(existing);
   }
   merged.insert(merged.end(), additions.begin(), additions.end());
   return merged;
@@ -90,7 +89,7 @@ bool ChildProcess::isRunning() {
   return !status_.has_value();
 }
 
-const std::vector<std::string>& ChildProcess::lines() {
+const ChildProcess::Lines& ChildProcess::lines() {
   readOutput();
   return lines_;
 }
@@ -101,20 +100,22 @@ void ChildProcess::clearLines() {
 }
 
 std::optional<std::string> ChildProcess::waitForLine(std::size_t index, milliseconds limit) {
-  const auto deadline = steady_clock::now() + limit;
-  while (lines().size() <= index) {
-    if (output_ < 0 || !waitForNews(deadline)) return std::nullopt;
-  }
-  return lines_[index];
+  const auto isThere = [index](const Lines& lines) { return lines.size() > index; };
+  return waitUntil(isThere, limit) ? std::optional(lines_[index]) : std::nullopt;
 }
 
 bool ChildProcess::waitForLine(std::string_view line, milliseconds limit) {
+  return waitUntil([line](const Lines& lines) { return std::ranges::count(lines, line) > 0; },
+                   limit);
+}
+
+bool ChildProcess::waitUntil(const std::function<bool(const Lines&)>& condition,
+                             milliseconds limit) {
   const auto deadline = steady_clock::now() + limit;
-  for (;;) {
-    readOutput();
-    if (std::find(lines_.begin(), lines_.end(), line) != lines_.end()) return true;
+  while (!condition(lines())) {
     if (output_ < 0 || !waitForNews(deadline)) return false;
   }
+  return true;
 }
 
 void ChildProcess::kill(int signal) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,6 +15,8 @@ namespace tapeloop::support {
 /// also when the thread that started it dies. Not shared between threads.
 class ChildProcess {
  public:
+  using Lines = std::vector<std::string>;
+
   /// `arguments[0]` is looked up in PATH. `environment` holds "NAME=value" entries that are added
   /// to those of this process or replace them.
   explicit ChildProcess(const std::vector<std::string>& arguments,
@@ -26,7 +29,7 @@ class ChildProcess {
   [[nodiscard]] bool isRunning();
 
   /// The complete lines written so far. Does not block.
-  [[nodiscard]] const std::vector<std::string>& lines();
+  [[nodiscard]] const Lines& lines();
   /// Forgets the lines written so far.
   void clearLines();
   /// Waits until the line number `index` is complete. Nothing when the child ends without it, or at
@@ -35,6 +38,9 @@ class ChildProcess {
                                                        std::chrono::milliseconds limit);
   /// Waits for a line that equals `line`.
   [[nodiscard]] bool waitForLine(std::string_view line, std::chrono::milliseconds limit);
+  /// The condition is asked after each output.
+  [[nodiscard]] bool waitUntil(const std::function<bool(const Lines&)>& condition,
+                               std::chrono::milliseconds limit);
 
   /// Does nothing once the child is gone.
   void kill(int signal);
@@ -53,7 +59,7 @@ class ChildProcess {
   int process_ = -1;  // readable when the child is gone
   std::optional<int> status_;
   std::string partialLine_;
-  std::vector<std::string> lines_;
+  Lines lines_;
 };
 
 }  // namespace tapeloop::support

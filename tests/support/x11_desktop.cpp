@@ -6,9 +6,9 @@
 #include <xcb/xcb.h>
 
 #include "controller/settings.h"
-#include "platform/desktop.h"
 #include "platform/linux/clock.h"
 #include "platform/memory_defaults_store.h"
+#include "platform/simulated/simulated_desktop.h"
 #include "platform/x11/connection.h"
 #include "platform/x11/hotkey_service.h"
 #include "platform/x11/input_monitor.h"
@@ -29,33 +29,6 @@ namespace {
 class NoTrace final : public Trace {
  public:
   void writeLine(std::string_view) override {}
-};
-
-class NoWindows final : public WindowSystem {
- public:
-  std::shared_ptr<Window> createWindow(Rect, StyleMask, BackingType, DeferCreation) override {
-    return nullptr;
-  }
-  std::vector<std::shared_ptr<WindowChrome>> windows() override { return {}; }
-};
-
-class NoReview final : public AppReview {
- public:
-  void requestReview() override {}
-};
-
-class NoWorkspace final : public Workspace {
- public:
-  bool openURL(std::string_view) override { return false; }
-};
-
-class NoMenu final : public MainMenu {
- public:
-  void setMainMenu(Menu) override {}
-  [[nodiscard]] const Menu& mainMenu() const override { return menu_; }
-
- private:
-  Menu menu_;
 };
 
 std::unique_ptr<x11::Connection> connect(linux::EpollRunLoop& loop, const std::string& display) {
@@ -91,10 +64,10 @@ struct X11Desktop::Services {
   NotificationCenter notifications;
   linux::SystemClock clock;
   MemoryDefaultsStore defaults;
-  NoWindows windows;
-  NoReview review;
-  NoWorkspace workspace;
-  NoMenu menu;
+  simulated::RecordedWindowSystem windows;
+  simulated::CountedAppReview review;
+  simulated::RecordedWorkspace workspace;
+  simulated::RecordedMainMenu menu;
   Settings settings{defaults};
   ContentView contentView{
       Desktop{loop, clock, *trace, defaults, permission, monitor, synthesis, screens, windows,
@@ -104,6 +77,7 @@ struct X11Desktop::Services {
 
 X11Desktop::X11Desktop(const std::string& display, const MakeTrace& makeTrace)
     : services_(std::make_unique<Services>(display, makeTrace)) {
+  services_->windows.refuseWindows();
   services_->contentView.onAppear();
   services_->contentView.onToolbarAppear();
 }

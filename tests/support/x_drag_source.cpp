@@ -5,8 +5,6 @@
 #include <stdexcept>
 #include <utility>
 
-#include <poll.h>
-
 namespace tapeloop::support {
 namespace {
 
@@ -15,46 +13,37 @@ constexpr std::uint16_t side = 100;
 
 }  // namespace
 
-XDragSource::XDragSource(const std::string& display, XDragSourceOptions options)
-    : options_(std::move(options)), connection_(display), window_(xcb_generate_id(connection_)) {
+XDragSource::XDragSource(const std::string& display, std::string text,
+                         const std::vector<std::string>& types)
+    : text_(std::move(text)), connection_(display), window_(xcb_generate_id(connection_)) {
   const std::array<std::uint32_t, 3> values{
       connection_.screen().black_pixel, 1,
       XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE | XCB_EVENT_MASK_BUTTON_MOTION};
   connection_.check(
       xcb_create_window_checked(
-          connection_, XCB_COPY_FROM_PARENT, window_, connection_.root(), options_.x, options_.y,
-          side, side, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+          connection_, XCB_COPY_FROM_PARENT, window_, connection_.root(), middleX - side / 2,
+          middleY - side / 2, side, side, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
           XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values.data()),
       "creating a window");
-  for (const auto& type : options_.types) types_.push_back(connection_.atom(type));
+  for (const auto& type : types) types_.push_back(connection_.atom(type));
   xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window_, connection_.atom("XdndTypeList"),
                       XCB_ATOM_ATOM, 32, static_cast<std::uint32_t>(types_.size()), types_.data());
   xcb_map_window(connection_, window_);
   connection_.sync();
-  thread_ = std::thread([this] { serve(); });
+  reader_.emplace(std::vector<const XConnection*>{&connection_}, [this] { serve(); });
 }
 
-XDragSource::~XDragSource() {
-  stop_.raise();
-  thread_.join();
-}
-
-std::optional<bool> XDragSource::waitForDrop(std::chrono::milliseconds limit) {
+bool XDragSource::waitForDrop(std::chrono::milliseconds limit) {
   std::unique_lock lock(mutex_);
   changed_.wait_for(lock, limit, [this] { return dropped_.has_value(); });
-  return std::exchange(dropped_, std::nullopt);
+  return dropped_.value_or(false);
 }
 
 void XDragSource::serve() {
-  std::array<pollfd, 2> sources{
-      {{stop_.descriptor(), POLLIN, 0}, {connection_.descriptor(), POLLIN, 0}}};
-  while (!connection_.isBroken()) {
-    while (const XOwned<xcb_generic_event_t> event{xcb_poll_for_event(connection_)}) {
-      handle(*event);
-    }
-    xcb_flush(connection_);
-    if (::poll(sources.data(), sources.size(), -1) > 0 && sources[0].revents != 0) return;
+  while (const XOwned<xcb_generic_event_t> event{xcb_poll_for_event(connection_)}) {
+    handle(*event);
   }
+  xcb_flush(connection_);
 }
 
 void XDragSource::handle(const xcb_generic_event_t& event) {
@@ -95,7 +84,7 @@ void XDragSource::moved(const xcb_motion_notify_event_t& motion) {
   latest_ = motion;
   const auto below = awareWindowAt(motion.root_x, motion.root_y);
   if (below != target_) {
-    if (target_ != XCB_NONE) tell("XdndLeave", {});
+    if (target_ != XCB_NONE) tell("XdndLeave");
     target_ = below;
     isAnswerDue_ = isMoveUntold_ = isAccepted_ = false;
     if (target_ == XCB_NONE) return;
@@ -136,8 +125,7 @@ void XDragSource::handOver(const xcb_selection_request_event_t& request) {
   answer.target = request.target;
   if (std::ranges::find(types_, request.target) != types_.end()) {
     xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, request.requestor, request.property,
-                        request.target, 8, static_cast<std::uint32_t>(options_.text.size()),
-                        options_.text.data());
+                        request.target, 8, static_cast<std::uint32_t>(text_.size()), text_.data());
     answer.property = request.property;
   }
   xcb_send_event(connection_, 0, request.requestor, 0, reinterpret_cast<const char*>(&answer));
@@ -155,17 +143,13 @@ void XDragSource::tell(const char* what, const std::array<std::uint32_t, 4>& dat
 }
 
 xcb_window_t XDragSource::awareWindowAt(std::int16_t x, std::int16_t y) const {
-  const auto aware = connection_.atom("XdndAware");
   for (xcb_window_t window = connection_.root();;) {
-    const XOwned<xcb_translate_coordinates_reply_t> below(xcb_translate_coordinates_reply(
-        connection_, xcb_translate_coordinates(connection_, connection_.root(), window, x, y),
-        nullptr));
+    const auto below =
+        connection_.reply(xcb_translate_coordinates_reply,
+                          xcb_translate_coordinates(connection_, connection_.root(), window, x, y));
     if (!below || below->child == XCB_NONE) return XCB_NONE;
     window = below->child;
-    const XOwned<xcb_get_property_reply_t> property(xcb_get_property_reply(
-        connection_, xcb_get_property(connection_, 0, window, aware, XCB_ATOM_ATOM, 0, 1),
-        nullptr));
-    if (property && xcb_get_property_value_length(property.get()) > 0) return window;
+    if (!connection_.property<xcb_atom_t>(window, "XdndAware").empty()) return window;
   }
 }
 

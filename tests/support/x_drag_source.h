@@ -7,39 +7,27 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "support/x_connection.h"
-#include "support/x_observer.h"
 
 namespace tapeloop::support {
 
-struct XDragSourceOptions {
-  std::int16_t x = 700;
-  std::int16_t y = 20;
-  /// What the text is offered as.
-  std::vector<std::string> types{"text/plain"};
-  std::string text;
-};
-
 /// Something to drag in the window of another application, 100 pixels on each side: once a button
 /// goes down on it, the windows that the pointer comes over are offered a text by version 5 of the
-/// XDND protocol. Answers in a thread of its own.
+/// XDND protocol. Answers in a thread of its own. When it goes in the middle of a drag, the other
+/// side is not told.
 class XDragSource {
  public:
-  /// Returns when it is on the screen.
-  XDragSource(const std::string& display, XDragSourceOptions options);
-  /// Also in the middle of a drag, of which the other side is not told.
-  ~XDragSource();
-  XDragSource(const XDragSource&) = delete;
-  XDragSource& operator=(const XDragSource&) = delete;
+  static constexpr std::int16_t middleX = 750;
+  static constexpr std::int16_t middleY = 70;
 
-  [[nodiscard]] int x() const { return options_.x; }
-  [[nodiscard]] int y() const { return options_.y; }
-  /// Whether the window that took the drop says that it did something with it. Nothing when none
-  /// has taken a drop by the limit.
-  [[nodiscard]] std::optional<bool> waitForDrop(std::chrono::milliseconds limit);
+  /// Returns when it is on the screen. `types` is what the text is offered as.
+  XDragSource(const std::string& display, std::string text,
+              const std::vector<std::string>& types = {"text/plain"});
+
+  /// Whether a window takes the drop, and says that it did something with it.
+  [[nodiscard]] bool waitForDrop(std::chrono::milliseconds limit);
 
  private:
   void serve();
@@ -48,10 +36,10 @@ class XDragSource {
   void released(xcb_timestamp_t time);
   void offerPosition();
   void handOver(const xcb_selection_request_event_t& request);
-  void tell(const char* what, const std::array<std::uint32_t, 4>& data) const;
+  void tell(const char* what, const std::array<std::uint32_t, 4>& data = {}) const;
   [[nodiscard]] xcb_window_t awareWindowAt(std::int16_t x, std::int16_t y) const;
 
-  const XDragSourceOptions options_;
+  const std::string text_;
   XConnection connection_;
   const xcb_window_t window_;
   std::vector<xcb_atom_t> types_;
@@ -67,8 +55,7 @@ class XDragSource {
   std::mutex mutex_;
   std::condition_variable changed_;
   std::optional<bool> dropped_;
-  StopSignal stop_;
-  std::thread thread_;
+  std::optional<XReader> reader_;
 };
 
 }  // namespace tapeloop::support

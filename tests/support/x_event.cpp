@@ -1,5 +1,6 @@
 #include "support/x_event.h"
 
+#include <algorithm>
 #include <ctime>
 #include <ostream>
 
@@ -39,6 +40,11 @@ std::size_t XEventList::size() const {
   return events_.size();
 }
 
+std::size_t XEventList::count(XEventKind kind) const {
+  const std::lock_guard lock(mutex_);
+  return static_cast<std::size_t>(std::ranges::count(events_, kind, &XEvent::kind));
+}
+
 void XEventList::clear() {
   const std::lock_guard lock(mutex_);
   events_.clear();
@@ -54,18 +60,20 @@ bool XEventList::waitUntil(const std::function<bool(const Events&)>& predicate,
   return changed_.wait_for(lock, limit, [&] { return predicate(events_); });
 }
 
-bool readXEvent(const void* raw, XEvent& event) {
+std::optional<XEvent> readXEvent(const void* raw) {
   // The five kinds share one layout.
   const auto* core = static_cast<const xcb_key_press_event_t*>(raw);
   const auto type = static_cast<std::uint8_t>(core->response_type & 0x7F);
-  if (type < XCB_KEY_PRESS || type > XCB_MOTION_NOTIFY) return false;
+  if (type < XCB_KEY_PRESS || type > XCB_MOTION_NOTIFY) return std::nullopt;
+  XEvent event;
   event.kind = static_cast<XEventKind>(type);
   event.detail = event.kind == XEventKind::motion ? std::uint8_t{0} : core->detail;
   event.rootX = core->root_x;
   event.rootY = core->root_y;
   event.state = core->state;
   event.time = core->time;
-  return true;
+  event.arrival = monotonicNow();
+  return event;
 }
 
 }  // namespace tapeloop::support

@@ -7,6 +7,7 @@
 #include <functional>
 #include <iosfwd>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 #include <xcb/xproto.h>
@@ -48,9 +49,9 @@ class XEventList {
  public:
   using Events = std::vector<XEvent>;
 
-  void append(const XEvent& event);
   [[nodiscard]] Events events() const;
   [[nodiscard]] std::size_t size() const;
+  [[nodiscard]] std::size_t count(XEventKind kind) const;
   void clear();
   /// False when fewer than `count` events have come by the limit.
   [[nodiscard]] bool waitFor(std::size_t count, std::chrono::milliseconds limit) const;
@@ -58,13 +59,16 @@ class XEventList {
   [[nodiscard]] bool waitUntil(const std::function<bool(const Events&)>& predicate,
                                std::chrono::milliseconds limit) const;
 
+ protected:
+  void append(const XEvent& event);
+
  private:
   mutable std::mutex mutex_;
   mutable std::condition_variable changed_;
   Events events_;
 };
 
-/// Reads a core input event of 32 bytes. False when it is of another kind.
-[[nodiscard]] bool readXEvent(const void* raw, XEvent& event);
+/// Reads a core input event of 32 bytes, which has arrived now. Nothing when it is of another kind.
+[[nodiscard]] std::optional<XEvent> readXEvent(const void* raw);
 
 }  // namespace tapeloop::support

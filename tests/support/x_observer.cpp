@@ -6,26 +6,15 @@
 
 #include <poll.h>
 #include <pthread.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
 #include <xcb/record.h>
 #include <xcb/xcbext.h>
 #include <xcb/xinput.h>
 
 namespace tapeloop::support {
 
-StopSignal::StopSignal() : descriptor_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
-StopSignal::~StopSignal() {
-  ::close(descriptor_);
-}
-void StopSignal::raise() const {
-  ::eventfd_write(descriptor_, 1);
-}
-
 XObserver::XObserver(const std::string& display) : control_(display), data_(display) {
-  const XOwned<xcb_record_query_version_reply_t> version(
-      xcb_record_query_version_reply(control_, xcb_record_query_version(control_, 1, 13), nullptr));
-  if (!version) throw std::runtime_error("the X server has no RECORD extension");
+  if (!control_.reply(xcb_record_query_version_reply, xcb_record_query_version(control_, 1, 13)))
+    throw std::runtime_error("the X server has no RECORD extension");
   const auto context = xcb_generate_id(control_);
   const xcb_record_client_spec_t everyone = XCB_RECORD_CS_ALL_CLIENTS;
   xcb_record_range_t range{};
@@ -42,8 +31,8 @@ XObserver::XObserver(const std::string& display) : control_(display), data_(disp
 
   // The server keeps recorded events in its buffer until it has to write to somebody: the raw
   // events tell that there are some, and the answer to a small request brings them along.
-  const XOwned<xcb_input_xi_query_version_reply_t> xi(xcb_input_xi_query_version_reply(
-      control_, xcb_input_xi_query_version(control_, 2, 2), nullptr));
+  (void)control_.reply(xcb_input_xi_query_version_reply,
+                       xcb_input_xi_query_version(control_, 2, 2));
   struct {
     xcb_input_event_mask_t header{XCB_INPUT_DEVICE_ALL_MASTER, 1};
     std::uint32_t bits =
@@ -53,34 +42,20 @@ XObserver::XObserver(const std::string& display) : control_(display), data_(disp
   } mask;
   control_.check(xcb_input_xi_select_events_checked(control_, control_.root(), 1, &mask.header),
                  "selecting raw events");
-  thread_ = std::thread([this] { collect(); });
-}
-
-XObserver::~XObserver() {
-  stop_.raise();
-  if (thread_.joinable()) thread_.join();
+  reader_.emplace(std::vector<const XConnection*>{&control_, &data_}, [this] {
+    nudge();
+    readRecord();
+  });
 }
 
 std::int64_t XObserver::processorTime() const {
   clockid_t clock{};
   timespec used{};
-  // NOLINTNEXTLINE: the thread lives as long as this object.
-  if (::pthread_getcpuclockid(const_cast<std::thread&>(thread_).native_handle(), &clock) != 0 ||
+  if (::pthread_getcpuclockid(reader_->handle(), &clock) != 0 ||
       ::clock_gettime(clock, &used) != 0) {
     return 0;
   }
   return std::int64_t{used.tv_sec} * 1'000'000'000 + used.tv_nsec;
-}
-
-void XObserver::collect() {
-  std::array<pollfd, 3> sources{{{stop_.descriptor(), POLLIN, 0},
-                                 {control_.descriptor(), POLLIN, 0},
-                                 {data_.descriptor(), POLLIN, 0}}};
-  while (!control_.isBroken() && !data_.isBroken()) {
-    nudge();
-    readRecord();
-    if (::poll(sources.data(), sources.size(), -1) > 0 && sources[0].revents != 0) return;
-  }
 }
 
 void XObserver::nudge() {
@@ -105,16 +80,15 @@ void XObserver::readRecord() {
     const auto* bytes = xcb_record_enable_context_data(reply.get());
     const auto length = xcb_record_enable_context_data_length(reply.get());
     for (int at = 0; at + 32 <= length; at += 32) {
-      XEvent event;
-      if (!readXEvent(bytes + at, event)) continue;
-      event.arrival = monotonicNow();
-      if (event.kind == XEventKind::keyPress) {
-        event.repeatOfDownKey = down_.test(event.detail);
-        down_.set(event.detail);
-      } else if (event.kind == XEventKind::keyRelease) {
-        down_.reset(event.detail);
+      auto event = readXEvent(bytes + at);
+      if (!event) continue;
+      if (event->kind == XEventKind::keyPress) {
+        event->repeatOfDownKey = down_.test(event->detail);
+        down_.set(event->detail);
+      } else if (event->kind == XEventKind::keyRelease) {
+        down_.reset(event->detail);
       }
-      list_.append(event);
+      append(*event);
     }
   }
 }

@@ -54,6 +54,11 @@ void XPoster::tapKey(std::uint8_t keycode) const {
   releaseKey(keycode);
 }
 
+void XPoster::strike(const std::vector<std::string_view>& keys) const {
+  for (const auto key : keys) pressKey(key);
+  for (auto key = keys.rbegin(); key != keys.rend(); ++key) releaseKey(*key);
+}
+
 void XPoster::typeText(std::string_view text) const {
   for (const auto& action : typing(text)) post(action);
   sync();
@@ -108,8 +113,9 @@ std::jthread XPoster::start(std::vector<XAction> actions) const {
 XPoster::Key XPoster::find(xcb_keysym_t keysym) const {
   const auto* setup = xcb_get_setup(connection_);
   const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
-  const XOwned<xcb_get_keyboard_mapping_reply_t> mapping(xcb_get_keyboard_mapping_reply(
-      connection_, xcb_get_keyboard_mapping(connection_, setup->min_keycode, count), nullptr));
+  const auto mapping =
+      connection_.reply(xcb_get_keyboard_mapping_reply,
+                        xcb_get_keyboard_mapping(connection_, setup->min_keycode, count));
   if (!mapping) throw std::runtime_error("no keyboard mapping");
   const auto* symbols = xcb_get_keyboard_mapping_keysyms(mapping.get());
   const int columns = mapping->keysyms_per_keycode;

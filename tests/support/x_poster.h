@@ -44,6 +44,8 @@ class XPoster {
   void pressKey(std::string_view keysym) const { pressKey(keycode(keysym)); }
   void releaseKey(std::string_view keysym) const { releaseKey(keycode(keysym)); }
   void tapKey(std::string_view keysym) const { tapKey(keycode(keysym)); }
+  /// Presses all of them, and releases them in the opposite order.
+  void strike(const std::vector<std::string_view>& keys) const;
   /// Latin-1 text, with Shift and AltGr as the keyboard map asks for them.
   void typeText(std::string_view text) const;
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <csignal>
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -10,10 +9,10 @@
 namespace tapeloop::support {
 
 struct XMonitor {
-  std::int16_t x = 0;
-  std::int16_t y = 0;
-  std::uint16_t width = 0;
-  std::uint16_t height = 0;
+  int x = 0;
+  int y = 0;
+  int width = 0;
+  int height = 0;
   bool primary = false;
 };
 
@@ -39,17 +38,20 @@ class XServer {
   [[nodiscard]] pid_t pid() const { return process_.pid(); }
 
   /// Divides the screen into logical monitors.
-  void setMonitors(const std::vector<XMonitor>& monitors) const;
+  void setMonitors(const std::vector<XMonitor>& monitors);
   /// Another size of the whole screen, within the first one, with all outputs and monitors gone.
-  void resize(std::uint16_t width, std::uint16_t height) const;
+  void resize(int width, int height);
   /// For example "de", or "us,de" for two groups.
   void setKeyboardLayout(const std::string& layout) const;
   /// Takes the server away from under its clients. Returns when it is gone.
   void kill(int signal = SIGTERM);
 
  private:
+  void run(const std::vector<std::string>& command) const;
+
   ChildProcess process_;
   std::string display_;
+  std::vector<std::string> monitors_;
 };
 
 }  // namespace tapeloop::support

@@ -15,21 +15,20 @@ namespace tapeloop::support {
 namespace {
 
 void useXkb(const XConnection& connection) {
-  const XOwned<xcb_xkb_use_extension_reply_t> reply(
-      xcb_xkb_use_extension_reply(connection, xcb_xkb_use_extension(connection, 1, 0), nullptr));
-  if (!reply || reply->supported == 0) throw std::runtime_error("the X server has no XKB");
+  const auto xkb =
+      connection.reply(xcb_xkb_use_extension_reply, xcb_xkb_use_extension(connection, 1, 0));
+  if (!xkb || xkb->supported == 0) throw std::runtime_error("the X server has no XKB");
 }
 
 }  // namespace
 
 std::vector<std::uint8_t> keysDown(const std::string& display) {
   const XConnection connection(display);
-  const XOwned<xcb_query_keymap_reply_t> reply(
-      xcb_query_keymap_reply(connection, xcb_query_keymap(connection), nullptr));
-  if (!reply) throw std::runtime_error("no state of the keys");
+  const auto state = connection.reply(xcb_query_keymap_reply, xcb_query_keymap(connection));
+  if (!state) throw std::runtime_error("no state of the keys");
   std::vector<std::uint8_t> down;
   for (int keycode = 0; keycode < 256; ++keycode) {
-    if ((reply->keys[keycode / 8] >> (keycode % 8) & 1) != 0) {
+    if ((state->keys[keycode / 8] >> (keycode % 8) & 1) != 0) {
       down.push_back(static_cast<std::uint8_t>(keycode));
     }
   }
@@ -38,13 +37,13 @@ std::vector<std::uint8_t> keysDown(const std::string& display) {
 
 XPointer pointerState(const std::string& display) {
   const XConnection connection(display);
-  const XOwned<xcb_query_pointer_reply_t> reply(xcb_query_pointer_reply(
-      connection, xcb_query_pointer(connection, connection.root()), nullptr));
-  if (!reply) throw std::runtime_error("no state of the pointer");
+  const auto state =
+      connection.reply(xcb_query_pointer_reply, xcb_query_pointer(connection, connection.root()));
+  if (!state) throw std::runtime_error("no state of the pointer");
   XPointer pointer{
-      reply->root_x, reply->root_y, {}, static_cast<std::uint16_t>(reply->mask & 0xFF)};
+      state->root_x, state->root_y, {}, static_cast<std::uint16_t>(state->mask & 0xFF)};
   for (int button = 1; button <= 5; ++button) {
-    if ((reply->mask >> (7 + button) & 1) != 0) {
+    if ((state->mask >> (7 + button) & 1) != 0) {
       pointer.buttonsDown.push_back(static_cast<std::uint8_t>(button));
     }
   }
@@ -55,10 +54,10 @@ bool repeatsKeys(const std::string& display, const std::string& device) {
   const XConnection connection(display);
   useXkb(connection);
   const auto id = inputDevice(connection, device);
-  const XOwned<xcb_xkb_get_controls_reply_t> reply(
-      xcb_xkb_get_controls_reply(connection, xcb_xkb_get_controls(connection, id), nullptr));
-  if (!reply) throw std::runtime_error("no controls of " + device);
-  return (reply->enabledControls & XCB_XKB_BOOL_CTRL_REPEAT_KEYS) != 0;
+  const auto controls =
+      connection.reply(xcb_xkb_get_controls_reply, xcb_xkb_get_controls(connection, id));
+  if (!controls) throw std::runtime_error("no controls of " + device);
+  return (controls->enabledControls & XCB_XKB_BOOL_CTRL_REPEAT_KEYS) != 0;
 }
 
 void setRepeatsKeys(const std::string& display, const std::string& device, bool repeats) {

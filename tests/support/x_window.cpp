@@ -1,10 +1,7 @@
 #include "support/x_window.h"
 
-#include <algorithm>
 #include <array>
 #include <stdexcept>
-
-#include <poll.h>
 
 namespace tapeloop::support {
 
@@ -20,25 +17,16 @@ XWindow::XWindow(const std::string& display, const XWindowOptions& options)
                         options.y, options.width, options.height, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
                         XCB_COPY_FROM_PARENT, attributes, values.data()),
                     "creating a window");
-  xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_NAME,
-                      XCB_ATOM_STRING, 8, static_cast<std::uint32_t>(options.title.size()),
-                      options.title.data());
   xcb_map_window(connection_, window_);
   xcb_flush(connection_);
   // The first exposure says that the window can be seen, and so can be given the focus.
-  for (;;) {
-    pollfd source{connection_.descriptor(), POLLIN, 0};
-    const XOwned<xcb_generic_event_t> event(xcb_poll_for_event(connection_));
-    if (event && (event->response_type & 0x7F) == XCB_EXPOSE) break;
-    if (!event && ::poll(&source, 1, 10'000) != 1) throw std::runtime_error("window not shown");
-  }
+  XOwned<xcb_generic_event_t> event;
+  do {
+    event.reset(xcb_wait_for_event(connection_));
+    if (!event) throw std::runtime_error("window not shown");
+  } while ((event->response_type & 0x7F) != XCB_EXPOSE);
   if (!options.overrideRedirect) takeFocus();
-  thread_ = std::thread([this] { collect(); });
-}
-
-XWindow::~XWindow() {
-  stop_.raise();
-  thread_.join();
+  reader_.emplace(std::vector<const XConnection*>{&connection_}, [this] { collect(); });
 }
 
 void XWindow::takeFocus() const {
@@ -48,9 +36,8 @@ void XWindow::takeFocus() const {
 }
 
 bool XWindow::hasFocus() const {
-  const XOwned<xcb_get_input_focus_reply_t> reply(
-      xcb_get_input_focus_reply(requests_, xcb_get_input_focus(requests_), nullptr));
-  return reply && reply->focus == window_;
+  const auto focus = requests_.reply(xcb_get_input_focus_reply, xcb_get_input_focus(requests_));
+  return focus && focus->focus == window_;
 }
 
 void XWindow::raise() const {
@@ -59,23 +46,9 @@ void XWindow::raise() const {
   requests_.sync();
 }
 
-std::size_t XWindow::count(XEventKind kind) const {
-  const auto events = list_.events();
-  return static_cast<std::size_t>(
-      std::count_if(events.begin(), events.end(), [&](const auto& e) { return e.kind == kind; }));
-}
-
 void XWindow::collect() {
-  std::array<pollfd, 2> sources{
-      {{stop_.descriptor(), POLLIN, 0}, {connection_.descriptor(), POLLIN, 0}}};
-  while (!connection_.isBroken()) {
-    while (const XOwned<xcb_generic_event_t> raw{xcb_poll_for_event(connection_)}) {
-      XEvent event;
-      if (!readXEvent(raw.get(), event)) continue;
-      event.arrival = monotonicNow();
-      list_.append(event);
-    }
-    if (::poll(sources.data(), sources.size(), -1) > 0 && sources[0].revents != 0) return;
+  while (const XOwned<xcb_generic_event_t> raw{xcb_poll_for_event(connection_)}) {
+    if (const auto event = readXEvent(raw.get())) append(*event);
   }
 }
 

@@ -1,12 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
-#include <thread>
 
 #include "support/x_connection.h"
 #include "support/x_event.h"
-#include "support/x_observer.h"
 
 namespace tapeloop::support {
 
@@ -16,18 +15,14 @@ struct XWindowOptions {
   std::uint16_t width = 400;
   std::uint16_t height = 300;
   bool overrideRedirect = false;
-  std::string title = "Another application";
 };
 
 /// The window of another application: it takes the focus and keeps the input that it receives.
 /// Collects in a thread of its own.
-class XWindow {
+class XWindow : public XEventList {
  public:
   /// Returns when the window is on screen and, unless it is override-redirect, has the focus.
   explicit XWindow(const std::string& display, const XWindowOptions& options = {});
-  ~XWindow();
-  XWindow(const XWindow&) = delete;
-  XWindow& operator=(const XWindow&) = delete;
 
   [[nodiscard]] xcb_window_t window() const { return window_; }
   /// Returns when the server has given it the focus.
@@ -36,16 +31,7 @@ class XWindow {
   void raise() const;
 
   /// Key, button and motion events that the server sent to this window.
-  [[nodiscard]] XEventList::Events received() const { return list_.events(); }
-  [[nodiscard]] std::size_t count(XEventKind kind) const;
-  void clear() { list_.clear(); }
-  [[nodiscard]] bool waitFor(std::size_t count, std::chrono::milliseconds limit) const {
-    return list_.waitFor(count, limit);
-  }
-  [[nodiscard]] bool waitUntil(const std::function<bool(const XEventList::Events&)>& predicate,
-                               std::chrono::milliseconds limit) const {
-    return list_.waitUntil(predicate, limit);
-  }
+  [[nodiscard]] Events received() const { return events(); }
 
  private:
   void collect();
@@ -53,9 +39,7 @@ class XWindow {
   XConnection connection_;  // of the collecting thread
   XConnection requests_;
   xcb_window_t window_;
-  StopSignal stop_;
-  XEventList list_;
-  std::thread thread_;
+  std::optional<XReader> reader_;
 };
 
 }  // namespace tapeloop::support

@@ -1,11 +1,11 @@
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "window/program.h"
@@ -13,53 +13,45 @@
 namespace tapeloop::support {
 namespace {
 
-constexpr const char* alertMessage =
-    "Please authorize Tapeloop by going to System Preferences -> Security & Privacy -> "
-    "Privacy -> Accessibility -> Check Tapeloop.";
+using testing::ElementsAre;
 
-void expectAlert(Program& program) {
+// The window tells why, and neither capture nor playback begins.
+void expectAuthorization(Program& program, const std::string& reason) {
+  (void)program.named("heading", "Authorize Tapeloop");
+  for (const char* step : {"Go to System Preferences", "Security & Privacy", "Privacy",
+                           "Accessibility", "Check Tapeloop", reason.c_str()}) {
+    (void)program.named("label", step);
+  }
+  EXPECT_THAT(program.complaints(), ElementsAre(reason)) << "on standard error, too";
   ASSERT_TRUE(program.recordButton().press());
-  EXPECT_EQ(program.named("alert", "Tapeloop").description(), alertMessage);
-  ASSERT_TRUE(program.named("push button", "Dismiss").press());
-  EXPECT_TRUE(program.loses("alert", "Tapeloop"));
+  EXPECT_EQ(program.dismissAlert(),
+            "Please authorize Tapeloop by going to System Preferences -> Security & Privacy -> "
+            "Privacy -> Accessibility -> Check Tapeloop.");
 }
 
-TEST(AuthorizationTests, AServerThatLacksExtensionsIsToldByName) {
+TEST(AuthorizationTests, AServerThatLacksExtensionsIsToldByNameInAWindowWithACloseButtonAlone) {
   // Without the one, this server leaves out the other.
   TestDesktop desktop({.arguments = {"-extension", "RECORD"}});
   Program program(desktop);
-  (void)program.named("heading", "Authorize Tapeloop");
-  for (const char* step : {"Go to System Preferences", "Security & Privacy", "Privacy",
-                           "Accessibility", "Check Tapeloop"}) {
-    (void)program.named("label", step);
-  }
-  const std::string reason =
+  expectAuthorization(
+      program,
       "The X server does not offer RECORD, XTEST: enable this in its configuration, or log in to a "
-      "session of a full X.Org server.";
-  (void)program.named("label", reason);
-  EXPECT_EQ(program.complaints(), std::vector{reason}) << "and on standard error";
-  expectAlert(program);
-}
+      "session of a full X.Org server.");
 
-TEST(AuthorizationTests, ItsWindowFloatsAndAsksForNothingButACloseButton) {
-  TestDesktop desktop({.arguments = {"-extension", "RECORD"}});
-  const Program program(desktop);
   ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 2));
-  const auto find = [&desktop] {
-    const auto floats = [&](std::size_t index) {
-      const auto state = desktop.property("Tapeloop", index, "_NET_WM_STATE");
-      return std::ranges::find(state, desktop.atom("_NET_WM_STATE_ABOVE")) != state.end();
-    };
-    return floats(0) ? std::optional(0) : floats(1) ? std::optional(1) : std::nullopt;
+  const std::array<std::size_t, 2> windows{0, 1};
+  const auto floats = [&desktop](std::size_t index) {
+    const auto state = desktop.property("Tapeloop", index, "_NET_WM_STATE");
+    return std::ranges::count(state, desktop.atom("_NET_WM_STATE_ABOVE")) > 0;
   };
-  ASSERT_TRUE(eventually([&] { return find().has_value(); }));
-
+  ASSERT_TRUE(eventually([&] { return std::ranges::any_of(windows, floats); }));
   constexpr std::uint32_t minimizeFunction = 8;
   constexpr std::uint32_t maximizeFunction = 16;
   constexpr std::uint32_t closeFunction = 32;
   constexpr std::uint32_t minimizeButton = 32;
   constexpr std::uint32_t maximizeButton = 64;
-  const auto hints = desktop.property("Tapeloop", *find(), "_MOTIF_WM_HINTS");
+  const auto hints =
+      desktop.property("Tapeloop", *std::ranges::find_if(windows, floats), "_MOTIF_WM_HINTS");
   ASSERT_GE(hints.size(), 3U);
   EXPECT_EQ(hints[0] & 3U, 3U) << "functions and decorations are named";
   EXPECT_EQ(hints[1] & (minimizeFunction | maximizeFunction | closeFunction), closeFunction);
@@ -95,21 +87,21 @@ TEST(AuthorizationTests, UnderWaylandAnotherSessionIsToBeChosen) {
                         "--no-config --socket=test 2>&1"},
                        {"XDG_RUNTIME_DIR=" + folder.path().string()});
   std::string display;
-  ASSERT_TRUE(eventually([&] {
-    constexpr std::string_view announcement = "listening on display ";
-    for (const std::string& line : wayland.lines()) {
-      const auto at = line.find(announcement);
-      if (at != std::string::npos) display = line.substr(at + announcement.size());
-    }
-    return !display.empty();
-  }));
+  ASSERT_TRUE(wayland.waitUntil(
+      [&display](const auto& lines) {
+        constexpr std::string_view announcement = "listening on display ";
+        for (const std::string& line : lines) {
+          const auto at = line.find(announcement);
+          if (at != std::string::npos) display = line.substr(at + announcement.size());
+        }
+        return !display.empty();
+      },
+      generousLimit));
   TestDesktop desktop;
   Program program(desktop, {}, std::nullopt, {"env", "DISPLAY=" + display});
-  (void)program.named("heading", "Authorize Tapeloop");
-  (void)program.named("label",
+  expectAuthorization(program,
                       "This is a Wayland session, where no program sees the input of others: log "
                       "out, and choose an X11 (Xorg) session when you log in.");
-  expectAlert(program);
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ constexpr std::uint32_t white = 0xffffff;
 /// The signs that tell that the program records or plays, as they are on the screen.
 class IndicatorTests : public testing::Test {
  protected:
-  static bool isRedAt(const TestDesktop& desktop, int x, int y) {
+  static bool becomesRed(const TestDesktop& desktop, int x, int y) {
     return eventually([&] { return desktop.pixel(x, y) == red; });
   }
   // How much of a line of the screen is red: where it begins, and where it has ended.
@@ -27,9 +27,6 @@ class IndicatorTests : public testing::Test {
     int end = width;
     while (end > begin && desktop.pixel(end - 1, y) != red) --end;
     return {begin, end};
-  }
-  static bool begins(Program& program) {
-    return program.recordButton().press() && program.writes("Recording: true");
   }
 };
 
@@ -41,8 +38,8 @@ TEST_F(IndicatorTests, TheSignLiesOverAnApplicationThatIsUsedAsIfItWereNotThere)
   XWindow application(desktop.server().display(),
                       {.x = 0, .y = 0, .width = 300, .height = 200, .overrideRedirect = true});
   application.takeFocus();
-  ASSERT_TRUE(begins(program));
-  ASSERT_TRUE(isRedAt(desktop, 45, 5));
+  program.startCapture();
+  ASSERT_TRUE(becomesRed(desktop, 45, 5));
   EXPECT_TRUE(application.hasFocus());
   // What is neither the sign nor the application is an edge, and there is none.
   for (int y = 0; y < 50; ++y) {
@@ -61,7 +58,7 @@ TEST_F(IndicatorTests, TheSignLiesOverAnApplicationThatIsUsedAsIfItWereNotThere)
   EXPECT_TRUE(program.captures("leftMouseDown at (45, 792)"));
   EXPECT_TRUE(program.captures("keyUp"));
   application.raise();
-  ASSERT_TRUE(program.recordButton().press());
+  program.stopCapture();
   EXPECT_TRUE(eventually([&] { return desktop.pixel(45, 5) == white; })) << "it is gone";
 }
 
@@ -74,22 +71,24 @@ TEST_F(IndicatorTests, TheyAreAtTheirPlacesOnThePrimaryMonitorAtEveryScale) {
     TestDesktop desktop({.width = 1800, .height = 600});
     desktop.server().setMonitors({{0, 0, left, 600, false}, {left, 0, 1000, 600, true}});
     const TemporaryFolder data;
-    store(data.path(), {{"repeatPlayback", true}, {"waitBeforeRepeating", true}});
+    store(data.path(), {{"repeatPlayback", true},
+                        {"waitBeforeRepeating", true},
+                        {"waittimenumber", std::int64_t{60}},
+                        {"waittimeunit", "hours"}});
     Program program(desktop, {}, data.path(), {"env", "QT_SCALE_FACTOR=" + std::to_string(scale)});
     ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
-    ASSERT_TRUE(begins(program));
+    program.startCapture();
     // Above the letters, where the corners are still round.
     const int line = static_cast<int>(6 * scale);
-    ASSERT_TRUE(isRedAt(desktop, left + 4, line));
+    ASSERT_TRUE(becomesRed(desktop, left + 4, line));
     EXPECT_NE(desktop.pixel(left - 1, line), red);
     desktop.user().moveTo(1500, 500);
     desktop.user().click(1);
-    ASSERT_TRUE(program.named("push button", "Stop Recording").press());
-    ASSERT_TRUE(program.writes("Recording: false"));
+    program.stopCapture();
     ASSERT_TRUE(eventually([&] { return desktop.pixel(left + 4, line) != red; }));
 
-    ASSERT_TRUE(program.named("push button", "Play").press());
-    ASSERT_TRUE(isRedAt(desktop, middle - 80, line));
+    program.press("Play");
+    ASSERT_TRUE(becomesRed(desktop, middle - 80, line));
     const auto [begin, end] = redPart(desktop, line, 1800);
     if (center == 0) {
       EXPECT_NEAR(begin, middle - 90, 2);

@@ -1,5 +1,5 @@
 #include <csignal>
-#include <cstdint>
+#include <string>
 
 #include <gtest/gtest.h>
 
@@ -8,46 +8,25 @@
 namespace tapeloop::support {
 namespace {
 
-struct Area {
-  int x;
-  int y;
-  int width;
-  int height;
-};
-
-constexpr Area leftMonitor{0, 0, 800, 600};
-constexpr Area rightMonitor{800, 100, 1000, 500};
+constexpr XMonitor leftMonitor{0, 0, 800, 600, true};
+constexpr XMonitor rightMonitor{800, 100, 1000, 500, false};
 
 /// Where the window is and goes to on more than one monitor, and on a small one.
 class MonitorTests : public testing::Test {
  protected:
-  static void setMonitors(TestDesktop& desktop) {
-    const auto monitor = [](const Area& area, bool primary) {
-      return XMonitor{static_cast<std::int16_t>(area.x), static_cast<std::int16_t>(area.y),
-                      static_cast<std::uint16_t>(area.width),
-                      static_cast<std::uint16_t>(area.height), primary};
-    };
-    desktop.server().setMonitors({monitor(leftMonitor, true), monitor(rightMonitor, false)});
-  }
-  static ClientWindow window(const TestDesktop& desktop) {
-    return desktop.windows("Tapeloop").front();
-  }
-  static bool isWithin(const ClientWindow& window, const Area& area) {
+  static bool isWithin(const ClientWindow& window, const XMonitor& area) {
     return window.x >= area.x && window.x + window.width <= area.x + area.width &&
            window.y >= area.y && window.y + window.height <= area.y + area.height;
   }
-  static bool moveTo(const TestDesktop& desktop, int x, int y) {
-    desktop.moveNewest("Tapeloop", x, y);
-    return eventually([&] { return window(desktop).x == x && window(desktop).y == y; });
-  }
   // Once it has grown, in one step or in more than one.
-  static void expectWithin(const TestDesktop& desktop, const Area& area, int width, int height) {
+  static void expectWithin(const TestDesktop& desktop, const XMonitor& area, int width,
+                           int height) {
+    ClientWindow now;
     EXPECT_TRUE(eventually([&] {
-      const ClientWindow now = window(desktop);
+      now = desktop.window();
       return now.width >= width && now.height >= height && isWithin(now, area);
-    })) << window(desktop).x
-        << ' ' << window(desktop).y << ' ' << window(desktop).width << ' '
-        << window(desktop).height;
+    })) << now.x
+        << ' ' << now.y << ' ' << now.width << ' ' << now.height;
   }
 
   TemporaryFolder data;
@@ -56,24 +35,41 @@ class MonitorTests : public testing::Test {
 TEST_F(MonitorTests, ItIsWhereItWasLeftOnTheSecondMonitorAndOnAnotherOnceThatIsGone) {
   {
     TestDesktop desktop({.width = 1800, .height = 600});
-    setMonitors(desktop);
-    for (const bool first : {true, false}) {
+    desktop.server().setMonitors({leftMonitor, rightMonitor});
+    ClientWindow place;
+    {
       Program program(desktop, {}, data.path());
-      ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
-      if (first) {
-        ASSERT_TRUE(moveTo(desktop, 1450, 350));
-      }
-      EXPECT_EQ(window(desktop).x, 1450);
-      EXPECT_EQ(window(desktop).y, 350);
-      ASSERT_TRUE(program.named("push button", "Close").press());
-      ASSERT_EQ(program.exitCode(), 0);
+      const ClientWindow before = desktop.window();
+      const auto dragBy = [&](int x, int y) {
+        desktop.user().moveTo(before.x + 20 + x, before.y + 185 + y);
+      };
+      dragBy(0, 0);
+      desktop.user().press(1);
+      int way = 0;  // the window follows from where the pointer is when the move begins
+      ASSERT_TRUE(eventually([&] {
+        way += 5;
+        dragBy(way, way / 2);
+        return desktop.window().x > before.x;
+      }));
+      ASSERT_TRUE(eventually([&] {
+        dragBy(1000, 100);
+        dragBy(1010, 110);
+        return isWithin(desktop.window(), rightMonitor);
+      }));
+      desktop.user().release(1);
+      ASSERT_TRUE(desktop.waitForFreePointer());
+      place = desktop.window();
+      EXPECT_EQ(program.close(), 0);
     }
+    Program program(desktop, {}, data.path());
+    EXPECT_EQ(desktop.window().x, place.x);
+    EXPECT_EQ(desktop.window().y, place.y);
+    EXPECT_EQ(program.close(), 0);
   }
-  for (const Area& only : {Area{0, 0, 800, 600}, Area{0, 0, 1600, 480}}) {
+  for (const XMonitor& only : {XMonitor{0, 0, 800, 600}, XMonitor{0, 0, 1600, 480}}) {
     SCOPED_TRACE(only.width);
     TestDesktop desktop({.width = only.width, .height = only.height});
     Program program(desktop, {}, data.path());
-    ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
     expectWithin(desktop, only, 1, 1);
     program.process().kill(SIGKILL);
   }
@@ -81,31 +77,31 @@ TEST_F(MonitorTests, ItIsWhereItWasLeftOnTheSecondMonitorAndOnAnotherOnceThatIsG
 
 TEST_F(MonitorTests, AsItGrowsItStaysWhollyOnItsMonitor) {
   TestDesktop desktop({.width = 1800, .height = 600});
-  setMonitors(desktop);
+  desktop.server().setMonitors({leftMonitor, rightMonitor});
   Program program(desktop, {}, data.path());
-  ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
-  const ClientWindow small = window(desktop);
-  for (const Area& monitor : {leftMonitor, rightMonitor}) {
+  const ClientWindow small = desktop.window();
+  for (const XMonitor& monitor : {leftMonitor, rightMonitor}) {
     SCOPED_TRACE(monitor.x);
-    ASSERT_TRUE(moveTo(desktop, monitor.x + monitor.width - small.width - 10,
-                       monitor.y + monitor.height - small.height - 10));
-    ASSERT_TRUE(program.named("push button", "Toggle Sidebar").press());
+    const int x = monitor.x + monitor.width - small.width - 10;
+    const int y = monitor.y + monitor.height - small.height - 10;
+    desktop.moveNewest("Tapeloop", x, y);
+    ASSERT_TRUE(eventually([&] { return desktop.window().x == x && desktop.window().y == y; }));
+    program.press("Toggle Sidebar");
     expectWithin(desktop, monitor, small.width + 280, 1);
-    ASSERT_TRUE(program.named("push button", "Settings").press());
+    program.press("Settings");
     expectWithin(desktop, monitor, small.width + 280, small.height + 200);
-    ASSERT_TRUE(program.named("push button", "Save").press());
-    ASSERT_TRUE(eventually([&] { return window(desktop).height < small.height + 100; }));
-    ASSERT_TRUE(program.named("push button", "Toggle Sidebar").press());
-    ASSERT_TRUE(eventually([&] { return window(desktop).width == small.width; }));
+    program.press("Save");
+    ASSERT_TRUE(eventually([&] { return desktop.window().height < small.height + 100; }));
+    program.press("Toggle Sidebar");
+    ASSERT_TRUE(eventually([&] { return desktop.window().width == small.width; }));
   }
 }
 
 TEST_F(MonitorTests, OnASmallScreenAllOfTheSheetIsWithinReach) {
   TestDesktop desktop({.width = 800, .height = 400});
   Program program(desktop, {}, data.path());
-  ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
-  ASSERT_TRUE(program.named("push button", "Toggle Sidebar").press());
-  ASSERT_TRUE(program.named("push button", "Settings").press());
+  program.press("Toggle Sidebar");
+  program.press("Settings");
   expectWithin(desktop, {0, 0, 800, 400}, 500, 390);
   const auto save =
       program.accessible().find([](const Element& element) { return element.name() == "Save"; });
@@ -117,8 +113,29 @@ TEST_F(MonitorTests, OnASmallScreenAllOfTheSheetIsWithinReach) {
     const auto place = save->place();
     return save->is(State::focused) && place.y + place.height <= 400;
   }));
-  program.click(*save);
-  EXPECT_TRUE(program.loses("push button", "Save"));
+  program.saveSettings();
+}
+
+TEST_F(MonitorTests, MonitorsThatChangeDuringCaptureAndPlaybackEndNeither) {
+  TestDesktop desktop;
+  Program program(desktop);
+  const auto capturesAt = [&](int x, int y, const std::string& place) {
+    return eventually([&] {
+      desktop.user().moveTo(x, y);
+      desktop.user().moveTo(x + 1, y);
+      return program.captureCount("mouseMoved at (" + place + ")") > 0;
+    });
+  };
+  program.startCapture();
+  desktop.server().setMonitors({{0, 0, 640, 800}, {640, 0, 640, 800, true}});
+  EXPECT_TRUE(capturesAt(900, 650, "260, 150"));
+  desktop.server().resize(1000, 760);
+  EXPECT_TRUE(capturesAt(900, 600, "900, 160"));
+  program.stopCapture();
+  program.press("Play");
+  desktop.server().resize(1280, 800);
+  ASSERT_TRUE(program.writes("stopped playing"));
+  EXPECT_EQ(program.close(), 0);
 }
 
 }  // namespace

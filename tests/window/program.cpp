@@ -1,7 +1,9 @@
 #include "window/program.h"
 
 #include <algorithm>
+#include <array>
 #include <stdexcept>
+#include <string_view>
 
 #include "platform/linux/sqlite_defaults_store.h"
 
@@ -24,63 +26,41 @@ TestDesktop::TestDesktop(const XServerOptions& options)
       windowManager_({"openbox"}, {server_.displayVariable()}),
       user_(server_.display()),
       connection_(server_.display()) {
-  const bool managed = eventually([this] {
-    const XOwned<xcb_get_property_reply_t> check(xcb_get_property_reply(
-        connection_,
-        xcb_get_property(connection_, 0, connection_.root(),
-                         connection_.atom("_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW, 0, 1),
-        nullptr));
-    return check && xcb_get_property_value_length(check.get()) > 0;
+  const bool isManaged = eventually([this] {
+    const char* const check = "_NET_SUPPORTING_WM_CHECK";
+    return !connection_.property<xcb_window_t>(connection_.root(), check).empty();
   });
-  if (!managed) throw std::runtime_error("the window manager did not start");
-}
-
-void TestDesktop::strike(const char* key) const {
-  for (const char* each : {"Control_L", "Alt_L", key}) user_.pressKey(each);
-  for (const char* each : {key, "Alt_L", "Control_L"}) user_.releaseKey(each);
-}
-
-std::string TestDesktop::titleOf(xcb_window_t window) const {
-  const XOwned<xcb_get_property_reply_t> title(xcb_get_property_reply(
-      connection_,
-      xcb_get_property(connection_, 0, window, connection_.atom("_NET_WM_NAME"), XCB_ATOM_ANY, 0,
-                       100),
-      nullptr));
-  if (!title) return {};
-  return {static_cast<const char*>(xcb_get_property_value(title.get())),
-          static_cast<std::size_t>(xcb_get_property_value_length(title.get()))};
+  if (!isManaged) throw std::runtime_error("the window manager did not start");
 }
 
 std::vector<xcb_window_t> TestDesktop::managed(const std::string& title) const {
-  const XOwned<xcb_get_property_reply_t> list(xcb_get_property_reply(
-      connection_,
-      xcb_get_property(connection_, 0, connection_.root(), connection_.atom("_NET_CLIENT_LIST"),
-                       XCB_ATOM_WINDOW, 0, 1000),
-      nullptr));
-  std::vector<xcb_window_t> found;
-  if (!list) return found;
-  const auto* windows = static_cast<const xcb_window_t*>(xcb_get_property_value(list.get()));
-  const auto count = xcb_get_property_value_length(list.get()) / 4;
-  for (int i = 0; i < count; ++i) {
-    if (titleOf(windows[i]) == title) found.push_back(windows[i]);
-  }
-  return found;
+  auto windows = connection_.property<xcb_window_t>(connection_.root(), "_NET_CLIENT_LIST");
+  std::erase_if(windows, [&](xcb_window_t window) {
+    return !std::ranges::equal(connection_.property<char>(window, "_NET_WM_NAME"), title);
+  });
+  return windows;
 }
 
 std::vector<ClientWindow> TestDesktop::windows(const std::string& title) const {
   std::vector<ClientWindow> found;
   for (const auto window : managed(title)) {
-    const XOwned<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
-        connection_, xcb_get_window_attributes(connection_, window), nullptr));
+    const auto attributes = connection_.reply(xcb_get_window_attributes_reply,
+                                              xcb_get_window_attributes(connection_, window));
     if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE) continue;
-    const XOwned<xcb_get_geometry_reply_t> size(
-        xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
-    const XOwned<xcb_translate_coordinates_reply_t> place(xcb_translate_coordinates_reply(
-        connection_, xcb_translate_coordinates(connection_, window, connection_.root(), 0, 0),
-        nullptr));
+    const auto size =
+        connection_.reply(xcb_get_geometry_reply, xcb_get_geometry(connection_, window));
+    const auto place =
+        connection_.reply(xcb_translate_coordinates_reply,
+                          xcb_translate_coordinates(connection_, window, connection_.root(), 0, 0));
     if (size && place) found.push_back({place->dst_x, place->dst_y, size->width, size->height});
   }
   return found;
+}
+
+ClientWindow TestDesktop::window(const std::string& title) const {
+  std::vector<ClientWindow> found;
+  if (eventually([&] { return !(found = windows(title)).empty(); })) return found.front();
+  throw std::runtime_error("no window " + title);
 }
 
 bool TestDesktop::waitForWindows(const std::string& title, std::size_t count) const {
@@ -90,24 +70,18 @@ bool TestDesktop::waitForWindows(const std::string& title, std::size_t count) co
 bool TestDesktop::waitForFocus(const std::string& title, std::size_t index) const {
   return eventually([&] {
     const auto windows = managed(title);
-    const XOwned<xcb_get_property_reply_t> active(xcb_get_property_reply(
-        connection_,
-        xcb_get_property(connection_, 0, connection_.root(), connection_.atom("_NET_ACTIVE_WINDOW"),
-                         XCB_ATOM_WINDOW, 0, 1),
-        nullptr));
-    return index < windows.size() && active && xcb_get_property_value_length(active.get()) == 4 &&
-           *static_cast<const xcb_window_t*>(xcb_get_property_value(active.get())) ==
-               windows[index];
+    const auto active =
+        connection_.property<xcb_window_t>(connection_.root(), "_NET_ACTIVE_WINDOW");
+    return index < windows.size() && active == std::vector{windows[index]};
   });
 }
 
 bool TestDesktop::waitForFreePointer() const {
   const bool isFree = eventually([this] {
-    const XOwned<xcb_grab_pointer_reply_t> grab(xcb_grab_pointer_reply(
-        connection_,
+    const auto grab = connection_.reply(
+        xcb_grab_pointer_reply,
         xcb_grab_pointer(connection_, 0, connection_.root(), 0, XCB_GRAB_MODE_ASYNC,
-                         XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_CURRENT_TIME),
-        nullptr));
+                         XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_CURRENT_TIME));
     return grab && grab->status == XCB_GRAB_STATUS_SUCCESS;
   });
   xcb_ungrab_pointer(connection_, XCB_CURRENT_TIME);
@@ -117,51 +91,36 @@ bool TestDesktop::waitForFreePointer() const {
 
 std::vector<std::uint32_t> TestDesktop::property(const std::string& title, std::size_t index,
                                                  const std::string& name) const {
-  const XOwned<xcb_get_property_reply_t> property(
-      xcb_get_property_reply(connection_,
-                             xcb_get_property(connection_, 0, managed(title).at(index),
-                                              connection_.atom(name), XCB_ATOM_ANY, 0, 100),
-                             nullptr));
-  if (!property || property->format != 32) return {};
-  const auto* numbers = static_cast<const std::uint32_t*>(xcb_get_property_value(property.get()));
-  return {numbers, numbers + property->value_len};
+  return connection_.property<std::uint32_t>(managed(title).at(index), name);
 }
 
 std::uint32_t TestDesktop::pixel(int x, int y) const {
-  const XOwned<xcb_get_image_reply_t> image(xcb_get_image_reply(
-      connection_,
+  const auto image = connection_.reply(
+      xcb_get_image_reply,
       xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, connection_.root(),
-                    static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 1, 1, ~0U),
-      nullptr));
+                    static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 1, 1, ~0U));
   if (!image) return 0;
   const auto* bytes = xcb_get_image_data(image.get());
   return static_cast<std::uint32_t>(bytes[2] << 16 | bytes[1] << 8 | bytes[0]);
 }
 
-void TestDesktop::askAboutNewest(const std::string& title, const char* what,
-                                 const std::array<std::uint32_t, 5>& data) const {
-  const auto windows = managed(title);
-  if (windows.empty()) throw std::runtime_error("no window " + title);
+void TestDesktop::closeNewest(const std::string& title) const {
   xcb_client_message_event_t request{};
   request.response_type = XCB_CLIENT_MESSAGE;
   request.format = 32;
-  request.window = windows.back();
-  request.type = connection_.atom(what);
-  std::ranges::copy(data, request.data.data32);
+  request.window = managed(title).back();
+  request.type = atom("_NET_CLOSE_WINDOW");
   xcb_send_event(connection_, 0, connection_.root(),
                  XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
                  reinterpret_cast<const char*>(&request));
   connection_.sync();
 }
 
-void TestDesktop::closeNewest(const std::string& title) const {
-  askAboutNewest(title, "_NET_CLOSE_WINDOW", {});
-}
-
 void TestDesktop::moveNewest(const std::string& title, int x, int y) const {
-  constexpr std::uint32_t positionIsGiven = 3U << 8U;
-  askAboutNewest(title, "_NET_MOVERESIZE_WINDOW",
-                 {positionIsGiven, static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y)});
+  const std::array<int, 2> place{x, y};
+  xcb_configure_window(connection_, managed(title).back(),
+                       XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, place.data());
+  connection_.sync();
 }
 
 void store(const std::filesystem::path& dataFolder,
@@ -195,26 +154,38 @@ Element Application::accessible() {
   return *found;
 }
 
-Element Application::named(const std::string& role, const std::string& name) {
-  const Element program = accessible();
-  std::optional<Element> found;
-  const bool came = eventually([&] {
-    found = program.find([&](const Element& element) {
-      return element.name() == name && element.role() == role && element.is(State::showing);
-    });
-    return found.has_value();
+std::optional<Element> Application::find(const std::string& role, const std::string& name) {
+  return accessible().find([&](const Element& element) {
+    return element.name() == name && element.role() == role && element.is(State::showing);
   });
-  if (!came) throw std::runtime_error("no " + role + " " + name + " in\n" + program.outline());
-  return *found;
+}
+
+Element Application::named(const std::string& role, const std::string& name) {
+  std::optional<Element> found;
+  if (eventually([&] { return (found = find(role, name)).has_value(); })) return *found;
+  throw std::runtime_error("no " + role + " " + name + " in\n" + accessible().outline());
 }
 
 bool Application::loses(const std::string& role, const std::string& name) {
-  const Element program = accessible();
+  return eventually([&] { return !find(role, name); });
+}
+
+bool Application::focuses(const std::string& name) {
   return eventually([&] {
-    return !program.find([&](const Element& element) {
-      return element.name() == name && element.role() == role && element.is(State::showing);
+    const auto focus = accessible().find([&](const Element& element) {
+      return element.name() == name && element.is(State::focused);
     });
+    return focus.has_value();
   });
+}
+
+bool Application::hasShown(const std::string& element) {
+  return eventually(
+      [&] { return std::ranges::count(AccessibilityBus::instance().shown(), element) > 0; });
+}
+
+void Application::press(const std::string& button) {
+  if (!named("push button", button).press()) throw std::runtime_error(button + " takes no press");
 }
 
 void Application::point(const Element& element) {
@@ -235,11 +206,14 @@ Program::Program(TestDesktop& desktop, const std::vector<std::string>& arguments
     : Application(desktop, joined(joined(launcher, {TAPELOOP_PROGRAM}), arguments), dataFolder) {}
 
 bool Program::captures(const std::string& what) {
-  for (std::size_t i = 0;; ++i) {
-    const auto line = process().waitForLine(i, generousLimit);
-    if (!line) return false;
-    if (line->starts_with("Optional(" + what)) return true;
-  }
+  return process().waitUntil([&](const auto&) { return captureCount(what) > 0; }, generousLimit);
+}
+
+std::size_t Program::captureCount(const std::string& what) {
+  const auto isEvent = [&](const std::string& line) {
+    return line.starts_with("Optional(" + what);
+  };
+  return static_cast<std::size_t>(std::ranges::count_if(process().lines(), isEvent));
 }
 
 std::vector<std::string> Program::complaints() {
@@ -249,6 +223,18 @@ std::vector<std::string> Program::complaints() {
     if (line.starts_with(name)) sentences.push_back(line.substr(name.size()));
   }
   return sentences;
+}
+
+std::string Program::dismissAlert() {
+  const std::string message = named("alert", "Tapeloop").description();
+  press("Dismiss");
+  if (!loses("alert", "Tapeloop")) throw std::runtime_error("the alert does not go");
+  return message;
+}
+
+std::optional<int> Program::close() {
+  press("Close");
+  return exitCode();
 }
 
 Element Program::recordButton() {
@@ -261,28 +247,45 @@ Element Program::recordButton() {
   return *button;
 }
 
-bool Program::openSettings() {
+void Program::pressRecord(const char* line) {
+  if (!recordButton().press() || !writes(line)) throw std::runtime_error("Record does nothing");
+}
+
+void Program::recordClick() {
+  startCapture();
+  desktop().user().moveTo(1100, 700);
+  desktop().user().click(1);
+  (void)named("push button", "Stop Recording");
+  stopCapture();
+}
+
+void Program::saveRecording() {
+  press("Save Recording");
+  (void)named("list item", "New Recording");
+}
+
+void Program::openSettings() {
   click("Settings");
   const Element sheet = named("dialog", "Settings");
   const Element title = named("heading", "Settings");
-  return eventually([&] { return title.place().y - sheet.place().y >= 12; });
+  if (!eventually([&] { return title.place().y - sheet.place().y >= 12; })) {
+    throw std::runtime_error("the sheet does not come");
+  }
 }
 
-bool Program::recordsAClick() {
-  if (!recordButton().press() || !writes("Recording: true")) return false;
-  desktop().user().moveTo(1100, 700);
-  desktop().user().click(1);
-  return named("push button", "Stop Recording").press() && writes("Recording: false");
+bool Program::says(const std::string& field, const std::string& what) {
+  return eventually([&] { return named("text", field).description() == what; });
 }
 
-bool Program::setShortcut(const std::string& field, const char* key) {
-  const auto says = [&](const std::string& what) {
-    return eventually([&] { return named("text", field).description() == what; });
-  };
+void Program::setShortcut(const std::string& field, const char* key) {
   click(named("text", field));
-  if (!says("Press Shortcut")) return false;
-  desktop().strike(key);
-  return says("Set Shortcut");
+  if (says(field, "Press Shortcut")) desktop().strike(key);
+  if (!says(field, "Set Shortcut")) throw std::runtime_error(field + " takes no shortcut");
+}
+
+void Program::saveSettings() {
+  click("Save");
+  if (!loses("dialog", "Settings")) throw std::runtime_error("the sheet does not go");
 }
 
 }  // namespace tapeloop::support

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -49,10 +48,12 @@ class TestDesktop {
   [[nodiscard]] XServer& server() { return server_; }
   [[nodiscard]] const XPoster& user() const { return user_; }
   /// The user types Control+Alt with this key.
-  void strike(const char* key) const;
+  void strike(const char* key) const { user_.strike({"Control_L", "Alt_L", key}); }
 
   /// The managed windows of this title that are on the screen, the oldest first.
   [[nodiscard]] std::vector<ClientWindow> windows(const std::string& title) const;
+  /// The oldest of them; waits for it, and throws at the limit.
+  [[nodiscard]] ClientWindow window(const std::string& title = "Tapeloop") const;
   /// Waits until there are `count` of them.
   [[nodiscard]] bool waitForWindows(const std::string& title, std::size_t count) const;
   /// Waits until the one with this index has the input focus.
@@ -71,10 +72,7 @@ class TestDesktop {
   void moveNewest(const std::string& title, int x, int y) const;
 
  private:
-  void askAboutNewest(const std::string& title, const char* what,
-                      const std::array<std::uint32_t, 5>& data) const;
   [[nodiscard]] std::vector<xcb_window_t> managed(const std::string& title) const;
-  [[nodiscard]] std::string titleOf(xcb_window_t window) const;
 
   XServer server_;
   ChildProcess windowManager_;
@@ -87,7 +85,7 @@ void store(const std::filesystem::path& dataFolder,
            const std::vector<std::pair<std::string, DefaultsValue>>& values);
 
 /// An application on the desktop, with a data folder of its own. Its lines are what it writes to
-/// standard output and standard error.
+/// standard output and standard error. What can't be done throws.
 class Application {
  public:
   Application(TestDesktop& desktop, const std::vector<std::string>& command,
@@ -100,14 +98,20 @@ class Application {
   }
   [[nodiscard]] std::optional<int> exitCode() { return process_.wait(generousLimit); }
 
-  /// What is on the screen with this name, as a screen reader finds it; waits for it, and throws at
-  /// the limit.
+  /// What is on the screen with this name, as a screen reader finds it; waits for it.
   [[nodiscard]] Element named(const std::string& role, const std::string& name);
   /// Waits until nothing of this name is on the screen.
   [[nodiscard]] bool loses(const std::string& role, const std::string& name);
+  /// Waits until the keyboard acts on what has this name.
+  [[nodiscard]] bool focuses(const std::string& name);
+  /// Waits until this has come into view, "alert: Saved" for example, since the first call of
+  /// AccessibilityBus::shown().
+  [[nodiscard]] static bool hasShown(const std::string& element);
   /// What is to be read and acted on, from the program as a whole down.
   [[nodiscard]] Element accessible();
 
+  /// Presses a button without pointer and keyboard.
+  void press(const std::string& button);
   /// Moves the pointer into the middle of an element.
   void point(const Element& element);
   /// And clicks there.
@@ -118,6 +122,8 @@ class Application {
   [[nodiscard]] TestDesktop& desktop() { return desktop_; }
 
  private:
+  [[nodiscard]] std::optional<Element> find(const std::string& role, const std::string& name);
+
   TestDesktop& desktop_;
   TemporaryFolder folder_;
   ChildProcess process_;
@@ -135,16 +141,38 @@ class Program : public Application {
   /// Waits until an event is captured whose line of the trace begins like this: "keyUp", for
   /// example.
   [[nodiscard]] bool captures(const std::string& what);
+  /// How many of these have been captured by now, or of all.
+  [[nodiscard]] std::size_t captureCount(const std::string& what = {});
   /// What it said on standard error, one sentence each, in order.
   [[nodiscard]] std::vector<std::string> complaints();
+  /// Dismisses the alert that comes; what it says.
+  [[nodiscard]] std::string dismissAlert();
+  /// Presses the button of its window, and waits for the end.
+  [[nodiscard]] std::optional<int> close();
+
   /// The record button, whatever it reads.
   [[nodiscard]] Element recordButton();
+  void startCapture() { pressRecord("Recording: true"); }
+  void stopCapture() { pressRecord("Recording: false"); }
+  /// Records a click that is aimed at nothing.
+  void recordClick();
+  /// Presses the button for it, and waits for the row.
+  void saveRecording();
+
   /// Opens the settings by their button and waits until the sheet has slid to its place.
-  [[nodiscard]] bool openSettings();
-  /// Records a click that is aimed at nothing, by the names of the buttons alone.
-  [[nodiscard]] bool recordsAClick();
-  /// Types Control+Alt with this key for a field of the settings. False when it is not taken.
-  [[nodiscard]] bool setShortcut(const std::string& field, const char* key);
+  void openSettings();
+  /// Waits until a field of the settings says this of itself.
+  [[nodiscard]] bool says(const std::string& field, const std::string& what);
+  /// Types Control+Alt with this key for a field.
+  void setShortcut(const std::string& field, const char* key);
+  void saveSettings();
+  /// Qt tells the accessibility bus of no item that it is disabled.
+  [[nodiscard]] static bool isOn(const Element& element) {
+    return element.description() != "Unavailable";
+  }
+
+ private:
+  void pressRecord(const char* line);
 };
 
 }  // namespace tapeloop::support
