@@ -101,7 +101,7 @@ struct Input {
         ownWindows(connection),
         grabs(connection, keyboard),
         monitor(connection, keyboard, screens, ownWindows, raw, grabs, doubleClick),
-        synthesis(connection, keyboard, screens, postedKeys, grabs),
+        synthesis(connection, keyboard, keyboardState, screens, postedKeys, grabs),
         hotKeys(connection, keyboard, keyboardState, raw, postedKeys, grabs),
         layouts(keyboard, keyboardState),
         permission(connection) {}

@@ -37,10 +37,13 @@ ContentView::ContentView(const Desktop& desktop, Settings& settings)
       hotKeysController_(desktop.hotKeys),
       hotKey_(HotKey::create(hotKeysController_, KeyCombo(Key::escape, 0))),
       keyboardShortcuts_(desktop.hotKeys, desktop.defaults, desktop.notifications) {
-  // Other applications need the key: it is kept from them only while it has something to stop.
-  hotKey_->setTakesKey(false);
-  playing_ = captureState_.isPlaying.subscribe(
-      [this] { hotKey_->setTakesKey(captureState_.isPlaying.get()); });
+  // Other applications need the key: it is kept from them only while it has something to stop, and
+  // stops that even where another program has the key to itself.
+  hotKey_->setClaim(HotKeyClaim::observe);
+  playing_ = captureState_.isPlaying.subscribe([this] {
+    hotKey_->setClaim(captureState_.isPlaying.get() ? HotKeyClaim::takeIfFree
+                                                    : HotKeyClaim::observe);
+  });
   playbackState_.loadedRecording.uniqueID = Uuid::random();
 }
 

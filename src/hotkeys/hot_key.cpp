@@ -46,8 +46,8 @@ void HotKey::setIsPaused(bool paused) {
   }
 }
 
-void HotKey::setTakesKey(bool takes) {
-  takesKey_ = takes;
+void HotKey::setClaim(HotKeyClaim claim) {
+  claim_ = claim;
   renewClaim();
 }
 
@@ -56,7 +56,7 @@ void HotKey::renewClaim() {
 }
 
 HotKeyClaim HotKey::claim() const {
-  return takesKey_ && (keyDownHandler_ || keyUpHandler_) ? HotKeyClaim::take : HotKeyClaim::observe;
+  return keyDownHandler_ || keyUpHandler_ ? claim_ : HotKeyClaim::observe;
 }
 
 }  // namespace tapeloop

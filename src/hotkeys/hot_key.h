@@ -37,9 +37,8 @@ class HotKey : public std::enable_shared_from_this<HotKey> {
   /// While paused it is not registered.
   void setIsPaused(bool paused);
 
-  /// Whether the application that has the focus is kept from seeing the key, which it is from the
-  /// start. A hotkey without a handler takes nothing from anyone in any case.
-  void setTakesKey(bool takes);
+  /// `take` from the start. A hotkey without a handler takes nothing from anyone in any case.
+  void setClaim(HotKeyClaim claim);
   [[nodiscard]] HotKeyClaim claim() const;
 
  private:
@@ -52,7 +51,7 @@ class HotKey : public std::enable_shared_from_this<HotKey> {
   Handler keyDownHandler_;
   Handler keyUpHandler_;
   bool isPaused_ = false;
-  bool takesKey_ = true;
+  HotKeyClaim claim_ = HotKeyClaim::take;
 };
 
 }  // namespace tapeloop

@@ -5,6 +5,7 @@
 #include <limits>
 #include <locale>
 #include <stdexcept>
+#include <utility>
 
 #include "hotkeys/hotkey_modifiers.h"
 
@@ -105,21 +106,19 @@ std::string displayText(const Shortcut& shortcut, KeyboardLayouts& layouts) {
          (character ? upperCase(*character) : std::string(unknownCharacter));
 }
 
-std::vector<Shortcut> systemShortcuts(HotKeyService& service) {
-  std::vector<Shortcut> shortcuts;
-  const auto hotKeys = service.CopySymbolicHotKeys();
-  if (!hotKeys) return shortcuts;
-  for (const auto& each : *hotKeys) {
-    if (each.enabled != true || !each.code || !each.modifiers) continue;
-    const auto flags = modifierFlags(static_cast<std::uint64_t>(*each.modifiers));
-    shortcuts.push_back({*each.code, modifierBits(flags)});
-  }
-  return shortcuts;
-}
-
 bool isSystemShortcut(const Shortcut& shortcut, HotKeyService& service) {
-  const auto taken = systemShortcuts(service);
-  return std::find(taken.begin(), taken.end(), shortcut) != taken.end();
+  const auto& [keyCode, modifiers] = shortcut;
+  if (!std::in_range<std::uint32_t>(keyCode) || !std::in_range<std::uint32_t>(modifiers)) {
+    return false;
+  }
+  const auto hotKeys = service.CopySymbolicHotKeys(static_cast<std::uint32_t>(keyCode),
+                                                   static_cast<std::uint32_t>(modifiers));
+  if (!hotKeys) return false;
+  return std::any_of(hotKeys->begin(), hotKeys->end(), [&](const SymbolicHotKey& each) {
+    if (each.enabled != true || !each.code || !each.modifiers) return false;
+    const auto flags = modifierFlags(static_cast<std::uint64_t>(*each.modifiers));
+    return Shortcut{*each.code, modifierBits(flags)} == shortcut;
+  });
 }
 
 const MenuItem* menuItemOwning(const Shortcut& shortcut, const Menu& menu,

@@ -5,7 +5,6 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "platform/hotkey_service.h"
 #include "platform/input_event.h"
@@ -30,8 +29,7 @@ struct Shortcut {
                                                      KeyboardLayouts& layouts);
 [[nodiscard]] std::string displayText(const Shortcut& shortcut, KeyboardLayouts& layouts);
 
-/// The combinations that the desktop and other programs have taken.
-[[nodiscard]] std::vector<Shortcut> systemShortcuts(HotKeyService& service);
+/// Whether the desktop or another program has taken the combination.
 [[nodiscard]] bool isSystemShortcut(const Shortcut& shortcut, HotKeyService& service);
 /// The first item, depth first, that the shortcut would choose. Lives as long as the menu.
 [[nodiscard]] const MenuItem* menuItemOwning(const Shortcut& shortcut, const Menu& menu,

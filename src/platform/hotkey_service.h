@@ -12,8 +12,7 @@ using OSStatus = std::int32_t;
 inline constexpr OSStatus noErr = 0;
 inline constexpr OSStatus eventNotHandledErr = -9874;
 inline constexpr OSStatus eventParameterNotFoundErr = -9870;
-inline constexpr OSStatus eventHotKeyExistsErr = -9878;   ///< Another program has the combination.
-inline constexpr OSStatus eventHotKeyInvalidErr = -9879;  ///< The keyboard has no such combination.
+inline constexpr OSStatus eventHotKeyInvalidErr = -9879;  ///< There is no such target or hotkey.
 
 /// The text's first character lands in the high byte.
 constexpr std::uint32_t fourCharCode(const char (&text)[5]) {
@@ -57,10 +56,12 @@ struct HotKeyEvent {
   std::optional<EventHotKeyID> directObject;
 };
 
-/// What becomes of the key press for the application that has the focus.
+/// What becomes of the key press for the application that has the focus. It sees modifiers in any
+/// case.
 enum class HotKeyClaim : std::uint8_t {
-  observe,  ///< It gets the key as if there were no hotkey.
-  take,     ///< It sees nothing of the key. Modifiers are seen in any case.
+  observe,     ///< It gets the key as if there were no hotkey.
+  take,        ///< It sees nothing of the key. The hotkey is dead while another program takes it.
+  takeIfFree,  ///< The same, but the hotkey acts even then, and the other program sees the key.
 };
 
 /// One of the combinations that the desktop or another program has taken, as far as its entry could
@@ -73,7 +74,11 @@ struct SymbolicHotKey {
 
 /// Combinations of keys that act whichever application has the focus. A hotkey is pressed when its
 /// key goes down while exactly its modifiers are held, locks aside, and released when the key and
-/// all of its modifiers are up. Keys that this program posts press none. Main thread only.
+/// all of its modifiers are up. Its key is the place on the keyboard; that of Escape is also every
+/// key that writes Escape in the layout in force. Keys that this program posts press none.
+///
+/// Another program may have a combination to itself. Whether it still does is tried again whenever
+/// any claim or the keyboard changes. Main thread only.
 class HotKeyService {
  public:
   /// Returns `noErr` if it consumed the event; otherwise the handler that was installed before it
@@ -83,16 +88,15 @@ class HotKeyService {
   virtual ~HotKeyService() = default;
 
   [[nodiscard]] virtual std::optional<EventTargetRef> GetEventDispatcherTarget() = 0;
-  /// `modifiers` are modifier bits, `options` is 0. On success `hotKey` names the registration.
-  /// `eventHotKeyExistsErr` if the key is to be taken and another program has it already; one that
-  /// is only to be observed is never refused for that. A key that is down already does not count.
+  /// `modifiers` are modifier bits, `options` is 0. On success `hotKey` names the registration,
+  /// whether or not another program has the combination. A key that is down already does not count.
   virtual OSStatus RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers,
                                        EventHotKeyID id, EventTargetRef target,
                                        std::uint32_t options, HotKeyClaim claim,
                                        std::optional<EventHotKeyRef>& hotKey) = 0;
   /// A hotkey that is down is forgotten without a release.
   virtual OSStatus UnregisterEventHotKey(EventHotKeyRef hotKey) = 0;
-  /// A key that can't be taken any more because another program has it is observed.
+  /// To set the claim that it has is a change too.
   virtual void setClaim(EventHotKeyRef hotKey, HotKeyClaim claim) = 0;
 
   /// Hands out every press and release that was made until now, which otherwise may lag behind what
@@ -113,8 +117,10 @@ class HotKeyService {
   }
   [[nodiscard]] static std::uint32_t GetEventKind(const HotKeyEvent& event) { return event.kind; }
 
-  /// Asks the desktop anew. Nothing if it can't be asked.
-  [[nodiscard]] virtual std::optional<std::vector<SymbolicHotKey>> CopySymbolicHotKeys() = 0;
+  /// Those that are about this combination, asked of the desktop anew. `modifiers` are modifier
+  /// bits. Nothing if it can't be asked.
+  [[nodiscard]] virtual std::optional<std::vector<SymbolicHotKey>> CopySymbolicHotKeys(
+      std::uint32_t keyCode, std::uint32_t modifiers) = 0;
 };
 
 }  // namespace tapeloop

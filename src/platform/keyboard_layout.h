@@ -37,8 +37,9 @@ class InputSource {
 class KeyboardLayouts {
  public:
   virtual ~KeyboardLayouts() = default;
-  /// The layout in force, or where that one writes no Latin letters the first one that does. Null
-  /// if there is none.
+  /// The layout that writes the most of the letters a to z, the one in force if none writes more;
+  /// where none writes any, that of an ANSI keyboard, which names the places of the keys. Null if
+  /// there is none.
   [[nodiscard]] virtual std::shared_ptr<const InputSource>
   TISCopyCurrentASCIICapableKeyboardLayoutInputSource() = 0;
   [[nodiscard]] virtual std::uint8_t LMGetKbdType() const = 0;

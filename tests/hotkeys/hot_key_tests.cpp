@@ -67,10 +67,10 @@ TEST_F(HotKeyTest, AKeyIsTakenFromOthersOnlyWhileSomebodyActsOnIt) {
   EXPECT_TRUE(service.press(escape));
   hotKey->setKeyDownHandler([this] { ++pressed; });
   EXPECT_FALSE(service.press(escape));
-  hotKey->setTakesKey(false);
+  hotKey->setClaim(HotKeyClaim::observe);
   EXPECT_TRUE(service.press(escape));
   EXPECT_EQ(pressed, 2);
-  hotKey->setTakesKey(true);
+  hotKey->setClaim(HotKeyClaim::take);
   hotKey->setIsPaused(true);
   EXPECT_TRUE(service.press(escape));
   hotKey->setIsPaused(false);
@@ -118,7 +118,7 @@ TEST_F(HotKeyTest, OneThatOutlivesItsRegistryIsReleasedAndDoesNothing) {
   EXPECT_TRUE(service.press(escape));
   EXPECT_EQ(pressed, 0);
   paused->setIsPaused(false);
-  hotKey->setTakesKey(false);
+  hotKey->setClaim(HotKeyClaim::observe);
   hotKey.reset();
   EXPECT_TRUE(service.registrations.empty());
 }

@@ -145,15 +145,21 @@ TEST_F(ShortcutTest, TextsComeFromTheTableTheLayoutOrAreUnknown) {
   EXPECT_EQ(displayText({41, 0}, layouts), "�");
 }
 
-TEST_F(ShortcutTest, OfTheSystemAreThoseEntriesThatAreWholeAndEnabled) {
-  desktop.hotKeys.symbolic = {{true, 48, 0x100 | 0x10000},
-                              {false, 1, 0x100},
-                              {std::nullopt, 2, 0x100},
-                              {true, std::nullopt, 0x100},
-                              {true, 3, std::nullopt}};
-  EXPECT_THAT(systemShortcuts(desktop.hotKeys), ::testing::ElementsAre(Shortcut{48, 0x100}));
+TEST_F(ShortcutTest, OfTheSystemAreThoseWhoseEntriesAreWholeAndEnabled) {
+  const Shortcut tab{48, cmdKey};
+  for (const SymbolicHotKey& each : {SymbolicHotKey{false, 48, cmdKey},
+                                     {std::nullopt, 48, cmdKey},
+                                     {true, std::nullopt, cmdKey},
+                                     {true, 48, std::nullopt},
+                                     {true, 49, cmdKey}}) {
+    desktop.hotKeys.symbolic = {each};
+    EXPECT_FALSE(isSystemShortcut(tab, desktop.hotKeys));
+  }
+  desktop.hotKeys.symbolic = {{true, 48, cmdKey | 0x10000}};
+  EXPECT_TRUE(isSystemShortcut(tab, desktop.hotKeys)) << "bits that are no modifiers do not count";
+  EXPECT_FALSE(isSystemShortcut({48 + (std::int64_t{1} << 32), cmdKey}, desktop.hotKeys));
   desktop.hotKeys.symbolic.reset();
-  EXPECT_THAT(systemShortcuts(desktop.hotKeys), ::testing::IsEmpty());
+  EXPECT_FALSE(isSystemShortcut(tab, desktop.hotKeys));
 }
 
 TEST_F(ShortcutTest, TheFirstMenuItemInDepthFirstOrderOwnsOne) {

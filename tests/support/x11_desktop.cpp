@@ -58,7 +58,7 @@ struct X11Desktop::Services {
   x11::KeyGrabs grabs{*connection, keyboard};
   x11::X11InputMonitor monitor{*connection, keyboard, screens,           ownWindows,
                                raw,         grabs,    x11::DoubleClick{}};
-  x11::X11EventSynthesis synthesis{*connection, keyboard, screens, postedKeys, grabs};
+  x11::X11EventSynthesis synthesis{*connection, keyboard, keyboardState, screens, postedKeys, grabs};
   x11::X11HotKeyService hotKeys{*connection, keyboard, keyboardState, raw, postedKeys, grabs};
   x11::X11KeyboardLayouts layouts{keyboard, keyboardState};
   NotificationCenter notifications;

@@ -55,8 +55,10 @@ void XServer::resize(int width, int height) {
   run(command);
 }
 
-void XServer::setKeyboardLayout(const std::string& layout) const {
-  run({"setxkbmap", "-layout", layout});
+void XServer::setKeyboardLayout(const std::string& layout, const std::string& option,
+                                const std::string& variant) const {
+  // An empty option first: setxkbmap adds to those that are in force.
+  run({"setxkbmap", "-layout", layout, "-variant", variant, "-option", "", "-option", option});
 }
 
 void XServer::run(const std::vector<std::string>& command) const {

@@ -41,8 +41,9 @@ class XServer {
   void setMonitors(const std::vector<XMonitor>& monitors);
   /// Another size of the whole screen, within the first one, with all outputs and monitors gone.
   void resize(int width, int height);
-  /// For example "de", or "us,de" for two groups.
-  void setKeyboardLayout(const std::string& layout) const;
+  /// For example "de", or "us,de" for two groups. Options as setxkbmap takes them.
+  void setKeyboardLayout(const std::string& layout, const std::string& option = {},
+                         const std::string& variant = {}) const;
   /// Takes the server away from under its clients. Returns when it is gone.
   void kill(int signal = SIGTERM);
 

@@ -10,7 +10,7 @@ OSStatus ScriptedHotKeyService::RegisterEventHotKey(std::uint32_t keyCode, std::
                                                     std::optional<EventHotKeyRef>& hotKey) {
   hotKey.reset();
   const Combination combination{keyCode, modifiers};
-  if (claim == HotKeyClaim::take && taken.count(combination) > 0) return eventHotKeyExistsErr;
+  if (claim == HotKeyClaim::take && taken.count(combination) > 0) return eventHotKeyInvalidErr;
   hotKey = EventHotKeyRef{++latestRef_};
   registrations.push_back({*hotKey, combination, id, claim});
   return noErr;

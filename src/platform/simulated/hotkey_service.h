@@ -32,7 +32,10 @@ class ScriptedHotKeyService final : public HotKeyService {
                                std::span<const EventTypeSpec> types,
                                std::optional<EventHandlerRef>& installed) override;
   OSStatus RemoveEventHandler(EventHandlerRef handler) override;
-  std::optional<std::vector<SymbolicHotKey>> CopySymbolicHotKeys() override { return symbolic; }
+  std::optional<std::vector<SymbolicHotKey>> CopySymbolicHotKeys(std::uint32_t,
+                                                                 std::uint32_t) override {
+    return symbolic;
+  }
 
   // What the user does with a combination. True if the focused application sees the key too.
   bool press(Combination combination);

@@ -6,6 +6,8 @@
 
 #include <xcb/xcb.h>
 
+#include "platform/input_event.h"
+
 namespace tapeloop::x11 {
 namespace {
 
@@ -44,14 +46,15 @@ class X11EventSynthesis::Session final : public PostingSession {
 };
 
 X11EventSynthesis::X11EventSynthesis(Connection& connection, const KeyboardMap& keyboard,
-                                     const X11Screens& screens, PostedKeys& posted, KeyGrabs& grabs)
+                                     KeyboardState& state, const X11Screens& screens,
+                                     PostedKeys& posted, KeyGrabs& grabs)
     : connection_(connection),
       keyboard_(keyboard),
+      state_(state),
       screens_(screens),
       grabs_(grabs),
       devices_(connection, posted),
-      pointer_(connection),
-      locked_(connection, keyboard) {}
+      pointer_(connection) {}
 
 X11EventSynthesis::~X11EventSynthesis() {
   if (const auto session = session_.lock()) {
@@ -134,8 +137,15 @@ void X11EventSynthesis::postKey(const SyntheticEvent& event) {
   // The keyboard may have changed since the event was made.
   const auto keycode = keyboard_.keycodeOf(event.keyCode);
   if (!keycode) return;
-  locked_.apply(event.flags);
-  grabs_.letThrough(*keycode, keyboard_.realModifiersOf(event.flags));
+  const std::uint8_t modifiers = keyboard_.realModifiersOf(event.flags);
+  // Modifiers that no flag stands for stay as they are, but for Num Lock where it decides what the
+  // key does.
+  const std::uint8_t numLock =
+      keyboard_.dependsOnNumLock(*keycode) ? keyboard_.numLockModifier() : std::uint8_t{0};
+  const bool isKeypadKey = event.keyCode != keyCodeWithoutPlace(*keycode);
+  state_.lockForPosting(keyboard_.realModifiersOf(modifier_flag::all) | numLock,
+                        isKeypadKey ? modifiers | numLock : modifiers);
+  grabs_.letThrough(*keycode, modifiers);
   if (event.type == EventType::keyUp) {
     devices_.releaseKey(*keycode);
   } else {
@@ -145,7 +155,7 @@ void X11EventSynthesis::postKey(const SyntheticEvent& event) {
     devices_.pressKey(*keycode);
   }
   grabs_.closeAgain();
-  locked_.restore();
+  state_.unlockAfterPosting();
 }
 
 void X11EventSynthesis::postScroll(const SyntheticEvent& event) {
@@ -176,7 +186,6 @@ std::shared_ptr<EventSynthesis::PostingSession> X11EventSynthesis::beginPosting(
   session_ = session;
   pixelsUp_ = 0;
   pixelsLeft_ = 0;
-  locked_.refresh();
   pointer_.watch(true);
   devices_.hold();
   xcb_flush(connection_.xcb());

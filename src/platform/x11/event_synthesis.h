@@ -6,7 +6,7 @@
 #include "platform/event_synthesis.h"
 #include "platform/x11/key_grabs.h"
 #include "platform/x11/keyboard_map.h"
-#include "platform/x11/locked_modifiers.h"
+#include "platform/x11/keyboard_state.h"
 #include "platform/x11/pointer_tracker.h"
 #include "platform/x11/posted_keys.h"
 #include "platform/x11/screens.h"
@@ -19,8 +19,8 @@ namespace tapeloop::x11 {
 class X11EventSynthesis final : public EventSynthesis {
  public:
   /// Releases what a run that was killed has left pressed. What is handed in outlives the service.
-  X11EventSynthesis(Connection& connection, const KeyboardMap& keyboard, const X11Screens& screens,
-                    PostedKeys& posted, KeyGrabs& grabs);
+  X11EventSynthesis(Connection& connection, const KeyboardMap& keyboard, KeyboardState& state,
+                    const X11Screens& screens, PostedKeys& posted, KeyGrabs& grabs);
   X11EventSynthesis(const X11EventSynthesis&) = delete;
   X11EventSynthesis& operator=(const X11EventSynthesis&) = delete;
   /// Ends all sessions.
@@ -51,11 +51,11 @@ class X11EventSynthesis final : public EventSynthesis {
 
   Connection& connection_;
   const KeyboardMap& keyboard_;
+  KeyboardState& state_;
   const X11Screens& screens_;
   KeyGrabs& grabs_;
   TestDevices devices_;
   PointerTracker pointer_;
-  LockedModifiers locked_;
   std::weak_ptr<Session> session_;
   // Pixels that have not made up a notch yet.
   std::int64_t pixelsUp_ = 0;

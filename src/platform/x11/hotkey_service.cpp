@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <utility>
 
 #include <xcb/xcb.h>
@@ -13,7 +14,7 @@ namespace tapeloop::x11 {
 namespace {
 
 constexpr EventTargetRef dispatcherTarget{1};
-constexpr std::uint16_t firstKeyCodeWithoutPlace = 0x80;
+constexpr std::uint32_t escapeKeyCode = 53;
 
 struct Modifier {
   std::uint32_t bit;
@@ -34,9 +35,8 @@ X11HotKeyService::X11HotKeyService(Connection& connection, KeyboardMap& keyboard
       state_(state),
       posted_(posted),
       grabs_(grabs),
-      locks_(keyboard.lockModifiers()),
       keys_(input.onKey([this](const RawEvent& event) {
-        if (posted_.isPosted(event)) return;
+        if (posted_.isPosted(event.sequence, event.detail)) return;
         if (event.type == XCB_INPUT_RAW_KEY_PRESS) {
           keyWentDown(event.detail);
         } else {
@@ -45,6 +45,7 @@ X11HotKeyService::X11HotKeyService(Connection& connection, KeyboardMap& keyboard
       })),
       modifiers_(state.onModifiers([this] { releaseThoseThatAreUp(); })),
       keyboardChanged_(keyboard.onChange([this] { followKeyboard(); })),
+      layoutChanged_(state.onGroup([this] { followKeyboard(); })),
       events_(connection.onEvent([this](const xcb_generic_event_t& event) { handle(event); })),
       beforeWait_(connection.runLoop().addBeforeWait([this] {
         if (happenings_.empty()) return false;
@@ -53,27 +54,33 @@ X11HotKeyService::X11HotKeyService(Connection& connection, KeyboardMap& keyboard
       })) {}
 
 X11HotKeyService::~X11HotKeyService() {
-  grabs_.releaseAll();
+  grabs_.keep({});
 }
 
 std::optional<EventTargetRef> X11HotKeyService::GetEventDispatcherTarget() {
   return dispatcherTarget;
 }
 
-std::optional<KeyCombination> X11HotKeyService::combinationOf(std::uint32_t keyCode,
-                                                              std::uint32_t modifiers) const {
-  if (keyCode > 0xffff) return std::nullopt;
-  const auto keycode = keyboard_.keycodeOf(static_cast<std::uint16_t>(keyCode));
-  if (!keycode) return std::nullopt;
-  KeyCombination combination{*keycode, 0};
+std::vector<KeyCombination> X11HotKeyService::combinationsOf(std::uint32_t keyCode,
+                                                             std::uint32_t modifiers) const {
+  if (keyCode > std::numeric_limits<std::uint16_t>::max()) return {};
+  std::uint8_t realModifiers = 0;
   for (const auto& [bit, flag] : modifiersOfHotKeys) {
     if ((modifiers & bit) == 0) continue;
     const std::uint8_t real = keyboard_.realModifiersOf(flag);
     // Without the modifier it would be another combination.
-    if (real == 0) return std::nullopt;
-    combination.modifiers |= real;
+    if (real == 0) return {};
+    realModifiers |= real;
   }
-  return combination;
+  std::vector<KeyCombination> combinations;
+  const auto place = keyboard_.keycodeOf(static_cast<std::uint16_t>(keyCode));
+  if (place) combinations.push_back({*place, realModifiers});
+  if (keyCode == escapeKeyCode) {
+    for (const std::uint8_t keycode : keyboard_.keycodesWritingEscape(state_.group())) {
+      if (keycode != place) combinations.push_back({keycode, realModifiers});
+    }
+  }
+  return combinations;
 }
 
 OSStatus X11HotKeyService::RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers,
@@ -83,30 +90,25 @@ OSStatus X11HotKeyService::RegisterEventHotKey(std::uint32_t keyCode, std::uint3
   hotKey.reset();
   if (target != dispatcherTarget) return eventHotKeyInvalidErr;
   connection_.catchUp();
-  const auto combination = combinationOf(keyCode, modifiers);
-  if (combination && claim == HotKeyClaim::take && !grab(*combination)) {
-    return eventHotKeyExistsErr;
-  }
   hotKey = EventHotKeyRef{++latestRef_};
-  hotKeys_.push_back({*hotKey, keyCode, modifiers, id, claim, combination});
+  hotKeys_.push_back({*hotKey, keyCode, modifiers, id, claim, combinationsOf(keyCode, modifiers)});
+  renewGrabs();
   return noErr;
 }
 
 OSStatus X11HotKeyService::UnregisterEventHotKey(EventHotKeyRef hotKey) {
   const auto found = find(hotKey);
   if (found == hotKeys_.end()) return eventHotKeyInvalidErr;
-  const auto combination = found->combination;
   hotKeys_.erase(found);
-  if (combination) releaseUnused(*combination);
+  renewGrabs();
   return noErr;
 }
 
 void X11HotKeyService::setClaim(EventHotKeyRef hotKey, HotKeyClaim claim) {
   const auto found = find(hotKey);
-  if (found == hotKeys_.end() || found->claim == claim) return;
-  if (found->combination && claim == HotKeyClaim::take && !grab(*found->combination)) return;
+  if (found == hotKeys_.end()) return;
   found->claim = claim;
-  if (found->combination && claim == HotKeyClaim::observe) releaseUnused(*found->combination);
+  renewGrabs();
 }
 
 OSStatus X11HotKeyService::InstallEventHandler(EventTargetRef target, EventHandler handler,
@@ -126,31 +128,15 @@ OSStatus X11HotKeyService::RemoveEventHandler(EventHandlerRef handler) {
   return noErr;
 }
 
-std::optional<std::vector<SymbolicHotKey>> X11HotKeyService::CopySymbolicHotKeys() {
+std::optional<std::vector<SymbolicHotKey>> X11HotKeyService::CopySymbolicHotKeys(
+    std::uint32_t keyCode, std::uint32_t modifiers) {
+  const auto combinations = combinationsOf(keyCode, modifiers);
+  const bool isTaken = std::any_of(combinations.begin(), combinations.end(),
+                                   [this](auto each) { return grabs_.isTaken(each); });
   if (connection_.isLost()) return std::nullopt;
-  std::vector<SymbolicHotKey> candidates;
-  std::vector<KeyCombination> combinations;
-  for (std::uint16_t keyCode = 0; keyCode < firstKeyCodeWithoutPlace; ++keyCode) {
-    const auto keycode = keyboard_.keycodeOf(keyCode);
-    if (!keycode || keyboard_.isModifierKey(*keycode)) continue;
-    for (unsigned set = 0; set < 1U << modifiersOfHotKeys.size(); ++set) {
-      std::uint32_t modifiers = 0;
-      for (std::size_t i = 0; i < modifiersOfHotKeys.size(); ++i) {
-        if (set >> i & 1U) modifiers |= modifiersOfHotKeys[i].bit;
-      }
-      const auto combination = combinationOf(keyCode, modifiers);
-      if (!combination) continue;
-      candidates.push_back({true, keyCode, modifiers});
-      combinations.push_back(*combination);
-    }
-  }
-  const auto taken = grabs_.areTaken(combinations);
-  if (connection_.isLost()) return std::nullopt;
-  std::vector<SymbolicHotKey> result;
-  for (std::size_t i = 0; i < candidates.size(); ++i) {
-    if (taken[i]) result.push_back(candidates[i]);
-  }
-  return result;
+  std::vector<SymbolicHotKey> hotKeys;
+  if (isTaken) hotKeys.push_back({true, keyCode, modifiers});
+  return hotKeys;
 }
 
 std::list<X11HotKeyService::HotKey>::iterator X11HotKeyService::find(EventHotKeyRef hotKey) {
@@ -158,40 +144,26 @@ std::list<X11HotKeyService::HotKey>::iterator X11HotKeyService::find(EventHotKey
                       [hotKey](const HotKey& each) { return each.ref == hotKey; });
 }
 
-bool X11HotKeyService::isTaken(KeyCombination combination) const {
-  return std::any_of(hotKeys_.begin(), hotKeys_.end(), [combination](const HotKey& each) {
-    return each.claim == HotKeyClaim::take && each.combination == combination;
-  });
+// What another program has is tried again each time.
+void X11HotKeyService::renewGrabs() {
+  std::vector<KeyCombination> wanted;
+  for (const auto& hotKey : hotKeys_) {
+    if (hotKey.claim == HotKeyClaim::observe) continue;
+    wanted.insert(wanted.end(), hotKey.combinations.begin(), hotKey.combinations.end());
+  }
+  grabs_.keep(wanted);
 }
 
-bool X11HotKeyService::grab(KeyCombination combination) {
-  return isTaken(combination) || grabs_.grab(combination);
-}
-
-void X11HotKeyService::releaseUnused(KeyCombination combination) {
-  if (!isTaken(combination)) grabs_.release(combination);
-}
-
-// The same places on the keyboard may have other numbers now, and the modifiers other bits. Mostly
-// nothing has changed: the server tells of a new map whenever another keyboard is used.
+// The same places on the keyboard may have other numbers now, the modifiers other bits, and other
+// keys may write Escape.
 void X11HotKeyService::followKeyboard() {
-  const std::uint8_t locks = std::exchange(locks_, keyboard_.lockModifiers());
-  const bool same =
-      locks == locks_ && std::all_of(hotKeys_.begin(), hotKeys_.end(), [this](const HotKey& each) {
-        return each.combination == combinationOf(each.keyCode, each.modifiers);
-      });
-  if (same) return;
-  grabs_.releaseAll();
   for (auto& hotKey : hotKeys_) {
-    hotKey.combination.reset();
-    hotKey.isDown = false;
+    auto combinations = combinationsOf(hotKey.keyCode, hotKey.modifiers);
+    if (combinations == hotKey.combinations) continue;
+    hotKey.combinations = std::move(combinations);
+    hotKey.down.reset();
   }
-  for (auto& hotKey : hotKeys_) {
-    const auto combination = combinationOf(hotKey.keyCode, hotKey.modifiers);
-    // What another program has by now is observed until the next change.
-    if (combination && hotKey.claim == HotKeyClaim::take) (void)grab(*combination);
-    hotKey.combination = combination;
-  }
+  renewGrabs();
 }
 
 // While a key of ours is down the server sends every key here, and no raw events of them.
@@ -199,6 +171,7 @@ void X11HotKeyService::handle(const xcb_generic_event_t& event) {
   const auto type = event.response_type & 0x7f;
   if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) return;
   const auto keycode = reinterpret_cast<const xcb_key_press_event_t&>(event).detail;
+  if (posted_.isPosted(event.full_sequence, keycode)) return;
   if (type == XCB_KEY_RELEASE) {
     keyWentUp(keycode);
   } else if (!keysDown_[keycode]) {
@@ -211,8 +184,11 @@ void X11HotKeyService::keyWentDown(std::uint8_t keycode) {
   const KeyCombination pressed{
       keycode, static_cast<std::uint8_t>(state_.modifiers() & ~keyboard_.lockModifiers())};
   for (auto& hotKey : hotKeys_) {
-    if (hotKey.combination != pressed) continue;
-    hotKey.isDown = true;
+    const auto& combinations = hotKey.combinations;
+    if (std::find(combinations.begin(), combinations.end(), pressed) == combinations.end())
+      continue;
+    if (hotKey.claim == HotKeyClaim::take && !grabs_.has(pressed)) continue;
+    hotKey.down = pressed;
     hotKey.keyIsUp = false;
     happenings_.push_back({hotKey.ref, kEventHotKeyPressed});
   }
@@ -221,16 +197,16 @@ void X11HotKeyService::keyWentDown(std::uint8_t keycode) {
 void X11HotKeyService::keyWentUp(std::uint8_t keycode) {
   keysDown_.reset(keycode);
   for (auto& hotKey : hotKeys_) {
-    if (hotKey.isDown && hotKey.combination->keycode == keycode) hotKey.keyIsUp = true;
+    if (hotKey.down && hotKey.down->keycode == keycode) hotKey.keyIsUp = true;
   }
   releaseThoseThatAreUp();
 }
 
 void X11HotKeyService::releaseThoseThatAreUp() {
   for (auto& hotKey : hotKeys_) {
-    if (!hotKey.isDown || !hotKey.keyIsUp) continue;
-    if ((state_.heldModifiers() & hotKey.combination->modifiers) != 0) continue;
-    hotKey.isDown = false;
+    if (!hotKey.down || !hotKey.keyIsUp) continue;
+    if ((state_.heldModifiers() & hotKey.down->modifiers) != 0) continue;
+    hotKey.down.reset();
     happenings_.push_back({hotKey.ref, kEventHotKeyReleased});
   }
 }

@@ -5,6 +5,7 @@
 #include <deque>
 #include <functional>
 #include <list>
+#include <optional>
 #include <vector>
 
 #include "platform/hotkey_service.h"
@@ -39,7 +40,8 @@ class X11HotKeyService final : public HotKeyService {
                                std::span<const EventTypeSpec> types,
                                std::optional<EventHandlerRef>& installed) override;
   OSStatus RemoveEventHandler(EventHandlerRef handler) override;
-  [[nodiscard]] std::optional<std::vector<SymbolicHotKey>> CopySymbolicHotKeys() override;
+  [[nodiscard]] std::optional<std::vector<SymbolicHotKey>> CopySymbolicHotKeys(
+      std::uint32_t keyCode, std::uint32_t modifiers) override;
 
  private:
   struct HotKey {
@@ -48,8 +50,9 @@ class X11HotKeyService final : public HotKeyService {
     std::uint32_t modifiers;  // modifier bits
     EventHotKeyID id;
     HotKeyClaim claim;
-    std::optional<KeyCombination> combination;  // none: the keyboard has no such keys
-    bool isDown = false;
+    // One for each key that it has; none when the keyboard lacks the keys or a modifier.
+    std::vector<KeyCombination> combinations;
+    std::optional<KeyCombination> down = std::nullopt;
     bool keyIsUp = false;  // of one that is down: only modifiers are still held
   };
   struct Happening {
@@ -57,12 +60,10 @@ class X11HotKeyService final : public HotKeyService {
     std::uint32_t kind;
   };
 
-  [[nodiscard]] std::optional<KeyCombination> combinationOf(std::uint32_t keyCode,
-                                                            std::uint32_t modifiers) const;
+  [[nodiscard]] std::vector<KeyCombination> combinationsOf(std::uint32_t keyCode,
+                                                           std::uint32_t modifiers) const;
   [[nodiscard]] std::list<HotKey>::iterator find(EventHotKeyRef hotKey);
-  [[nodiscard]] bool isTaken(KeyCombination combination) const;
-  [[nodiscard]] bool grab(KeyCombination combination);
-  void releaseUnused(KeyCombination combination);
+  void renewGrabs();
   void followKeyboard();
 
   void handle(const xcb_generic_event_t& event);
@@ -77,7 +78,6 @@ class X11HotKeyService final : public HotKeyService {
   KeyboardState& state_;
   PostedKeys& posted_;
   KeyGrabs& grabs_;
-  std::uint8_t locks_;  // as of when the keys were grabbed
   std::list<HotKey> hotKeys_;
   std::uint64_t latestRef_ = 0;
   struct Handler {
@@ -90,6 +90,7 @@ class X11HotKeyService final : public HotKeyService {
   Subscription keys_;
   Subscription modifiers_;
   Subscription keyboardChanged_;
+  Subscription layoutChanged_;
   Subscription events_;
   Subscription beforeWait_;
 };

@@ -46,6 +46,7 @@ X11InputMonitor::X11InputMonitor(Connection& connection, const KeyboardMap& keyb
       input_(input),
       grabs_(grabs),
       clicks_(doubleClick),
+      keys_(keyboard),
       keyAims_(256, Aim::unknown) {
   events_ = connection_.onEvent([this](const xcb_generic_event_t& event) { handle(event); });
   drained_ = connection_.onDrained([this] {
@@ -83,6 +84,7 @@ bool X11InputMonitor::startStream() {
   pressAim_ = Aim::unknown;
   std::fill(keyAims_.begin(), keyAims_.end(), Aim::unknown);
   announcedKeys_.clear();
+  keys_.clear();
   raw_ = input_.onAny([this](const RawEvent& event) { hear(event); });
   sacrifice_ = RecordStream::start(connection_, [](const DeviceEvent&) {});
   stream_ = RecordStream::start(connection_, [this](const DeviceEvent& event) { receive(event); });
@@ -228,11 +230,15 @@ std::optional<InputEvent> X11InputMonitor::translate(const DeviceEvent& event, d
   result.modifierFlags = keyboard_.flagsOf(event.state);
   switch (event.type) {
     case XCB_KEY_PRESS:
-    case XCB_KEY_RELEASE:
-      if (keyboard_.isModifierKey(event.detail)) return std::nullopt;
-      result.type = event.type == XCB_KEY_PRESS ? EventType::keyDown : EventType::keyUp;
-      result.keyCode = keyboard_.keyCodeOf(event.detail);
+    case XCB_KEY_RELEASE: {
+      const bool isDown = event.type == XCB_KEY_PRESS;
+      const auto keyCode = isDown ? keys_.press(event.detail, event.state)
+                                  : keys_.release(event.detail, event.state);
+      if (!keyCode) return std::nullopt;
+      result.type = isDown ? EventType::keyDown : EventType::keyUp;
+      result.keyCode = *keyCode;
       return result;
+    }
     case XCB_MOTION_NOTIFY:
       // Drags with other buttons are no kind of event that anybody is told of.
       if (event.state & XCB_BUTTON_MASK_1) {

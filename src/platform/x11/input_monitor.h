@@ -12,6 +12,7 @@
 #include "platform/x11/own_windows.h"
 #include "platform/x11/raw_input.h"
 #include "platform/x11/record_stream.h"
+#include "platform/x11/recorded_keys.h"
 #include "platform/x11/screens.h"
 #include "platform/x11/server_time.h"
 
@@ -74,6 +75,7 @@ class X11InputMonitor final : public InputMonitor {
   const KeyGrabs& grabs_;
   ServerTime serverTime_;
   ClickCounter clicks_;
+  RecordedKeys keys_;
 
   std::vector<std::shared_ptr<Monitor>> monitors_;
   std::uint64_t latestToken_ = 0;

@@ -17,7 +17,7 @@ constexpr unsigned modifierSets = 256;
 }  // namespace
 
 KeyGrabs::KeyGrabs(Connection& connection, const KeyboardMap& keyboard)
-    : connection_(connection), keyboard_(keyboard) {
+    : connection_(connection), keyboard_(keyboard), locks_(keyboard.lockModifiers()) {
   if (connection_.extensions().xkb) {
     // A held key that is ours comes up once, not with every repeat.
     constexpr std::uint32_t flag = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
@@ -26,7 +26,6 @@ KeyGrabs::KeyGrabs(Connection& connection, const KeyboardMap& keyboard)
         xcb_xkb_per_client_flags(connection_.xcb(), XCB_XKB_ID_USE_CORE_KBD, flag, flag, 0, 0, 0)
             .sequence);
   }
-  events_ = connection_.onEvent([this](const xcb_generic_event_t& event) { handle(event); });
 }
 
 // A grab matches modifiers exactly, so every combination with locks is one of its own.
@@ -39,9 +38,26 @@ std::vector<std::uint8_t> KeyGrabs::withLocks(std::uint8_t modifiers) const {
   return sets;
 }
 
-bool KeyGrabs::grab(KeyCombination combination) {
+void KeyGrabs::keep(const std::vector<KeyCombination>& wanted) {
+  if (std::exchange(locks_, keyboard_.lockModifiers()) != locks_) {
+    xcb_ungrab_key(connection_.xcb(), XCB_GRAB_ANY, connection_.root(), XCB_MOD_MASK_ANY);
+    grabbed_.clear();
+  }
+  std::erase_if(grabbed_, [&](KeyCombination each) {
+    if (std::find(wanted.begin(), wanted.end(), each) != wanted.end()) return false;
+    request(each, false);
+    return true;
+  });
+  for (const KeyCombination each : wanted) {
+    if (!has(each) && grab(each)) grabbed_.push_back(each);
+  }
+  xcb_flush(connection_.xcb());
+}
+
+// Nothing is grabbed if another program has it with any of the locks.
+bool KeyGrabs::grab(KeyCombination combination) const {
   auto* xcb = connection_.xcb();
-  if (areTakenThroughExtension({combination}).front()) return false;
+  if (isTakenThroughExtension(combination)) return false;
   std::vector<xcb_void_cookie_t> grabs;
   for (const std::uint8_t modifiers : withLocks(combination.modifiers)) {
     grabs.push_back(xcb_grab_key_checked(xcb, 0, connection_.root(), modifiers, combination.keycode,
@@ -51,29 +67,17 @@ bool KeyGrabs::grab(KeyCombination combination) {
   for (const auto cookie : grabs) {
     if (own(xcb_request_check(xcb, cookie))) refused = true;
   }
-  if (refused) {
-    request(combination, false);
-    return false;
-  }
-  grabbed_.push_back(combination);
-  return true;
-}
-
-void KeyGrabs::release(KeyCombination combination) {
-  request(combination, false);
-  std::erase(grabbed_, combination);
-  xcb_flush(connection_.xcb());
-}
-
-void KeyGrabs::releaseAll() {
-  grabbed_.clear();
-  xcb_ungrab_key(connection_.xcb(), XCB_GRAB_ANY, connection_.root(), XCB_MOD_MASK_ANY);
-  xcb_flush(connection_.xcb());
+  if (refused) request(combination, false);
+  return !refused;
 }
 
 bool KeyGrabs::has(std::uint8_t keycode) const {
   return std::any_of(grabbed_.begin(), grabbed_.end(),
                      [keycode](KeyCombination each) { return each.keycode == keycode; });
+}
+
+bool KeyGrabs::has(KeyCombination combination) const {
+  return std::find(grabbed_.begin(), grabbed_.end(), combination) != grabbed_.end();
 }
 
 void KeyGrabs::request(KeyCombination combination, bool grab) const {
@@ -89,59 +93,42 @@ void KeyGrabs::request(KeyCombination combination, bool grab) const {
 }
 
 // The core protocol refuses what another core client has, and the input extension what another
-// client of its own has: neither knows of the other, and desktops use both. Each try is taken back
-// at once, so that no key is lost to it.
-std::vector<bool> KeyGrabs::areTaken(const std::vector<KeyCombination>& combinations) const {
+// client of its own has: neither knows of the other, and desktops use both. A try is taken back at
+// once, so that no key is lost to it.
+bool KeyGrabs::isTaken(KeyCombination combination) const {
   auto* xcb = connection_.xcb();
-  std::vector<xcb_void_cookie_t> tries;
-  for (const KeyCombination& each : combinations) {
-    tries.push_back(xcb_grab_key_checked(xcb, 0, connection_.root(), each.modifiers, each.keycode,
-                                         XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
-    if (!isOurs(each)) xcb_ungrab_key(xcb, each.keycode, connection_.root(), each.modifiers);
-  }
-  std::vector<bool> taken = areTakenThroughExtension(combinations);
-  for (std::size_t i = 0; i < tries.size(); ++i) {
-    if (own(xcb_request_check(xcb, tries[i]))) taken[i] = true;
-  }
-  return taken;
+  const auto& [keycode, modifiers] = combination;
+  const auto attempt = xcb_grab_key_checked(xcb, 0, connection_.root(), modifiers, keycode,
+                                            XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+  if (!has(combination)) xcb_ungrab_key(xcb, keycode, connection_.root(), modifiers);
+  return own(xcb_request_check(xcb, attempt)) || isTakenThroughExtension(combination);
 }
 
-std::vector<bool> KeyGrabs::areTakenThroughExtension(
-    const std::vector<KeyCombination>& combinations) const {
-  std::vector<bool> taken(combinations.size(), false);
-  if (!connection_.extensions().xinput) return taken;
+bool KeyGrabs::isTakenThroughExtension(KeyCombination combination) const {
+  if (!connection_.extensions().xinput) return false;
   auto* xcb = connection_.xcb();
+  const std::uint32_t set = combination.modifiers;
   // Some grab on every keyboard, some on the one that programs know.
-  for (const std::uint16_t device :
-       {std::uint16_t{XCB_INPUT_DEVICE_ALL_MASTER}, keyboard_.device()}) {
-    std::vector<xcb_input_xi_passive_grab_device_cookie_t> tries;
-    for (const auto& [keycode, modifiers] : combinations) {
-      const std::uint32_t set = modifiers;
-      tries.push_back(xcb_input_xi_passive_grab_device(
-          xcb, XCB_CURRENT_TIME, connection_.root(), XCB_CURSOR_NONE, keycode, device, 1, 0,
-          XCB_INPUT_GRAB_TYPE_KEYCODE, XCB_INPUT_GRAB_MODE_22_ASYNC, XCB_INPUT_GRAB_MODE_22_ASYNC,
-          XCB_INPUT_GRAB_OWNER_NO_OWNER, nullptr, &set));
-      xcb_input_xi_passive_ungrab_device(xcb, connection_.root(), keycode, device, 1,
-                                         XCB_INPUT_GRAB_TYPE_KEYCODE, &set);
-    }
-    for (std::size_t i = 0; i < tries.size(); ++i) {
-      const auto reply = own(xcb_input_xi_passive_grab_device_reply(xcb, tries[i], nullptr));
-      // What it lists are the sets of modifiers that were refused.
-      if (reply && reply->num_modifiers > 0) taken[i] = true;
-    }
-  }
-  return taken;
-}
-
-bool KeyGrabs::isOurs(KeyCombination combination) const {
-  return std::find(grabbed_.begin(), grabbed_.end(), combination) != grabbed_.end();
+  const auto isTakenOn = [&](std::uint16_t device) {
+    const auto attempt = xcb_input_xi_passive_grab_device(
+        xcb, XCB_CURRENT_TIME, connection_.root(), XCB_CURSOR_NONE, combination.keycode, device, 1,
+        0, XCB_INPUT_GRAB_TYPE_KEYCODE, XCB_INPUT_GRAB_MODE_22_ASYNC, XCB_INPUT_GRAB_MODE_22_ASYNC,
+        XCB_INPUT_GRAB_OWNER_NO_OWNER, nullptr, &set);
+    xcb_input_xi_passive_ungrab_device(xcb, connection_.root(), combination.keycode, device, 1,
+                                       XCB_INPUT_GRAB_TYPE_KEYCODE, &set);
+    const auto reply = own(xcb_input_xi_passive_grab_device_reply(xcb, attempt, nullptr));
+    // What it lists are the sets of modifiers that were refused.
+    return reply && reply->num_modifiers > 0;
+  };
+  return isTakenOn(XCB_INPUT_DEVICE_ALL_MASTER) || isTakenOn(keyboard_.device());
 }
 
 void KeyGrabs::letThrough(std::uint8_t keycode, std::uint8_t modifiers) {
   if (grabbed_.empty()) return;
   auto* xcb = connection_.xcb();
-  // While a key of ours is down, every key comes here and none to the application.
-  if (std::exchange(holding_, std::nullopt)) xcb_ungrab_keyboard(xcb, XCB_CURRENT_TIME);
+  // While a key of ours is down, every key comes here and none to the application. The server may
+  // have begun such a grab long before we hear of it.
+  xcb_ungrab_keyboard(xcb, XCB_CURRENT_TIME);
   const std::uint8_t wanted = modifiers & ~keyboard_.lockModifiers();
   for (const KeyCombination& each : grabbed_) {
     // The person may hold more than is asked for.
@@ -154,14 +141,6 @@ void KeyGrabs::letThrough(std::uint8_t keycode, std::uint8_t modifiers) {
 void KeyGrabs::closeAgain() {
   for (const KeyCombination& each : opened_) request(each, true);
   opened_.clear();
-}
-
-void KeyGrabs::handle(const xcb_generic_event_t& event) {
-  const auto type = event.response_type & 0x7f;
-  // No window of this connection asks for keys: these can come through a grab alone.
-  const auto& key = reinterpret_cast<const xcb_key_press_event_t&>(event);
-  if (type == XCB_KEY_PRESS && !holding_) holding_ = key.detail;
-  if (type == XCB_KEY_RELEASE && holding_ == key.detail) holding_.reset();
 }
 
 }  // namespace tapeloop::x11

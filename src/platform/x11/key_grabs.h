@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <vector>
 
 #include "platform/x11/keyboard_map.h"
@@ -23,17 +22,15 @@ class KeyGrabs {
   KeyGrabs(const KeyGrabs&) = delete;
   KeyGrabs& operator=(const KeyGrabs&) = delete;
 
-  /// False, and nothing is grabbed, when another program has the combination. Grabbing one twice
-  /// is the caller's business to avoid. Waits for the server.
-  [[nodiscard]] bool grab(KeyCombination combination);
-  void release(KeyCombination combination);
-  /// Forgets and lets go of all.
-  void releaseAll();
+  /// Lets go of all others, and grabs those of these that are not grabbed yet and that no other
+  /// program has. Waits for the server if there are such.
+  void keep(const std::vector<KeyCombination>& wanted);
   [[nodiscard]] bool any() const { return !grabbed_.empty(); }
   [[nodiscard]] bool has(std::uint8_t keycode) const;
+  [[nodiscard]] bool has(KeyCombination combination) const;
 
-  /// Whether another program has grabbed each of these. Waits for the server once.
-  [[nodiscard]] std::vector<bool> areTaken(const std::vector<KeyCombination>& combinations) const;
+  /// Whether another program has grabbed it. Waits for the server.
+  [[nodiscard]] bool isTaken(KeyCombination combination) const;
 
   /// Between these two a posted press of the key, with at least these modifiers, reaches the
   /// application that it is meant for, whatever is grabbed. What is between them is one stream of
@@ -42,19 +39,16 @@ class KeyGrabs {
   void closeAgain();
 
  private:
-  void handle(const xcb_generic_event_t& event);
+  [[nodiscard]] bool grab(KeyCombination combination) const;
   void request(KeyCombination combination, bool grab) const;
-  [[nodiscard]] std::vector<bool> areTakenThroughExtension(
-      const std::vector<KeyCombination>& combinations) const;
-  [[nodiscard]] bool isOurs(KeyCombination combination) const;
+  [[nodiscard]] bool isTakenThroughExtension(KeyCombination combination) const;
   [[nodiscard]] std::vector<std::uint8_t> withLocks(std::uint8_t modifiers) const;
 
   Connection& connection_;
   const KeyboardMap& keyboard_;
+  std::uint8_t locks_;  // as of when the keys were grabbed
   std::vector<KeyCombination> grabbed_;
-  std::vector<KeyCombination> opened_;   // not grabbed at the moment
-  std::optional<std::uint8_t> holding_;  // the key whose press gave us the whole keyboard
-  Subscription events_;
+  std::vector<KeyCombination> opened_;  // not grabbed at the moment
 };
 
 }  // namespace tapeloop::x11

@@ -6,8 +6,11 @@
 
 namespace tapeloop::x11 {
 
-/// Key codes from here on are X keycodes of keys that have no virtual key code of their own.
-inline constexpr std::uint16_t firstForeignKeyCode = 0x100;
+/// A key code that stands for an X keycode and no place: of a key that has no virtual key code of
+/// its own, or of one of the keypad that is posted without Num Lock.
+constexpr std::uint16_t keyCodeWithoutPlace(std::uint8_t keycode) {
+  return static_cast<std::uint16_t>(0x100 + keycode);
+}
 
 /// The virtual key code of the place on the keyboard that the XKB key name (such as "AC01") stands
 /// for.

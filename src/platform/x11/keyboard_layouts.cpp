@@ -1,5 +1,6 @@
 #include "platform/x11/keyboard_layouts.h"
 
+#include <algorithm>
 #include <array>
 #include <bitset>
 #include <cstdint>
@@ -9,11 +10,12 @@
 #include <xkbcommon/xkbcommon-keysyms.h>
 #include <xkbcommon/xkbcommon.h>
 
+#include "platform/x11/key_positions.h"
+
 namespace tapeloop::x11 {
 namespace {
 
 constexpr std::uint8_t ansiKeyboard = 40;
-constexpr std::size_t latinLetters = 26;
 
 struct DeadKey {
   xkb_keysym_t symbol;
@@ -61,8 +63,9 @@ std::string textOf(xkb_keymap* keymap, xkb_keycode_t keycode, xkb_layout_index_t
   return {};
 }
 
-bool writesLatinLetters(xkb_keymap* keymap, xkb_layout_index_t group) {
-  std::bitset<latinLetters> found;
+// How many of the letters a to z the layout writes.
+std::size_t latinLetters(xkb_keymap* keymap, xkb_layout_index_t group) {
+  std::bitset<26> found;
   for (xkb_keycode_t keycode = xkb_keymap_min_keycode(keymap);
        keycode <= xkb_keymap_max_keycode(keymap); ++keycode) {
     const std::string text = textOf(keymap, keycode, group);
@@ -70,7 +73,7 @@ bool writesLatinLetters(xkb_keymap* keymap, xkb_layout_index_t group) {
       found.set(static_cast<std::size_t>(text[0] - 'a'));
     }
   }
-  return found.all();
+  return found.count();
 }
 
 std::size_t utf16Length(const std::string& text) {
@@ -83,11 +86,12 @@ std::size_t utf16Length(const std::string& text) {
   return length;
 }
 
+using Keycodes = std::array<std::uint8_t, 0x200>;  // by key code; 0: no such key
+
 class Group final : public InputSource, public UnicodeKeyLayoutData {
  public:
-  Group(std::shared_ptr<xkb_keymap> keymap, xkb_layout_index_t number,
-        std::function<std::optional<std::uint8_t>(std::uint16_t)> keycodeOf)
-      : keymap_(std::move(keymap)), number_(number), keycodeOf_(std::move(keycodeOf)) {}
+  Group(std::shared_ptr<xkb_keymap> keymap, xkb_layout_index_t number, const Keycodes& keycodes)
+      : keymap_(std::move(keymap)), number_(number), keycodes_(keycodes) {}
 
   [[nodiscard]] const UnicodeKeyLayoutData* TISGetInputSourceProperty() const override {
     return this;
@@ -96,9 +100,8 @@ class Group final : public InputSource, public UnicodeKeyLayoutData {
                                                           std::uint32_t, std::uint32_t,
                                                           std::uint32_t, std::uint32_t&,
                                                           std::size_t maxLength) const override {
-    const auto keycode = keycodeOf_(keyCode);
-    if (!keycode) return std::nullopt;
-    std::string text = textOf(keymap_.get(), *keycode, number_);
+    if (keyCode >= keycodes_.size() || keycodes_[keyCode] == 0) return std::nullopt;
+    std::string text = textOf(keymap_.get(), keycodes_[keyCode], number_);
     if (text.empty() || utf16Length(text) > maxLength) return std::nullopt;
     return text;
   }
@@ -106,8 +109,27 @@ class Group final : public InputSource, public UnicodeKeyLayoutData {
  private:
   const std::shared_ptr<xkb_keymap> keymap_;
   const xkb_layout_index_t number_;
-  const std::function<std::optional<std::uint8_t>(std::uint16_t)> keycodeOf_;
+  const Keycodes keycodes_;  // the keyboard's own go on to follow the keyboard
 };
+
+// Null when the descriptions of keyboards are not installed.
+std::shared_ptr<const InputSource> ansiLayout() {
+  const std::unique_ptr<xkb_context, decltype(&xkb_context_unref)> context(
+      xkb_context_new(XKB_CONTEXT_NO_FLAGS), xkb_context_unref);
+  const xkb_rule_names names{"evdev", "pc105", "us", "", ""};
+  const std::shared_ptr<xkb_keymap> keymap(
+      xkb_keymap_new_from_names(context.get(), &names, XKB_KEYMAP_COMPILE_NO_FLAGS),
+      xkb_keymap_unref);
+  if (!keymap) return nullptr;
+  Keycodes keycodes{};
+  const auto last = std::min<xkb_keycode_t>(xkb_keymap_max_keycode(keymap.get()), 0xff);
+  for (auto keycode = xkb_keymap_min_keycode(keymap.get()); keycode <= last; ++keycode) {
+    const char* name = xkb_keymap_key_get_name(keymap.get(), keycode);
+    const auto keyCode = name != nullptr ? virtualKeyCode(name) : std::nullopt;
+    if (keyCode) keycodes[*keyCode] = static_cast<std::uint8_t>(keycode);
+  }
+  return std::make_shared<Group>(keymap, 0, keycodes);
+}
 
 }  // namespace
 
@@ -115,20 +137,18 @@ std::shared_ptr<const InputSource>
 X11KeyboardLayouts::TISCopyCurrentASCIICapableKeyboardLayoutInputSource() {
   auto keymap = keyboard_.keymap();
   if (!keymap) return nullptr;
-  xkb_layout_index_t group = state_.group();
-  const xkb_layout_index_t groups = xkb_keymap_num_layouts(keymap.get());
-  if (!writesLatinLetters(keymap.get(), group)) {
-    group = 0;
-    while (group < groups && !writesLatinLetters(keymap.get(), group)) ++group;
-    if (group == groups) return nullptr;
+  // Many Latin layouts lack a letter or two. Of equally good ones that in force is taken.
+  xkb_layout_index_t best = state_.group();
+  std::size_t most = latinLetters(keymap.get(), best);
+  for (xkb_layout_index_t group = 0; group < xkb_keymap_num_layouts(keymap.get()); ++group) {
+    const std::size_t letters = latinLetters(keymap.get(), group);
+    if (letters <= most) continue;
+    best = group;
+    most = letters;
   }
-  // The keyboard's own table goes on to follow the keyboard.
-  return std::make_shared<Group>(
-      std::move(keymap), group,
-      [keycodes = keyboard_.keycodes()](std::uint16_t keyCode) -> std::optional<std::uint8_t> {
-        if (keyCode >= keycodes.size() || keycodes[keyCode] == 0) return std::nullopt;
-        return keycodes[keyCode];
-      });
+  if (most > 0) return std::make_shared<Group>(std::move(keymap), best, keyboard_.keycodes());
+  if (!ansi_) ansi_ = ansiLayout();
+  return ansi_;
 }
 
 std::uint8_t X11KeyboardLayouts::LMGetKbdType() const {

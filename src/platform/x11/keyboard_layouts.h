@@ -24,6 +24,7 @@ class X11KeyboardLayouts final : public KeyboardLayouts {
  private:
   KeyboardMap& keyboard_;
   KeyboardState& state_;
+  std::shared_ptr<const InputSource> ansi_;  // made when it is first needed
 };
 
 }  // namespace tapeloop::x11

@@ -59,6 +59,35 @@ xkb_keysym_t symbolOfKey(xkb_keymap* keymap, xkb_keycode_t keycode) {
   return count == 1 ? symbols[0] : xkb_keysym_t{XKB_KEY_NoSymbol};
 }
 
+// What a key of the keypad does without Num Lock, and the place of the key that does the same.
+struct KeypadSymbol {
+  xkb_keysym_t symbol;
+  const char* place;
+};
+constexpr std::array<KeypadSymbol, 10> keypadSymbols{{{XKB_KEY_KP_Home, "HOME"},
+                                                      {XKB_KEY_KP_Left, "LEFT"},
+                                                      {XKB_KEY_KP_Up, "UP"},
+                                                      {XKB_KEY_KP_Right, "RGHT"},
+                                                      {XKB_KEY_KP_Down, "DOWN"},
+                                                      {XKB_KEY_KP_Prior, "PGUP"},
+                                                      {XKB_KEY_KP_Next, "PGDN"},
+                                                      {XKB_KEY_KP_End, "END"},
+                                                      {XKB_KEY_KP_Insert, "INS"},
+                                                      {XKB_KEY_KP_Delete, "DELE"}}};
+
+// The state of the keyboard that an event's state tells of: real modifiers, and the layout above
+// the buttons.
+StatePtr stateOf(xkb_keymap* keymap, std::uint16_t eventState) {
+  constexpr unsigned groupShift = 13;
+  constexpr unsigned groupMask = 3;
+  StatePtr state(keymap != nullptr ? xkb_state_new(keymap) : nullptr);
+  if (state) {
+    xkb_state_update_mask(state.get(), 0, 0, eventState & realModifiers, 0, 0,
+                          eventState >> groupShift & groupMask);
+  }
+  return state;
+}
+
 // The real modifiers that a press of the key alone brings about.
 std::uint32_t modifiersOfPress(xkb_keymap* keymap, xkb_keycode_t keycode) {
   const StatePtr state(xkb_state_new(keymap));
@@ -128,9 +157,11 @@ void KeyboardMap::load() {
   keyFlags_.fill(0);
   flagsOfModifier_.fill(0);
   lockModifiers_ = 0;
+  numLockModifier_ = 0;
+  std::uint8_t heldFor = 0;  // modifiers that are there while a key is down
   xkb_keymap* keymap = xkb_->keymap.get();
   for (unsigned keycode = 0; keycode < keyCodes_.size(); ++keycode) {
-    const auto foreign = static_cast<std::uint16_t>(firstForeignKeyCode + keycode);
+    const std::uint16_t foreign = keyCodeWithoutPlace(static_cast<std::uint8_t>(keycode));
     const char* name = keymap != nullptr ? xkb_keymap_key_get_name(keymap, keycode) : nullptr;
     keyCodes_[keycode] = name != nullptr ? virtualKeyCode(name).value_or(foreign) : foreign;
     if (name == nullptr) continue;
@@ -144,10 +175,60 @@ void KeyboardMap::load() {
     if (keyFlags_[keycode] == 0 && !isLock) continue;
     const std::uint32_t modifiers = modifiersOfPress(keymap, keycode);
     if (isLock) lockModifiers_ |= static_cast<std::uint8_t>(modifiers);
+    if (symbol == XKB_KEY_Num_Lock) numLockModifier_ |= static_cast<std::uint8_t>(modifiers);
+    if (!isLock) heldFor |= static_cast<std::uint8_t>(modifiers);
     for (unsigned bit = 0; bit < flagsOfModifier_.size(); ++bit) {
       if (modifiers & (1U << bit)) flagsOfModifier_[bit] |= keyFlags_[keycode];
     }
   }
+  // A shift that can be locked is a shift all the same. One lock is there by the core protocol, and
+  // may be on where no key switches it.
+  lockModifiers_ &= static_cast<std::uint8_t>(~heldFor);
+  lockModifiers_ |= XCB_MOD_MASK_LOCK;
+
+  dependsOnNumLock_.reset();
+  const StatePtr off = stateOf(keymap, 0);
+  const StatePtr on = stateOf(keymap, numLockModifier_);
+  for (unsigned keycode = 0; off && on && keycode < keyCodes_.size(); ++keycode) {
+    dependsOnNumLock_[keycode] = xkb_state_key_get_one_sym(off.get(), keycode) !=
+                                 xkb_state_key_get_one_sym(on.get(), keycode);
+  }
+}
+
+bool KeyboardMap::switchesLayout(std::uint8_t keycode, std::uint16_t state) const {
+  const StatePtr keyboard = stateOf(xkb_->keymap.get(), state);
+  if (!keyboard) return false;
+  const auto layout = [&] {
+    return xkb_state_serialize_layout(keyboard.get(), XKB_STATE_LAYOUT_EFFECTIVE);
+  };
+  const xkb_layout_index_t before = layout();
+  xkb_state_update_key(keyboard.get(), keycode, XKB_KEY_DOWN);
+  return layout() != before;
+}
+
+std::optional<std::uint16_t> KeyboardMap::keyCodeStoodFor(std::uint8_t keycode,
+                                                          std::uint16_t state) const {
+  const StatePtr keyboard = stateOf(xkb_->keymap.get(), state);
+  if (!keyboard) return std::nullopt;
+  const xkb_keysym_t written = xkb_state_key_get_one_sym(keyboard.get(), keycode);
+  for (const auto& [symbol, place] : keypadSymbols) {
+    if (symbol != written) continue;
+    const auto keyCode = virtualKeyCode(place);
+    if (keyCode && keycodeOf(*keyCode)) return keyCode;
+  }
+  return std::nullopt;
+}
+
+std::vector<std::uint8_t> KeyboardMap::keycodesWritingEscape(std::uint8_t group) const {
+  std::vector<std::uint8_t> keycodes;
+  const StatePtr keyboard(xkb_->keymap ? xkb_state_new(xkb_->keymap.get()) : nullptr);
+  if (!keyboard) return keycodes;
+  xkb_state_update_mask(keyboard.get(), 0, 0, 0, 0, 0, group);
+  for (unsigned keycode = 0; keycode < keyCodes_.size(); ++keycode) {
+    if (xkb_state_key_get_one_sym(keyboard.get(), keycode) != XKB_KEY_Escape) continue;
+    keycodes.push_back(static_cast<std::uint8_t>(keycode));
+  }
+  return keycodes;
 }
 
 std::shared_ptr<xkb_keymap> KeyboardMap::keymap() const {
@@ -165,6 +246,10 @@ std::uint64_t KeyboardMap::flagsOf(std::uint16_t state) const {
     if (state & (1U << bit)) flags |= flagsOfModifier_[bit];
   }
   return flags;
+}
+
+std::uint8_t KeyboardMap::unnamedModifiers(std::uint16_t state) const {
+  return static_cast<std::uint8_t>(state & ~lockModifiers_ & ~realModifiersOf(modifier_flag::all));
 }
 
 std::uint8_t KeyboardMap::realModifiersOf(std::uint64_t flags) const {

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <array>
+#include <bitset>
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "platform/signal.h"
 #include "platform/x11/connection.h"
@@ -28,17 +30,32 @@ class KeyboardMap {
   [[nodiscard]] std::optional<std::uint8_t> keycodeOf(std::uint16_t keyCode) const;
   /// The same for all key codes; 0: the keyboard has no such key.
   [[nodiscard]] const std::array<std::uint8_t, 0x200>& keycodes() const { return keycodes_; }
-  /// A key that does nothing but change one of the six modifier flags.
+  /// A key that by itself does nothing but change one of the six modifier flags.
   [[nodiscard]] bool isModifierKey(std::uint8_t keycode) const { return keyFlags_[keycode] != 0; }
+  /// A press of the key in this state, which names modifiers and the layout, switches the layout.
+  [[nodiscard]] bool switchesLayout(std::uint8_t keycode, std::uint16_t state) const;
+  /// A key of the keypad that Num Lock makes another one of.
+  [[nodiscard]] bool dependsOnNumLock(std::uint8_t keycode) const {
+    return dependsOnNumLock_[keycode];
+  }
+  /// The key code of the key outside the keypad that this one stands for in this state: End for the
+  /// key that writes 1 with Num Lock. Nothing when it stands for none.
+  [[nodiscard]] std::optional<std::uint16_t> keyCodeStoodFor(std::uint8_t keycode,
+                                                             std::uint16_t state) const;
+  /// The keys that write Escape in this layout.
+  [[nodiscard]] std::vector<std::uint8_t> keycodesWritingEscape(std::uint8_t group) const;
 
   /// The modifier flags of an event with this state.
   [[nodiscard]] std::uint64_t flagsOf(std::uint16_t state) const;
   /// The real modifiers that make these flags.
   [[nodiscard]] std::uint8_t realModifiersOf(std::uint64_t flags) const;
 
-  /// The real modifiers that a key switches on and off for good, such as those of caps lock and num
-  /// lock.
+  /// The real modifiers that are only switched on and off for good, such as those of caps lock and
+  /// num lock.
   [[nodiscard]] std::uint8_t lockModifiers() const { return lockModifiers_; }
+  [[nodiscard]] std::uint8_t numLockModifier() const { return numLockModifier_; }
+  /// Of an event's state, the modifiers that no flag stands for and that a key is held for.
+  [[nodiscard]] std::uint8_t unnamedModifiers(std::uint16_t state) const;
 
   /// Null when it can't be read.
   [[nodiscard]] std::shared_ptr<xkb_keymap> keymap() const;
@@ -62,7 +79,9 @@ class KeyboardMap {
   std::array<std::uint8_t, 0x200> keycodes_{};      // by key code; 0: no such key
   std::array<std::uint64_t, 256> keyFlags_{};       // by keycode: flag of a modifier key, or 0
   std::array<std::uint64_t, 8> flagsOfModifier_{};  // by real modifier
+  std::bitset<256> dependsOnNumLock_;               // by keycode
   std::uint8_t lockModifiers_ = 0;
+  std::uint8_t numLockModifier_ = 0;
   std::uint16_t device_ = 0;
   bool stale_ = false;  // changed since it was read
   Signal<> changed_;

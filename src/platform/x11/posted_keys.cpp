@@ -13,13 +13,13 @@ void PostedKeys::posted(std::uint32_t sequence, std::uint8_t keycode) {
   posts_.push_back({sequence, keycode});
 }
 
-bool PostedKeys::isPosted(const RawEvent& event) {
+bool PostedKeys::isPosted(std::uint32_t sequence, std::uint8_t keycode) {
   while (!posts_.empty()) {
     const Post post = posts_.front();
-    if (static_cast<std::int32_t>(post.sequence - event.sequence) > 0) return false;
-    if (post.sequence == event.sequence && post.keycode != event.detail) return false;
+    if (static_cast<std::int32_t>(post.sequence - sequence) > 0) return false;
+    if (post.sequence == sequence && post.keycode != keycode) return false;
     posts_.pop_front();
-    if (post.sequence == event.sequence) return true;
+    if (post.sequence == sequence) return true;
   }
   return false;
 }

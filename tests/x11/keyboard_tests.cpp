@@ -1,0 +1,187 @@
+#include <algorithm>
+#include <initializer_list>
+#include <ranges>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "hotkeys/shortcut.h"
+#include "x11_fixture.h"
+
+// What keys do depends on locks and layouts, and some keys change those: all of it comes back, and
+// nothing stays behind.
+
+using namespace std::chrono_literals;
+using namespace tapeloop;
+using namespace tapeloop::support;
+using ::testing::ElementsAreArray;
+
+namespace {
+
+using Keys = std::vector<std::string_view>;
+
+class Keyboard : public X11Test {
+ protected:
+  /// Another layout; returns when the program follows it.
+  void useLayout(const std::string& layout, const std::string& option,
+                 const std::string& variant = {}) {
+    bool followed = false;
+    const auto change = desktop.keyboardLayouts().onChange([&] { followed = true; });
+    server.setKeyboardLayout(layout, option, variant);
+    ASSERT_TRUE(turnUntil([&] { return followed; }));
+    settle();
+  }
+  void settle() {
+    desktop.sync();
+    bool turned = false;
+    ASSERT_TRUE(turnUntil([&] { return std::exchange(turned, true); }));
+  }
+  void strike(const Keys& keys) {
+    for (const auto key : keys) actions.push_back({XEventKind::keyPress, poster.keycode(key)});
+    for (const auto key : std::views::reverse(keys)) {
+      actions.push_back({XEventKind::keyRelease, poster.keycode(key)});
+    }
+  }
+  /// Records `actions`. What the witness saw, without the keys that only change modifiers.
+  XEventList::Events recordActions() {
+    pace(actions, 2ms);
+    return withoutModifierKeys(record(std::exchange(actions, {})));
+  }
+  /// Replays until the witness has seen as many keys that are no modifiers.
+  XEventList::Events replayKeys(double speed, std::size_t expected) {
+    observer.clear();
+    EXPECT_TRUE(desktop.playLog(speed, patience));
+    EXPECT_TRUE(observer.waitUntil(
+        [&](const auto& events) { return withoutModifierKeys(events).size() >= expected; },
+        patience));
+    return withoutModifierKeys(observer.events());
+  }
+  [[nodiscard]] std::uint16_t modifiersInForce() const {
+    return pointerState(server.display()).modifiers;
+  }
+
+  std::vector<XAction> actions;
+};
+
+struct LayoutSwitch {
+  const char* option;
+  Keys keys;
+};
+
+}  // namespace
+
+TEST_F(Keyboard, SwitchesOfTheLayoutComeBackAndLockNothing) {
+  const std::vector<LayoutSwitch> switches{
+      {"grp:win_space_toggle", {"Super_L", "space"}},
+      {"grp:alt_shift_toggle", {"Alt_L", "Shift_L"}},
+      {"grp:alt_shift_toggle", {"Shift_L", "Alt_L"}},
+      {"grp:ctrl_shift_toggle", {"Control_L", "Shift_L"}},
+      {"grp:shift_caps_toggle", {"Shift_L", "Caps_Lock"}},
+      {"grp:alt_caps_toggle", {"Alt_L", "Caps_Lock"}},
+  };
+  for (const auto& [option, keys] : switches) {
+    SCOPED_TRACE(std::string(option) + " " + std::string(keys[0]));
+    useLayout("us,ru", option);
+    for (int round = 0; round < 2; ++round) {
+      for (const auto letter : {"a", "s", "d"}) strike({letter});
+      strike(keys);
+      for (const auto letter : {"a", "s", "d"}) strike({letter});
+      strike({"Shift_L", "a"});
+      strike(keys);
+    }
+    const auto recorded = recordActions();
+    ASSERT_TRUE(std::ranges::any_of(recorded, [](const XEvent& each) {
+      constexpr std::uint16_t secondGroup = 1U << 13;
+      return (each.state & secondGroup) != 0;
+    })) << "the layout was switched";
+    for (const double speed : {1.0, 10.0}) {
+      expectSameInput(replayKeys(speed, recorded.size()), recorded);
+      EXPECT_EQ(modifiersInForce(), 0);
+    }
+    settle();
+    EXPECT_EQ(modifiersInForce(), 0);
+  }
+}
+
+TEST_F(Keyboard, AllLevelsOfALayoutWithSixComeBack) {
+  useLayout("de", {}, "neo");
+  for (const auto key : {"n", "r", "space"}) {
+    strike({key});
+    strike({"Shift_L", key});
+    strike({"ISO_Level3_Shift", key});
+    strike({"ISO_Level5_Shift", key});
+    strike({"ISO_Level3_Shift", "ISO_Level5_Shift", key});
+    strike({"ISO_Level5_Shift", "ISO_Level3_Shift", key});
+  }
+  const auto recorded = recordActions();
+  for (const double speed : {1.0, 10.0}) {
+    expectSameInput(replayKeys(speed, recorded.size()), recorded);
+    EXPECT_EQ(modifiersInForce(), 0);
+  }
+}
+
+TEST_F(Keyboard, KeypadKeysComeBackAsWhatTheyDidWhateverNumLockIsThen) {
+  constexpr std::uint16_t numLock = XCB_MOD_MASK_2;
+  const auto setNumLock = [&](bool on) {
+    if (((modifiersInForce() & numLock) != 0) != on) poster.tapKey("Num_Lock");
+    settle();
+  };
+  struct KeypadKey {
+    Keys keys;
+    std::string_view without;  // what does the same without Num Lock
+    bool depends = true;       // on Num Lock
+  };
+  const std::vector<KeypadKey> keypad{
+      {{"KP_End"}, "End"},          {{"KP_Down"}, "Down"},      {{"KP_Next"}, "Next"},
+      {{"KP_Left"}, "Left"},        {{"KP_Begin"}, "KP_Begin"}, {{"KP_Right"}, "Right"},
+      {{"KP_Home"}, "Home"},        {{"KP_Up"}, "Up"},          {{"KP_Prior"}, "Prior"},
+      {{"KP_Insert"}, "Insert"},    {{"KP_Delete"}, "Delete"},  {{"Shift_L", "KP_End"}, "End"},
+      {{"KP_Add"}, "KP_Add", false}};
+  for (const bool isOn : {false, true}) {
+    setNumLock(isOn);
+    for (const auto& each : keypad) strike(each.keys);
+    const auto recorded = recordActions();
+    ASSERT_EQ(recorded.size(), 2 * keypad.size());
+    for (const bool isOnLater : {false, true}) {
+      SCOPED_TRACE(testing::Message()
+                   << "recorded with " << isOn << ", replayed with " << isOnLater);
+      setNumLock(isOnLater);
+      const auto replayed = replayKeys(10, recorded.size());
+      ASSERT_EQ(replayed.size(), recorded.size());
+      for (std::size_t i = 0; i < recorded.size(); ++i) {
+        const auto& [keys, without, depends] = keypad[i / 2];
+        if (isOn && depends) {
+          EXPECT_TRUE(replayed[i].looksLike(recorded[i])) << replayed[i];
+          continue;
+        }
+        EXPECT_EQ(replayed[i].detail, poster.keycode(without)) << keys.back();
+        const bool isSameKey = depends && without == keys.back();
+        EXPECT_FALSE(isSameKey && (replayed[i].state & numLock) != 0) << keys.back();
+      }
+      EXPECT_EQ(modifiersInForce(), isOnLater ? numLock : 0);
+    }
+  }
+}
+
+TEST_F(Keyboard, LocksThatThePersonSetsDuringAPlaybackAreKept) {
+  constexpr int taps = 1200;
+  std::vector<InputEvent> events;
+  for (int i = 0; i < 2 * taps; ++i) {
+    InputEvent& event = events.emplace_back(
+        inputEvent(i % 2 == 0 ? EventType::keyDown : EventType::keyUp, i * 2e-4));
+    event.modifierFlags = modifier_flag::shift;
+  }
+  desktop.setLog(events);
+  Keys locks;
+  for (int i = 0; i < 41; ++i) locks.push_back("Caps_Lock");
+  for (const auto key : locks) strike({key});
+  pace(actions, 6ms);
+  desktop.startPlayback(1);
+  {
+    const auto person = poster.start(actions);
+    ASSERT_TRUE(turnUntil([this] { return !desktop.isPlaying(); }));
+  }
+  EXPECT_TRUE(turnUntil([this] { return modifiersInForce() == XCB_MOD_MASK_LOCK; }))
+      << "an odd number of taps, and nothing of what was posted";
+}
