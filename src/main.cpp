@@ -1,6 +1,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -29,6 +30,7 @@
 #include "platform/x11/connection.h"
 #include "platform/x11/event_synthesis.h"
 #include "platform/x11/first_instance.h"
+#include "platform/x11/grab_requests.h"
 #include "platform/x11/hotkey_service.h"
 #include "platform/x11/input_monitor.h"
 #include "platform/x11/key_grabs.h"
@@ -104,13 +106,20 @@ struct Input {
         synthesis(connection, keyboard, keyboardState, screens, postedKeys, grabs),
         hotKeys(connection, keyboard, keyboardState, raw, postedKeys, grabs),
         layouts(keyboard, keyboardState),
+        grabRequests(connection, keyboard),
         permission(connection) {}
 
-  /// Lives as long as this.
-  [[nodiscard]] qt::NativeKeyboard nativeKeyboard() const {
+  /// Lives as long as this. `client` is what the identifiers of Qt's own resources begin with.
+  [[nodiscard]] qt::NativeKeyboard nativeKeyboard(std::uint32_t client) {
     return {[this](std::uint8_t keycode) { return keyboard.keyCodeOf(keycode); },
-            [this](std::uint16_t state) { return keyboard.flagsOf(state); },
-            [this](std::uint8_t keycode) { return keyboard.isModifierKey(keycode); }};
+            [this](std::uint16_t state) {
+              const bool isAnyUnnamed = keyboard.unnamedModifiers(state) != 0;
+              return keyboard.flagsOf(state) | (isAnyUnnamed ? modifier_flag::unnamed : 0);
+            },
+            [this](std::uint8_t keycode) { return keyboard.isModifierKey(keycode); },
+            [this, client](std::function<void()> callback) {
+              return grabRequests.watch(client, std::move(callback));
+            }};
   }
 
   x11::KeyboardMap keyboard;
@@ -124,6 +133,7 @@ struct Input {
   x11::X11EventSynthesis synthesis;
   x11::X11HotKeyService hotKeys;
   x11::X11KeyboardLayouts layouts;
+  x11::GrabRequests grabRequests;
   x11::X11Permission permission;
 };
 
@@ -194,12 +204,12 @@ int run(char* program) {
   Settings settings(*store);
   AppDelegate delegate(desktop, settings);
   ContentView contentView(desktop, settings);
-  qt::LocalInputMonitor localInput(input.nativeKeyboard());
+  qt::LocalInputMonitor localInput(input.nativeKeyboard(ids.base));
   x11::X11Sound sound(*connection);
   const RecorderTexts texts(qt::loadRecorderTexts(application.dataFolder()));
   SheetView sheet(contentView.showSheetView(), settings, trace,
                   {contentView.keyboardShortcuts(), notifications, input.hotKeys, input.layouts,
-                   localInput, menu, sound, texts});
+                   localInput, menu, sound, texts, runLoop});
   delegate.applicationDidFinishLaunching();
   MainWindow mainWindow(display.engine, contentView, sheet, menu.mainMenu(), *store);
   if (!mainWindow.isShown()) {

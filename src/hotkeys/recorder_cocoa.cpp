@@ -60,6 +60,8 @@ void RecorderCocoa::becomeFirstResponder() {
   services_.shortcuts.beginPause();
   eventMonitor_ = services_.localInput.addLocalMonitorForEventsMatchingMask(
       monitoredEvents, [this](const InputEvent& event) { return handle(event); });
+  keyboardWanted_ = services_.localInput.onKeyboardWanted([this] { giveUpKeyboard(); });
+  giveUpKeyboardLater();
   isRecording.set(true);
 }
 
@@ -70,6 +72,8 @@ void RecorderCocoa::resignFirstResponder() {
 void RecorderCocoa::endRecording() {
   if (!isRecording.get()) return;
   if (eventMonitor_) services_.localInput.removeMonitor(*std::exchange(eventMonitor_, {}));
+  keyboardWanted_.reset();
+  patienceOver_->invalidate();
   placeholderString.set(std::string(services_.texts.text("record_shortcut")));
   showCancelButtonIfText();
   services_.shortcuts.endPause();
@@ -103,6 +107,7 @@ EventPass RecorderCocoa::handle(const InputEvent& event) {
 }
 
 EventPass RecorderCocoa::handleKey(const InputEvent& event) {
+  giveUpKeyboardLater();
   const std::uint64_t flags = event.modifierFlags & shortcutFlags;
   const auto key = keyWithCode(event.keyCode);
   if (flags == 0 && key == Key::tab) {
@@ -119,8 +124,11 @@ EventPass RecorderCocoa::handleKey(const InputEvent& event) {
   }
 
   const auto shortcut = shortcutOf(event);
+  // A hotkey is struck with exactly its modifiers, and it can't have these.
+  const bool canBeStruck =
+      (event.modifierFlags & (modifier_flag::function | modifier_flag::unnamed)) == 0;
   const bool isBare = (flags & ~modifier_flag::shift) == 0 && !(key && isFunctionKey(*key));
-  if (isBare || !shortcut) {
+  if (isBare || !canBeStruck || !shortcut) {
     services_.sound.NSBeep();
   } else if (const auto* item =
                  menuItemOwning(*shortcut, services_.mainMenu.mainMenu(), services_.layouts)) {
@@ -150,6 +158,12 @@ void RecorderCocoa::accept(const Shortcut& shortcut) {
 void RecorderCocoa::giveUpKeyboard() {
   endRecording();
   focusRequested_(false);
+}
+
+void RecorderCocoa::giveUpKeyboardLater() {
+  if (patienceOver_) patienceOver_->invalidate();
+  patienceOver_ = services_.runLoop.scheduledTimerWithTimeInterval(
+      patience, TimerRepeats::no, [this](const TimerRef&) { giveUpKeyboard(); });
 }
 
 void RecorderCocoa::showShortcut() {

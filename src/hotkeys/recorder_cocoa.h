@@ -13,6 +13,7 @@
 #include "platform/local_input_monitor.h"
 #include "platform/main_menu.h"
 #include "platform/observable.h"
+#include "platform/run_loop.h"
 #include "platform/sound.h"
 
 namespace tapeloop {
@@ -27,6 +28,7 @@ struct RecorderServices {
   const MainMenu& mainMenu;
   Sound& sound;
   const RecorderTexts& texts;
+  RunLoop& runLoop;
 };
 
 /// Why a combination was turned down.
@@ -37,12 +39,14 @@ struct RecorderAlert {
 };
 
 /// The field in which the user types the combination of a slot. It records while it has the
-/// keyboard. A view draws it, says when the keyboard comes and goes, and gives it the keyboard or
-/// takes it away when the field asks for it. Main thread only.
+/// keyboard, which nobody else gets meanwhile: it lets go of it when another program wants it, or
+/// when no key has come for a while. A view draws it, says when the keyboard comes and goes, and
+/// gives it the keyboard or takes it away when the field asks for it. Main thread only.
 class RecorderCocoa {
  public:
   using OnChange = std::function<void(const std::optional<Shortcut>&)>;
   static constexpr double minimumWidth = 130;  ///< Points; also the width that it would like.
+  static constexpr double patience = 10;       ///< Seconds without a key.
 
   RecorderCocoa(const RecorderServices& services, Name name, OnChange onChange = {});
   RecorderCocoa(const RecorderCocoa&) = delete;
@@ -80,6 +84,7 @@ class RecorderCocoa {
   void refuse(RecorderAlert alert);
   void accept(const Shortcut& shortcut);
   void giveUpKeyboard();
+  void giveUpKeyboardLater();
   void endRecording();
   void showShortcut();
   void showCancelButtonIfText();
@@ -88,7 +93,10 @@ class RecorderCocoa {
   Name shortcutName_;
   const OnChange onChange_;
   std::function<Rect()> bounds_;
-  std::optional<LocalMonitorToken> eventMonitor_;  // while it records
+  // While it records.
+  std::optional<LocalMonitorToken> eventMonitor_;
+  Subscription keyboardWanted_;
+  TimerRef patienceOver_;
   Signal<bool> focusRequested_;
   Subscription observer_;
   Subscription layoutChanged_;

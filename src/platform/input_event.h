@@ -34,7 +34,12 @@ inline constexpr std::uint64_t option = 0x80000;
 inline constexpr std::uint64_t command = 0x100000;
 inline constexpr std::uint64_t function = 0x800000;
 inline constexpr std::uint64_t all = capsLock | shift | control | option | command | function;
+/// One that none of these stands for is held. Only events of the program's own windows tell of it.
+inline constexpr std::uint64_t unnamed = 0x1;
 }  // namespace modifier_flag
+
+/// The virtual key code of the place of Escape.
+inline constexpr std::uint16_t escapeKeyCode = 53;
 
 /// The names of the flags in `modifiers`, joined without a separator, in the order in which
 /// recordings write them: ".shift.command".

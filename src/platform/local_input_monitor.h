@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "platform/input_event.h"
+#include "platform/signal.h"
 
 namespace tapeloop {
 
@@ -29,6 +30,10 @@ class LocalInputMonitor {
       EventMask mask, Handler handler) = 0;
   /// An unknown token is ignored.
   virtual void removeMonitor(LocalMonitorToken token) = 0;
+
+  /// While keys are monitored no other program gets the keyboard, be it to lock the screen. One has
+  /// tried to: the monitors of keys should go.
+  virtual Subscription onKeyboardWanted(std::function<void()> callback) = 0;
 };
 
 }  // namespace tapeloop

@@ -21,7 +21,7 @@ class SheetViewTest : public SimulatedTest {
                   settings,
                   desktop.trace,
                   {shortcuts, desktop.notifications, desktop.hotKeys, desktop.keyboardLayouts,
-                   desktop.localInput, desktop.mainMenu, desktop.sound, texts}};
+                   desktop.localInput, desktop.mainMenu, desktop.sound, texts, desktop.runLoop}};
   void open() {
     shown.set(true);
     sheet.onAppear();

@@ -30,7 +30,8 @@ class RecorderTest : public SimulatedTest {
   }
   RecorderServices services() {
     return {shortcuts,          desktop.notifications, desktop.hotKeys, desktop.keyboardLayouts,
-            desktop.localInput, desktop.mainMenu,      desktop.sound,   texts};
+            desktop.localInput, desktop.mainMenu,      desktop.sound,   texts,
+            desktop.runLoop};
   }
   EventPass type(std::uint16_t code, std::uint64_t flags = 0) {
     return desktop.localInput.send(keyDown(0, code, flags));
@@ -59,13 +60,36 @@ TEST_F(RecorderTest, AcceptsACombinationShowsItAndStoresIt) {
   EXPECT_EQ(recorder->placeholderString.get(), texts.text("press_shortcut"));
   EXPECT_TRUE(shortcuts.isPaused());
   EXPECT_FALSE(recorder->showsCancelButton.get());
-  EXPECT_EQ(type(15, command | capsLock | function), EventPass::swallow);
+  EXPECT_EQ(type(15, command | capsLock), EventPass::swallow);
   EXPECT_EQ(recorder->stringValue.get(), "⌘R");
   EXPECT_TRUE(recorder->showsCancelButton.get());
   EXPECT_EQ(shortcuts.shortcut(slot), commandR);
   EXPECT_THAT(changes, ElementsAre(commandR));
   EXPECT_THAT(focusRequests, ElementsAre(false));
   expectIdle();
+}
+
+TEST_F(RecorderTest, LetsGoOfTheKeyboardWhenItIsWantedElsewhereOrNotUsed) {
+  recorder->becomeFirstResponder();
+  desktop.localInput.keyboardWanted();
+  expectIdle();
+  recorder->becomeFirstResponder();
+  advance(RecorderCocoa::patience - 1);
+  type(0);
+  advance(RecorderCocoa::patience - 1);
+  EXPECT_TRUE(recorder->isRecording.get()) << "each key begins the wait anew";
+  advance(1);
+  expectIdle();
+  EXPECT_THAT(focusRequests, ElementsAre(false, false));
+}
+
+TEST_F(RecorderTest, WhatCouldNeverBeStruckIsRefused) {
+  recorder->becomeFirstResponder();
+  for (const std::uint64_t flags : {command | function, control | unnamed}) type(15, flags);
+  type(96, function);
+  EXPECT_EQ(desktop.sound.beeps, 3);
+  EXPECT_THAT(changes, IsEmpty());
+  EXPECT_TRUE(recorder->isRecording.get());
 }
 
 TEST_F(RecorderTest, BareKeysBeepAndFunctionKeysNeedNoModifier) {

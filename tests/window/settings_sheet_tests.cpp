@@ -2,7 +2,11 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <xcb/xcb.h>
+#include <xcb/xinput.h>
 
+#include "support/x_connection.h"
+#include "support/x_state.h"
 #include "window/program.h"
 
 namespace tapeloop::support {
@@ -10,6 +14,23 @@ namespace {
 
 using testing::Contains;
 using testing::IsSupersetOf;
+
+bool grabsKeyboard(const XConnection& client, bool throughExtension) {
+  if (!throughExtension) {
+    const auto reply = client.reply(xcb_grab_keyboard_reply,
+                                    xcb_grab_keyboard(client, 0, client.root(), XCB_CURRENT_TIME,
+                                                      XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+    return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+  }
+  xcb_discard_reply(client, xcb_input_xi_query_version(client, 2, 2).sequence);
+  constexpr std::uint32_t events = XCB_INPUT_XI_EVENT_MASK_KEY_PRESS;
+  const auto reply = client.reply(
+      xcb_input_xi_grab_device_reply,
+      xcb_input_xi_grab_device(client, client.root(), XCB_CURRENT_TIME, XCB_CURSOR_NONE,
+                               inputDevice(client, coreKeyboard), XCB_INPUT_GRAB_MODE_22_ASYNC,
+                               XCB_INPUT_GRAB_MODE_22_ASYNC, 0, 1, &events));
+  return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+}
 
 class SettingsSheetTests : public testing::Test {
  protected:
@@ -99,6 +120,17 @@ TEST_F(SettingsSheetTests, AFieldRefusesWhatIsTakenAndTakesAndClearsTheRest) {
   EXPECT_TRUE(program.says("Play Shortcut", "Set Shortcut"));
   user.tapKey("Return");
   EXPECT_TRUE(program.writes("Saving Settings..."));
+}
+
+TEST_F(SettingsSheetTests, AFieldThatRecordsLetsAnotherProgramHaveTheKeyboard) {
+  for (const bool throughExtension : {false, true}) {
+    program.click(program.named("text", "Record Shortcut"));
+    ASSERT_TRUE(program.says("Record Shortcut", "Press Shortcut"));
+    const XConnection locker(desktop.server().display());
+    // It tries again and again, as programs that lock the screen do.
+    EXPECT_TRUE(eventually([&] { return grabsKeyboard(locker, throughExtension); }));
+    EXPECT_TRUE(program.says("Record Shortcut", "Set Shortcut"));
+  }
 }
 
 }  // namespace

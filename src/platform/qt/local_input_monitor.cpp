@@ -49,6 +49,8 @@ void LocalInputMonitor::holdKeyboard() {
   if (holder_) holder_->setKeyboardGrabEnabled(false);
   if (wanted) wanted->setKeyboardGrabEnabled(true);
   holder_ = wanted;
+  grabRequests_.reset();
+  if (holder_) grabRequests_ = keyboard_.onGrabRequest([this] { keyboardWanted_(); });
 }
 
 bool LocalInputMonitor::eventFilter(QObject* receiver, QEvent* event) {
@@ -65,7 +67,8 @@ bool LocalInputMonitor::eventFilter(QObject* receiver, QEvent* event) {
       // The window hands on to its items what it is given.
       if (!receiver->isWindowType() || !isMonitored(key)) return false;
       input.type = EventType::keyDown;
-      input.keyCode = keyboard_.keyCodeOf(keycodeOf(key));
+      input.keyCode =
+          key.key() == Qt::Key_Escape ? escapeKeyCode : keyboard_.keyCodeOf(keycodeOf(key));
       input.modifierFlags = keyboard_.flagsOf(static_cast<std::uint16_t>(key.nativeModifiers()));
       return swallows(input);
     }

@@ -20,6 +20,8 @@ struct NativeKeyboard {
   std::function<std::uint16_t(std::uint8_t keycode)> keyCodeOf;
   std::function<std::uint64_t(std::uint16_t state)> flagsOf;
   std::function<bool(std::uint8_t keycode)> isModifierKey;
+  /// Another client tries to grab the keyboard.
+  std::function<Subscription(std::function<void()> callback)> onGrabRequest;
 };
 
 /// Filters the events of Qt's windows. While keys are monitored the window that has the focus gets
@@ -32,6 +34,9 @@ class LocalInputMonitor final : public QObject, public tapeloop::LocalInputMonit
   std::optional<LocalMonitorToken> addLocalMonitorForEventsMatchingMask(EventMask mask,
                                                                         Handler handler) override;
   void removeMonitor(LocalMonitorToken token) override;
+  Subscription onKeyboardWanted(std::function<void()> callback) override {
+    return keyboardWanted_.connect(std::move(callback));
+  }
 
   bool eventFilter(QObject* receiver, QEvent* event) override;
 
@@ -50,6 +55,8 @@ class LocalInputMonitor final : public QObject, public tapeloop::LocalInputMonit
   std::map<LocalMonitorToken, Monitor> monitors_;
   std::uint64_t latestToken_ = 0;
   QPointer<QWindow> holder_;  // has the keyboard to itself
+  Signal<> keyboardWanted_;
+  Subscription grabRequests_;  // while a window holds the keyboard
 };
 
 }  // namespace tapeloop::qt

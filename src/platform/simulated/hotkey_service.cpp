@@ -45,7 +45,7 @@ OSStatus ScriptedHotKeyService::RemoveEventHandler(EventHandlerRef handler) {
 bool ScriptedHotKeyService::press(Combination combination) {
   const bool isSeen =
       std::none_of(registrations.begin(), registrations.end(), [&](const auto& each) {
-        return each.combination == combination && each.claim == HotKeyClaim::take;
+        return each.combination == combination && each.claim != HotKeyClaim::observe;
       });
   tell(combination, kEventHotKeyPressed);
   return isSeen;

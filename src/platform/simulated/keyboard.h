@@ -67,6 +67,12 @@ class ScriptedLocalInputMonitor final : public LocalInputMonitor {
     return token;
   }
   void removeMonitor(LocalMonitorToken token) override { monitors_.erase(token); }
+  Subscription onKeyboardWanted(std::function<void()> callback) override {
+    return keyboardWanted.connect(std::move(callback));
+  }
+
+  /// Called when another program wants the keyboard.
+  Signal<> keyboardWanted;
 
   /// What becomes of the event.
   EventPass send(const InputEvent& event) {

@@ -14,7 +14,6 @@ namespace tapeloop::x11 {
 namespace {
 
 constexpr EventTargetRef dispatcherTarget{1};
-constexpr std::uint32_t escapeKeyCode = 53;
 
 struct Modifier {
   std::uint32_t bit;

@@ -16,6 +16,7 @@ namespace {
 
 // Categories of a reply to EnableContext.
 constexpr std::uint8_t fromServer = 0;
+constexpr std::uint8_t fromClient = 1;
 constexpr std::uint8_t startOfData = 4;
 constexpr std::uint8_t endOfData = 5;
 
@@ -24,19 +25,54 @@ constexpr int mostAtOnce = 256;  // replies
 // How long the server may take to start or end a stream before it counts as stuck.
 constexpr int serverPatience = 2000;  // milliseconds
 
+std::span<const std::uint8_t> dataOf(const xcb_record_enable_context_reply_t& reply) {
+  return {xcb_record_enable_context_data(&reply),
+          static_cast<std::size_t>(xcb_record_enable_context_data_length(&reply))};
+}
+
 }  // namespace
 
 std::unique_ptr<RecordStream> RecordStream::start(Connection& control, Handler handler) {
+  xcb_record_range_t range{};
+  range.device_events = {XCB_KEY_PRESS, XCB_MOTION_NOTIFY};
+  return start(control, range, fromServer, [handler = std::move(handler)](const auto& reply) {
+    const std::int64_t arrival = monotonicNow();
+    const auto events = dataOf(reply);
+    xcb_key_press_event_t event;  // buttons and motion have the same layout
+    for (std::size_t offset = 0; offset + sizeof event <= events.size(); offset += sizeof event) {
+      std::memcpy(&event, events.data() + offset, sizeof event);
+      handler({static_cast<std::uint8_t>(event.response_type & 0x7f), event.detail, event.state,
+               event.time, event.root_x, event.root_y, arrival});
+    }
+  });
+}
+
+std::unique_ptr<RecordStream> RecordStream::startForRequests(Connection& control,
+                                                             const xcb_record_range_t& range,
+                                                             RequestHandler handler) {
+  return start(control, range, fromClient, [handler = std::move(handler)](const auto& reply) {
+    // A client of the other byte order is not understood.
+    const RecordedRequest request{reply.xid_base, dataOf(reply)};
+    if (reply.client_swapped == 0 && request.bytes.size() >= sizeof(std::uint32_t)) {
+      handler(request);
+    }
+  });
+}
+
+std::unique_ptr<RecordStream> RecordStream::start(Connection& control,
+                                                  const xcb_record_range_t& range,
+                                                  std::uint8_t category, Sink sink) {
   if (!control.extensions().record || control.isLost()) return nullptr;
   const std::string& name = control.displayName();
   xcb_connection_t* data = xcb_connect(name.empty() ? nullptr : name.c_str(), nullptr);
-  std::unique_ptr<RecordStream> stream(new RecordStream(control, data, std::move(handler)));
-  if (xcb_connection_has_error(data) != 0 || !stream->enable()) return nullptr;
+  std::unique_ptr<RecordStream> stream(new RecordStream(control, data, category, std::move(sink)));
+  if (xcb_connection_has_error(data) != 0 || !stream->enable(range)) return nullptr;
   return stream;
 }
 
-RecordStream::RecordStream(Connection& control, xcb_connection_t* data, Handler handler)
-    : control_(control), data_(data), handler_(std::move(handler)) {}
+RecordStream::RecordStream(Connection& control, xcb_connection_t* data, std::uint8_t category,
+                           Sink sink)
+    : control_(control), data_(data), category_(category), sink_(std::move(sink)) {}
 
 RecordStream::~RecordStream() {
   beforeWait_.reset();
@@ -48,12 +84,9 @@ RecordStream::~RecordStream() {
   xcb_disconnect(data_);
 }
 
-bool RecordStream::enable() {
+bool RecordStream::enable(const xcb_record_range_t& range) {
   auto* control = control_.xcb();
   const std::uint32_t context = xcb_generate_id(control);
-  xcb_record_range_t range{};
-  range.device_events.first = XCB_KEY_PRESS;
-  range.device_events.last = XCB_MOTION_NOTIFY;
   const xcb_record_client_spec_t clients = XCB_RECORD_CS_ALL_CLIENTS;
   const auto error = own(xcb_request_check(
       control, xcb_record_create_context_checked(control, context, 0, 1, 1, &clients, &range)));
@@ -113,14 +146,11 @@ bool RecordStream::drain() {
       case startOfData:
         enabled_ = true;
         break;
-      case fromServer:
-        deliver(xcb_record_enable_context_data(reply.get()),
-                static_cast<std::size_t>(xcb_record_enable_context_data_length(reply.get())));
-        break;
       case endOfData:
         ended_ = true;
         break;
       default:
+        if (reply->category == category_) sink_(*reply);
         break;
     }
     if (++count == mostAtOnce) return true;
@@ -128,16 +158,6 @@ bool RecordStream::drain() {
   if (xcb_connection_has_error(data_) != 0) ended_ = true;
   if (ended_) watch_ = {};
   return false;
-}
-
-void RecordStream::deliver(const std::uint8_t* events, std::size_t size) {
-  const std::int64_t arrival = monotonicNow();
-  xcb_key_press_event_t event;  // buttons and motion have the same layout
-  for (std::size_t offset = 0; offset + sizeof event <= size; offset += sizeof event) {
-    std::memcpy(&event, events + offset, sizeof event);
-    handler_({static_cast<std::uint8_t>(event.response_type & 0x7f), event.detail, event.state,
-              event.time, event.root_x, event.root_y, arrival});
-  }
 }
 
 }  // namespace tapeloop::x11

@@ -3,6 +3,9 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
+
+#include <xcb/record.h>
 
 #include "platform/x11/connection.h"
 
@@ -19,15 +22,27 @@ struct DeviceEvent {
   std::int64_t arrival = 0;  ///< Monotonic nanoseconds.
 };
 
-/// Every device event of the desktop, in order, through the RECORD extension on a connection of its
-/// own. The server holds events back until it has something to write: whoever knows of an event
+/// A request of a client, before the server has acted on it.
+struct RecordedRequest {
+  std::uint32_t client = 0;             ///< The base of the client's identifiers.
+  std::span<const std::uint8_t> bytes;  ///< As the client sent it; four at least.
+};
+
+/// What the server tells of all clients through the RECORD extension, in order, on a connection of
+/// its own. The server holds it back until it has something to write: whoever knows of an event
 /// has to nudge it with a request that has a reply. Main thread only.
 class RecordStream {
  public:
   using Handler = std::function<void(const DeviceEvent&)>;
+  using RequestHandler = std::function<void(const RecordedRequest&)>;
 
-  /// When this returns, every later event will be delivered. Null on failure.
+  /// Every device event of the desktop. When this returns, every later event will be delivered.
+  /// Null on failure.
   static std::unique_ptr<RecordStream> start(Connection& control, Handler handler);
+  /// The requests of all clients that `range` admits.
+  static std::unique_ptr<RecordStream> startForRequests(Connection& control,
+                                                        const xcb_record_range_t& range,
+                                                        RequestHandler handler);
   RecordStream(const RecordStream&) = delete;
   RecordStream& operator=(const RecordStream&) = delete;
   ~RecordStream();
@@ -36,16 +51,20 @@ class RecordStream {
   void finish();
 
  private:
-  RecordStream(Connection& control, xcb_connection_t* data, Handler handler);
-  bool enable();
+  using Sink = std::function<void(const xcb_record_enable_context_reply_t&)>;
+
+  static std::unique_ptr<RecordStream> start(Connection& control, const xcb_record_range_t& range,
+                                             std::uint8_t category, Sink sink);
+  RecordStream(Connection& control, xcb_connection_t* data, std::uint8_t category, Sink sink);
+  bool enable(const xcb_record_range_t& range);
   bool waitUntilEnabled();
   bool drain();
-  void deliver(const std::uint8_t* events, std::size_t size);
   [[nodiscard]] bool waitReadable() const;
 
   Connection& control_;
   xcb_connection_t* const data_;
-  const Handler handler_;
+  const std::uint8_t category_;  // of the replies that are wanted
+  const Sink sink_;
   std::uint32_t context_ = 0;
   unsigned sequence_ = 0;  // of the one request that all replies answer
   bool enabled_ = false;
