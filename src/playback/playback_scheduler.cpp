@@ -1,5 +1,6 @@
 #include "playback/playback_scheduler.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -102,6 +103,8 @@ void PlaybackScheduler::schedule(Run& run, std::size_t index, double offset) {
   const double delay = offset / playbackDivisor(settings_.playbackSpeed.get());
   state_.timerArray.push_back(services_.runLoop.scheduledTimerWithTimeInterval(
       delay, TimerRepeats::no, [&run, index](const TimerRef&) { run.scheduler.fire(run, index); }));
+  // The time stamps of a stored recording need not be in order.
+  lastDeadline_ = std::max(lastDeadline_, state_.timerArray.back()->deadline());
 }
 
 void PlaybackScheduler::fire(Run& run, std::size_t index) {
@@ -136,6 +139,7 @@ void PlaybackScheduler::endPlayback(const TimerRef& cycleTimer) {
 void PlaybackScheduler::isPlayingChanged() {
   services_.trace.writeLine("isPlaying");
   if (capture_.isPlaying.get()) {
+    lastDeadline_ = longAgo;
     session_ = services_.eventSynthesis.beginPosting();
     state_.ESCwindow =
         openIndicatorWindow(services_.windows, std::make_shared<EscapeWindow>(),
