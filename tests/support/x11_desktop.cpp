@@ -119,6 +119,10 @@ ContentView& X11Desktop::contentView() {
 x11::X11EventSynthesis& X11Desktop::synthesis() {
   return services_->synthesis;
 }
+InputMonitor& X11Desktop::inputMonitor() {
+  return services_->monitor;
+}
+
 HotKeyService& X11Desktop::hotKeys() {
   return services_->hotKeys;
 }
