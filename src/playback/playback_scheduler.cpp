@@ -60,8 +60,10 @@ void PlaybackScheduler::playEventLog() {
   if (log.size() < fewestEvents) return;
   const double first = log.front().timestamp;
   const double last = log.back().timestamp;
-  const double now = services_.clock.date();
-  services_.trace.writeLine("Date Interval: " + dateInterval(now + first, now + last));
+  services_.trace.writeLine([&] {
+    const double now = services_.clock.date();
+    return "Date Interval: " + dateInterval(now + first, now + last);
+  });
   capture_.recordingTime = last - first;
   const std::size_t count = log.size();
   Run& run = beginRun(log.events(), count);

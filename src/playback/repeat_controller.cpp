@@ -54,8 +54,10 @@ void RepeatController::startPlayback(PlayVariant variant) {
   }
   if (variant == PlayVariant::button) {
     trace.writeLine("play button pressed");
-    trace.writeLine("Wait " + std::to_string(settings_.waittimenumber.get()) + " " +
-                    settings_.waittimeunit.get());
+    trace.writeLine([&] {
+      return "Wait " + std::to_string(settings_.waittimenumber.get()) + " " +
+             settings_.waittimeunit.get();
+    });
   } else {
     trace.writeLine("play shortcut pressed");
   }
@@ -67,8 +69,11 @@ void RepeatController::startPlayback(PlayVariant variant) {
   if (state_.ESCwindow) state_.ESCwindow->display();
   services_.runLoop.takeTime();
 
-  trace.writeLine(state_.repeatTimer ? state_.repeatTimer->description() : "repeatTimer");
-  if (variant == PlayVariant::shortcut) trace.writeLine(decimal(settings_.playbackSpeed.get()));
+  trace.writeLine(
+      [&] { return state_.repeatTimer ? state_.repeatTimer->description() : "repeatTimer"; });
+  if (variant == PlayVariant::shortcut) {
+    trace.writeLine([&] { return decimal(settings_.playbackSpeed.get()); });
+  }
 
   const bool repeats = settings_.repeatPlayback.get();
   double period = runDuration() + state_.waitTime;

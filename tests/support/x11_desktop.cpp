@@ -28,7 +28,10 @@ namespace {
 
 class NoTrace final : public Trace {
  public:
-  void writeLine(std::string_view) override {}
+  NoTrace() { loseReader(); }
+
+ private:
+  void write(std::string_view) override {}
 };
 
 std::unique_ptr<x11::Connection> connect(linux::EpollRunLoop& loop, const std::string& display) {
