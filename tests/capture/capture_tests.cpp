@@ -43,7 +43,13 @@ TEST_F(CaptureTest, ArmsCapturesAndStops) {
   EXPECT_FALSE(keySetting.get());
   ASSERT_EQ(desktop.windows.visibleWindows(), 1u);
   const auto& window = *desktop.windows.records().at(0);
-  EXPECT_EQ(window.topLeft, (Point{0, 900}));
+  EXPECT_THAT(
+      window.operations,
+      ElementsAre("createWindow 0 0 500 500 32783 2 false", "makeKeyAndOrderFront",
+                  "setMovableByWindowBackground true", "setLevel 3", "setBackgroundColor 0 0 0 0",
+                  "setStyleMask 32783", "setStyleMask 32783", "setBackingType 2", "setStyleMask 0",
+                  "setStyleMask 8", "setStyleMask 32776", "setReleasedWhenClosed false",
+                  "setIgnoresMouseEvents true", "setContentView 10", "setFrameTopLeftPoint 0 900"));
   EXPECT_TRUE(std::dynamic_pointer_cast<RecordingView>(window.view.lock()));
 
   deliver(move(100.5, {1, 2}));
