@@ -29,8 +29,10 @@ constexpr double limit = 2;
 /// Counts what would be printed.
 class CountingTrace final : public Trace {
  public:
-  void writeLine(std::string_view line) override { bytes += line.size() + 1; }
   std::size_t bytes = 0;
+
+ private:
+  void write(std::string_view line) override { bytes += line.size() + 1; }
 };
 
 /// The part of the program that is looked at, as it is after a start.

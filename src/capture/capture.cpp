@@ -97,7 +97,7 @@ void Capture::handle(const InputEvent& event) {
     settings_.startStopButtonText.set(capturingCaption);
   }
   state_.eventLog.append(event);
-  trace_.writeLine(EventDescription(event).text());
+  trace_.writeLine([&] { return EventDescription(event); });
 }
 
 }  // namespace tapeloop

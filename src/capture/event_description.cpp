@@ -38,14 +38,8 @@ class Writer {
 EventDescription::EventDescription(const InputEvent& event) {
   Writer line(buffer_.data(), buffer_.data() + buffer_.size());
   line << "Optional(";
-  const std::string_view kind = eventKind(event.type);
-  if (kind.empty()) {
-    line << "type " << static_cast<double>(static_cast<std::uint32_t>(event.type));
-  } else {
-    line << kind.substr(1);
-  }
-  line << " at (" << event.locationInWindow.x << ", " << event.locationInWindow.y << ") time "
-       << event.timestamp << " flags 0x";
+  line << eventKind(event.type).substr(1) << " at (" << event.locationInWindow.x << ", "
+       << event.locationInWindow.y << ") time " << event.timestamp << " flags 0x";
   line.hexadecimal(event.modifierFlags) << ")";
   length_ = static_cast<std::size_t>(line.position() - buffer_.data());
 }

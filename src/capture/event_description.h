@@ -8,12 +8,13 @@
 
 namespace tapeloop {
 
-/// The line that the trace holds for a captured event: its type, location, time and flags inside
-/// "Optional(...)". Written for every pointer move, so it is put together without an allocation.
+/// The line that the trace holds for a captured event, which is of a kind that recordings hold: its
+/// type, location, time and flags inside "Optional(...)". Written for every pointer move, so it is
+/// put together without an allocation.
 class EventDescription {
  public:
   explicit EventDescription(const InputEvent& event);
-  [[nodiscard]] std::string_view text() const { return {buffer_.data(), length_}; }
+  explicit operator std::string_view() const { return {buffer_.data(), length_}; }
 
  private:
   std::array<char, 192> buffer_;

@@ -23,7 +23,7 @@ class BracketedList {
     }
     text_.append("\"").append(element).append("\"]");
   }
-  [[nodiscard]] std::string_view text() const { return text_.size() > 1 ? text_ : empty; }
+  explicit operator std::string_view() const { return text_.size() > 1 ? text_ : empty; }
 
  private:
   static constexpr std::string_view empty = "[]";
@@ -90,8 +90,8 @@ void RecordingLibrary::loadSavedRecording(LoadVariant variant, std::size_t row) 
   if (!position) return;
   if (variant == LoadVariant::button) trace_.writeLine("Load Recording");
   load(list.recording(*position));
-  std::string line = "Loading Recording";
-  trace_.writeLine(line.append(list.recordText(*position)));
+  trace_.writeLine(
+      [&] { return std::string("Loading Recording").append(list.recordText(*position)); });
   const bool isLongEnough = takeRecordingTime();
   if (isLongEnough || variant == LoadVariant::contextMenu) toastLoaded_.invert();
 }
@@ -206,25 +206,30 @@ void RecordingLibrary::printRecording(const Recording& recording, std::size_t ev
   trace_.writeNumber(recording.scrollingDeltaXArray.size());
   trace_.writeNumber(recording.charArray.size());
   trace_.writeNumber(recording.modifierArray.size());
-  BracketedList modifiers;
-  for (const std::string& element : recording.modifierArray) modifiers.append(element);
-  trace_.writeLine(modifiers.text());
+  trace_.writeLine([&] {
+    BracketedList modifiers;
+    for (const std::string& element : recording.modifierArray) modifiers.append(element);
+    return modifiers;
+  });
 }
 
 void RecordingLibrary::printTitles(const RecordingList& list) {
+  if (!trace_.hasReader()) return;
   BracketedList titles;
   for (std::size_t i = 0; i < list.size(); ++i) {
     trace_.writeLine(list.title(i));
     titles.append(list.title(i));
-    trace_.writeLine(titles.text());
+    trace_.writeLine(std::string_view(titles));
   }
 }
 
 void RecordingLibrary::printNames() {
-  const auto& names = state_.rows.selectedRecordingName;
-  BracketedList list;
-  for (std::size_t i = 0; i < names.size(); ++i) list.append(names.get(i));
-  trace_.writeLine(list.text());
+  trace_.writeLine([this] {
+    const auto& names = state_.rows.selectedRecordingName;
+    BracketedList list;
+    for (std::size_t i = 0; i < names.size(); ++i) list.append(names.get(i));
+    return list;
+  });
 }
 
 void RecordingLibrary::show(const RecordingList& list) {

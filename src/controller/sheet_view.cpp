@@ -45,7 +45,7 @@ SheetView::SheetView(Observable<bool>& showSheetView, Settings& settings, Trace&
   // The captions follow their values for as long as the sheet is shown.
   subscriptions_.push_back(timesToRepeat.subscribe([this] {
     if (!showSheetView_.get()) return;
-    trace_.writeLine(shortestText(timesToRepeat.get()));
+    trace_.writeLine([this] { return shortestText(timesToRepeat.get()); });
     updateRepeatCaption();
   }));
   subscriptions_.push_back(waittimenumber.subscribe([this] {

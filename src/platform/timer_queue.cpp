@@ -171,7 +171,8 @@ TimerRef TimerQueue::schedule(std::int64_t now, double interval, TimerRepeats re
   if (tick_ && tick_->now == now) now = tick_->due;
   auto timer = std::allocate_shared<Timer>(Pool::Allocator<Timer>(*pool_), nanoseconds, repeats,
                                            std::move(block));
-  push({now + nanoseconds, nextSequence_++, timer});
+  timer->deadline_ = now + nanoseconds;
+  push({timer->deadline_, nextSequence_++, timer});
   return timer;
 }
 
@@ -193,6 +194,7 @@ bool TimerQueue::fireNext(std::int64_t now) {
     const std::int64_t due = entry.deadline + missed * interval;
     push({due + interval, nextSequence_++, entry.timer});
     if (now - due <= mostMadeUpFor) tick_ = Tick{now, due};
+    entry.timer->deadline_ = due;
   }
   entry.timer->fire();
   tick_.reset();

@@ -26,6 +26,8 @@ class Timer : public std::enable_shared_from_this<Timer> {
   /// The timer never fires again.
   void invalidate();
   [[nodiscard]] bool isValid() const { return static_cast<bool>(block_) || running_; }
+  /// When it is due or, once it has fired, was due last: nanoseconds on the clock of its queue.
+  [[nodiscard]] std::int64_t deadline() const { return deadline_; }
   /// For the trace: "Timer every 3.5 s", "Timer after 2 s, invalid".
   [[nodiscard]] std::string description() const;
 
@@ -34,6 +36,7 @@ class Timer : public std::enable_shared_from_this<Timer> {
 
   TimerBlock block_;           // empty: spent, invalidated or running
   std::int64_t interval_ = 0;  // nanoseconds
+  std::int64_t deadline_ = 0;
   TimerRepeats repeats_ = TimerRepeats::no;
   bool running_ = false;  // a repeating timer whose block is on the stack
 };

@@ -3,25 +3,47 @@
 #include <charconv>
 #include <concepts>
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 namespace tapeloop {
 
 /// The running diagnostic trace on standard output, one line a step. Writing a line never blocks
-/// and never fails: a trace that nobody reads costs the program nothing but the line.
+/// and never fails, and where nobody reads the trace no line is made.
 class Trace {
  public:
   virtual ~Trace() = default;
 
+  [[nodiscard]] bool hasReader() const { return hasReader_; }
+
   /// `line` without its line break.
-  virtual void writeLine(std::string_view line) = 0;
+  void writeLine(std::string_view line) {
+    if (hasReader_) write(line);
+  }
+  /// A text that is made for the trace alone comes as a function that makes it.
+  template <std::invocable Text>
+  void writeLine(Text text) {
+    if (hasReader_) write(std::string_view(text()));
+  }
+  template <std::same_as<std::string> Text>
+  void writeLine(Text&& text) = delete;
 
   template <std::integral Number>
   void writeNumber(Number number) {
+    if (!hasReader_) return;
     char digits[24];
     const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-    writeLine({digits, static_cast<std::size_t>(end - digits)});
+    write({digits, static_cast<std::size_t>(end - digits)});
   }
+
+ protected:
+  /// Nobody reads the trace, nor will anybody.
+  void loseReader() { hasReader_ = false; }
+
+ private:
+  virtual void write(std::string_view line) = 0;
+
+  bool hasReader_ = true;
 };
 
 }  // namespace tapeloop

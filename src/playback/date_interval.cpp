@@ -1,6 +1,5 @@
 #include "playback/date_interval.h"
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cmath>
@@ -9,14 +8,9 @@
 namespace tapeloop {
 namespace {
 
-constexpr double yearZero = -62'167'219'200.0;
-constexpr double endOfYear9999 = 253'402'300'799.999;
-
 std::string isoDate(double secondsSince1970) {
   using namespace std::chrono;
-  const double seconds =
-      std::isnan(secondsSince1970) ? 0 : std::clamp(secondsSince1970, yearZero, endOfYear9999);
-  const sys_time<milliseconds> time{milliseconds(std::llround(seconds * 1000))};
+  const sys_time<milliseconds> time{milliseconds(std::llround(secondsSince1970 * 1000))};
   const auto day = floor<days>(time);
   const year_month_day date(day);
   const hh_mm_ss clock(time - day);

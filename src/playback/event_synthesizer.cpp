@@ -71,7 +71,7 @@ void EventSynthesizer::postLoggedEvent(const InputEvent& event) {
     case EventType::scrollWheel:
       return postScroll(event.scrollingDeltaX, event.scrollingDeltaY);
     case EventType::keyDown:
-      trace_.writeLine(modifierSetText(event.modifierFlags));
+      trace_.writeLine([&] { return modifierSetText(event.modifierFlags); });
       return postKey(event.keyCode, true, event.modifierFlags & modifier_flag::all);
     case EventType::keyUp:
       return postKey(event.keyCode, false, event.modifierFlags & modifier_flag::all);

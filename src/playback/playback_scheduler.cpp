@@ -1,5 +1,6 @@
 #include "playback/playback_scheduler.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -59,8 +60,10 @@ void PlaybackScheduler::playEventLog() {
   if (log.size() < fewestEvents) return;
   const double first = log.front().timestamp;
   const double last = log.back().timestamp;
-  const double now = services_.clock.date();
-  services_.trace.writeLine("Date Interval: " + dateInterval(now + first, now + last));
+  services_.trace.writeLine([&] {
+    const double now = services_.clock.date();
+    return "Date Interval: " + dateInterval(now + first, now + last);
+  });
   capture_.recordingTime = last - first;
   const std::size_t count = log.size();
   Run& run = beginRun(log.events(), count);
@@ -102,6 +105,8 @@ void PlaybackScheduler::schedule(Run& run, std::size_t index, double offset) {
   const double delay = offset / playbackDivisor(settings_.playbackSpeed.get());
   state_.timerArray.push_back(services_.runLoop.scheduledTimerWithTimeInterval(
       delay, TimerRepeats::no, [&run, index](const TimerRef&) { run.scheduler.fire(run, index); }));
+  // The time stamps of a stored recording need not be in order.
+  lastDeadline_ = std::max(lastDeadline_, state_.timerArray.back()->deadline());
 }
 
 void PlaybackScheduler::fire(Run& run, std::size_t index) {
@@ -136,6 +141,7 @@ void PlaybackScheduler::endPlayback(const TimerRef& cycleTimer) {
 void PlaybackScheduler::isPlayingChanged() {
   services_.trace.writeLine("isPlaying");
   if (capture_.isPlaying.get()) {
+    lastDeadline_ = longAgo;
     session_ = services_.eventSynthesis.beginPosting();
     state_.ESCwindow =
         openIndicatorWindow(services_.windows, std::make_shared<EscapeWindow>(),

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -29,6 +31,10 @@ class PlaybackScheduler {
   /// Events of an earlier run that are still pending stay pending, and can't be cancelled any more.
   void playRecording();
 
+  /// The latest deadline of this playback's events, those that are over included; long ago if it
+  /// has had none.
+  [[nodiscard]] std::int64_t lastDeadline() const { return lastDeadline_; }
+
   /// What the Escape key does.
   void stopPlayback();
   /// Ends playback: the run's pending events and `cycleTimer` (may be null) are cancelled.
@@ -36,6 +42,7 @@ class PlaybackScheduler {
 
  private:
   struct Run;
+  static constexpr std::int64_t longAgo = std::numeric_limits<std::int64_t>::min();
 
   void playEventLog();
   void playLoadedRecording();
@@ -50,6 +57,7 @@ class PlaybackScheduler {
   const PlaybackServices services_;
   EventSynthesizer synthesizer_;
   std::vector<std::unique_ptr<Run>> runs_;  // those with pending events, the latest one last
+  std::int64_t lastDeadline_ = longAgo;
   std::shared_ptr<EventSynthesis::PostingSession> session_;  // while playback is active
   Subscription isPlayingSubscription_;
 };

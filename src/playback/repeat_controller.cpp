@@ -47,14 +47,17 @@ RepeatController::~RepeatController() {
 void RepeatController::startPlayback(PlayVariant variant) {
   Trace& trace = services_.trace;
   settings_.playCount.set(0);
+  countReached_ = false;
   if (!hasSomethingToPlay()) {
     state_.showingPlayAlert.set(true);
     return;
   }
   if (variant == PlayVariant::button) {
     trace.writeLine("play button pressed");
-    trace.writeLine("Wait " + std::to_string(settings_.waittimenumber.get()) + " " +
-                    settings_.waittimeunit.get());
+    trace.writeLine([&] {
+      return "Wait " + std::to_string(settings_.waittimenumber.get()) + " " +
+             settings_.waittimeunit.get();
+    });
   } else {
     trace.writeLine("play shortcut pressed");
   }
@@ -66,15 +69,18 @@ void RepeatController::startPlayback(PlayVariant variant) {
   if (state_.ESCwindow) state_.ESCwindow->display();
   services_.runLoop.takeTime();
 
-  trace.writeLine(state_.repeatTimer ? state_.repeatTimer->description() : "repeatTimer");
-  if (variant == PlayVariant::shortcut) trace.writeLine(decimal(settings_.playbackSpeed.get()));
+  trace.writeLine(
+      [&] { return state_.repeatTimer ? state_.repeatTimer->description() : "repeatTimer"; });
+  if (variant == PlayVariant::shortcut) {
+    trace.writeLine([&] { return decimal(settings_.playbackSpeed.get()); });
+  }
 
   const bool repeats = settings_.repeatPlayback.get();
   double period = runDuration() + state_.waitTime;
   if (repeats && !(period > 0)) period = shortestCycle;
   state_.repeatTimer = services_.runLoop.scheduledTimerWithTimeInterval(
       period, repeats ? TimerRepeats::yes : TimerRepeats::no,
-      [this, variant](const TimerRef& cycleTimer) { beginCycle(cycleTimer, variant); });
+      [this, variant](const TimerRef& cycleTimer) { tick(cycleTimer, variant); });
   state_.repeatTimer->fire();
 }
 
@@ -105,6 +111,22 @@ double RepeatController::runDuration() const {
   return capture_.recordingTime / playbackDivisor(settings_.playbackSpeed.get());
 }
 
+// The period is settled by the play action, and a run may last longer: another recording was
+// loaded, or the speed lowered. Runs on top of each other would pile up, and Escape cancels the
+// latest one alone.
+void RepeatController::tick(const TimerRef& cycleTimer, PlayVariant variant) {
+  if (!isRunUnderWay(cycleTimer)) beginCycle(cycleTimer, variant);
+}
+
+bool RepeatController::isRunUnderWay(const TimerRef& cycleTimer) const {
+  // However late the tick comes, what counts is when it was due. Without a wait that is when the
+  // last event is due: the next run follows, unless repeating was turned off and the end of this
+  // run, which comes at the same moment too, is the end of playback.
+  const std::int64_t due = cycleTimer->deadline();
+  return settings_.repeatPlayback.get() ? scheduler_.lastDeadline() > due
+                                        : scheduler_.lastDeadline() >= due;
+}
+
 void RepeatController::beginCycle(const TimerRef& cycleTimer, PlayVariant variant) {
   Trace& trace = services_.trace;
   trace.writeLine("repeating now");
@@ -127,13 +149,17 @@ void RepeatController::finishRun(const TimerRef& cycleTimer) {
   trace.writeNumber(count);
   if (equalsIntegerPart(count, settings_.timesToRepeat.get())) {
     trace.writeLine("STOP!!!");
-    if (capture_.isPlaying.get()) scheduler_.endPlayback(cycleTimer);
+    countReached_ = true;
   }
-  if (!settings_.repeatPlayback.get()) capture_.isPlaying.set(false);
-  // A run that Escape ended, or repeating that was turned off half-way, may end a playback whose
-  // cycle timer is another one, or still ticks. Left alone it would start runs that Escape, which
-  // acts during playback only, could never stop.
-  if (!capture_.isPlaying.get() && state_.repeatTimer) state_.repeatTimer->invalidate();
+  // Escape cut this run short, and by now another playback may be on. That one goes on until a run
+  // of its own ends, also if this one has brought the count there.
+  if (cycleTimer != state_.repeatTimer) return;
+  if (countReached_ && capture_.isPlaying.get()) scheduler_.endPlayback(cycleTimer);
+  // Repeating may have been turned off half-way, or on too late: a cycle timer that is spent starts
+  // no further run.
+  if (settings_.repeatPlayback.get() && cycleTimer->isValid()) return;
+  cycleTimer->invalidate();
+  capture_.isPlaying.set(false);
 }
 
 }  // namespace tapeloop

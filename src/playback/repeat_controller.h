@@ -32,6 +32,8 @@ class RepeatController {
   [[nodiscard]] bool hasSomethingToPlay() const;
   void updateWaitTime();
   [[nodiscard]] double runDuration() const;
+  void tick(const TimerRef& cycleTimer, PlayVariant variant);
+  [[nodiscard]] bool isRunUnderWay(const TimerRef& cycleTimer) const;
   void beginCycle(const TimerRef& cycleTimer, PlayVariant variant);
   void finishRun(const TimerRef& cycleTimer);
 
@@ -40,6 +42,7 @@ class RepeatController {
   const PlaybackSettings settings_;
   const PlaybackServices services_;
   PlaybackScheduler& scheduler_;
+  bool countReached_ = false;  // since the play action, perhaps by a run of an earlier playback
   // End-of-run timers are stored nowhere and can't be cancelled. This tells them that there is
   // still a controller to count for.
   std::shared_ptr<const bool> alive_ = std::make_shared<const bool>(true);

@@ -9,6 +9,7 @@ Window {
     property string heading: "Tapeloop"
     property string dismissText: "Dismiss"
     property bool showing: false
+    property bool isWarning: false
     // A second button, which takes the place of the first as the default one; empty: none.
     property string defaultButton: ""
     // The column works out its own height only once the window is on the screen.
@@ -65,12 +66,23 @@ Window {
         Accessible.name: root.heading
         Accessible.description: root.message
 
-        Column {
-            id: body
+        Symbol {
+            id: sign
 
             x: 24
             y: 24
-            width: root.width - 48
+            visible: root.isWarning
+            name: "warning"
+            keepsColors: true
+            side: 40
+        }
+
+        Column {
+            id: body
+
+            x: root.isWarning ? sign.x + sign.width + 16 : 24
+            y: 24
+            width: root.width - x - 24
             spacing: 8
 
             Text {

@@ -73,6 +73,7 @@ FocusScope {
             required property RecorderModel modelData
 
             AlertWindow {
+                isWarning: true
                 heading: recorder.modelData.alertTitle
                 message: recorder.modelData.alertText
                 dismissText: "OK"

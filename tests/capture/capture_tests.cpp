@@ -43,7 +43,13 @@ TEST_F(CaptureTest, ArmsCapturesAndStops) {
   EXPECT_FALSE(keySetting.get());
   ASSERT_EQ(desktop.windows.visibleWindows(), 1u);
   const auto& window = *desktop.windows.records().at(0);
-  EXPECT_EQ(window.topLeft, (Point{0, 900}));
+  EXPECT_THAT(
+      window.operations,
+      ElementsAre("createWindow 0 0 500 500 32783 2 false", "makeKeyAndOrderFront",
+                  "setMovableByWindowBackground true", "setLevel 3", "setBackgroundColor 0 0 0 0",
+                  "setStyleMask 32783", "setStyleMask 32783", "setBackingType 2", "setStyleMask 0",
+                  "setStyleMask 8", "setStyleMask 32776", "setReleasedWhenClosed false",
+                  "setIgnoresMouseEvents true", "setContentView 10", "setFrameTopLeftPoint 0 900"));
   EXPECT_TRUE(std::dynamic_pointer_cast<RecordingView>(window.view.lock()));
 
   deliver(move(100.5, {1, 2}));
@@ -190,14 +196,14 @@ TEST_F(CaptureTest, QuittingInTheMiddleOfACaptureLeavesNoMonitorBehind) {
 TEST(EventDescriptionTest, TellsTypeLocationTimeAndFlagsHoweverLongTheyAre) {
   InputEvent event = keyDown(1234.5, 7, 0x20102);
   event.locationInWindow = {12.25, -3};
-  EXPECT_EQ(EventDescription(event).text(),
+  EXPECT_EQ(std::string_view(EventDescription(event)),
             "Optional(keyDown at (12.25, -3) time 1234.5 flags 0x20102)");
   const double longest = -std::numeric_limits<double>::max() / 3;
-  event = mouse(static_cast<EventType>(0xffffffff), longest, {longest, longest});
+  event = mouse(EventType::leftMouseDragged, longest, {longest, longest});
   event.modifierFlags = std::numeric_limits<std::uint64_t>::max();
   EXPECT_THAT(
-      std::string(EventDescription(event).text()),
-      AllOf(StartsWith("Optional(type 4294967295 at ("), EndsWith(" flags 0xffffffffffffffff)")));
+      std::string(std::string_view(EventDescription(event))),
+      AllOf(StartsWith("Optional(leftMouseDragged at ("), EndsWith(" flags 0xffffffffffffffff)")));
 }
 
 class RecordingViewTest : public SimulatedTest {

@@ -51,11 +51,15 @@ TEST(Recording, DiffersInItsIdentityAndNotInTheSignOfAZero) {
   Recording first = makeRecording(events);
   Recording second = makeRecording(events);
   EXPECT_NE(first, second);
+  const std::hash<Recording> hash;
+  EXPECT_NE(hash(first), hash(second));
   second.uniqueID = first.uniqueID;
   first.locXArray = {0.0};
   second.locXArray = {-0.0};
   EXPECT_EQ(first, second);
-  EXPECT_EQ(std::hash<Recording>{}(first), std::hash<Recording>{}(second));
+  EXPECT_EQ(hash(first), hash(second));
+  std::swap(second.locXArray, second.locYArray);
+  EXPECT_NE(hash(first), hash(second));
 }
 
 TEST(ModifierNames, AreWrittenInOneOrderAndFoundInAny) {

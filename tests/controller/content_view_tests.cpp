@@ -152,10 +152,10 @@ TEST_F(ContentViewTest, EscapeIsTakenAndActedOnWhileSomethingPlaysAndLeftAloneWh
   view->onToolbarAppear();
   record({keyDown(0, 1), keyUp(10, 1)});
   view->playButtonPressed();
-  EXPECT_FALSE(desktop.hotKeys.press(escape));
+  EXPECT_FALSE(desktop.hotKeys.tap(escape));
   EXPECT_FALSE(view->captureState().isPlaying.get());
   view->recordButtonPressed();
-  EXPECT_TRUE(desktop.hotKeys.press(escape));
+  EXPECT_TRUE(desktop.hotKeys.tap(escape));
   EXPECT_TRUE(view->captureState().isRecording.get());
 }
 

@@ -64,31 +64,33 @@ TEST_F(HotKeyTest, OnlyWhatHasAHandlerConsumesItsEvents) {
 
 TEST_F(HotKeyTest, AKeyIsTakenFromOthersOnlyWhileSomebodyActsOnIt) {
   const auto hotKey = HotKey::create(controller, KeyCombo(53, 0));
-  EXPECT_TRUE(service.press(escape));
+  EXPECT_TRUE(service.tap(escape));
   hotKey->setKeyDownHandler([this] { ++pressed; });
-  EXPECT_FALSE(service.press(escape));
+  EXPECT_FALSE(service.tap(escape));
   hotKey->setClaim(HotKeyClaim::observe);
-  EXPECT_TRUE(service.press(escape));
+  EXPECT_TRUE(service.tap(escape));
   EXPECT_EQ(pressed, 2);
   hotKey->setClaim(HotKeyClaim::take);
   hotKey->setIsPaused(true);
-  EXPECT_TRUE(service.press(escape));
+  EXPECT_TRUE(service.tap(escape));
   hotKey->setIsPaused(false);
-  EXPECT_FALSE(service.press(escape));
+  EXPECT_FALSE(service.tap(escape));
   EXPECT_EQ(pressed, 3);
 }
 
-TEST_F(HotKeyTest, ARefusedOneStaysQuietAndIsGoneCleanly) {
+TEST_F(HotKeyTest, ATakenOneStaysQuietUntilItIsFreeAndTriedAgain) {
   service.taken.insert(escape);
   auto hotKey = HotKey::create(controller, KeyCombo(53, 0), [this] { ++pressed; });
-  EXPECT_TRUE(service.registrations.empty());
-  EXPECT_TRUE(service.installedTypes.empty());
-  EXPECT_EQ(controller.boxes().size(), 1u);
+  hotKey->setClaim(HotKeyClaim::take);
+  service.keyboardChanged();
+  service.tap(escape);
+  EXPECT_EQ(pressed, 0);
   service.taken.clear();
-  hotKey->setIsPaused(true);
-  hotKey->setIsPaused(false);
-  service.press(escape);
-  EXPECT_EQ(pressed, 1) << "free by now";
+  service.tap(escape);
+  EXPECT_EQ(pressed, 0) << "nobody has tried again yet";
+  service.keyboardChanged();
+  EXPECT_FALSE(service.tap(escape));
+  EXPECT_EQ(pressed, 1);
   hotKey.reset();
   EXPECT_TRUE(controller.boxes().empty());
 }
@@ -99,8 +101,8 @@ TEST_F(HotKeyTest, AHandlerMayDestroyItsHotKey) {
     ++pressed;
     hotKey.reset();
   });
-  service.press(escape);
-  service.press(escape);
+  service.tap(escape);
+  service.tap(escape);
   EXPECT_EQ(pressed, 1);
   EXPECT_TRUE(service.registrations.empty());
 }
@@ -115,7 +117,7 @@ TEST_F(HotKeyTest, OneThatOutlivesItsRegistryIsReleasedAndDoesNothing) {
     paused->setIsPaused(true);
   }
   EXPECT_TRUE(service.registrations.empty());
-  EXPECT_TRUE(service.press(escape));
+  EXPECT_TRUE(service.tap(escape));
   EXPECT_EQ(pressed, 0);
   paused->setIsPaused(false);
   hotKey->setClaim(HotKeyClaim::observe);
@@ -139,8 +141,12 @@ TEST_F(HotKeyTest, BothLayersShareTheServiceAndLeaveEachOtherAlone) {
       << "attempts that fail count too";
   EXPECT_EQ(send(kEventHotKeyReleased, EventHotKeyID{jwks, 3}), noErr);
   EXPECT_EQ(seen, shortcut);
+  seen = {};
+  EXPECT_EQ(send(kEventHotKeyReleased, EventHotKeyID{jwhk, 3}), eventNotHandledErr);
+  EXPECT_EQ(seen, Shortcut{});
   EXPECT_EQ(send(kEventHotKeyPressed, EventHotKeyID{jwhk, 1}), noErr);
   EXPECT_EQ(pressed, 1);
+  EXPECT_EQ(service.installedTypes.size(), 2u) << "one handler for each layer";
   registrar.unregisterShortcut(shortcut);
   EXPECT_EQ(ids(), (std::vector<EventHotKeyID>{{jwhk, 1}}));
 }

@@ -1,17 +1,16 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/linux/trace.h"
@@ -56,7 +55,9 @@ class TraceTest : public testing::Test {
   /// So many lines within a turn.
   void writeLines(int count, int first = 0) {
     const std::string rest(40, '.');
-    for (int i = first; i < first + count; ++i) trace_->writeLine(std::to_string(i) + rest);
+    for (int i = first; i < first + count; ++i) {
+      trace_->writeLine([&] { return std::to_string(i) + rest; });
+    }
     loop_.endTurn();
   }
   void writeTurn(std::string_view line) {
@@ -94,20 +95,33 @@ TEST_F(TraceTest, WritesTheLinesOfATurnAtItsEndAndLeavesASharedDescriptorBlockin
   EXPECT_EQ(ends.read(), "last\n");
 }
 
-TEST_F(TraceTest, WritesNothingIntoTheJournalOfTheSystem) {
-  const Ends ends = makeEnds(EndsKind::socket);
-  struct stat status {};
-  ASSERT_EQ(fstat(ends.writer.get(), &status), 0);
-  const std::string device = std::to_string(status.st_dev) + ':';
-  for (const bool isJournal : {true, false}) {
-    const auto inode = isJournal ? status.st_ino : status.st_ino + 1;
-    ASSERT_EQ(setenv("JOURNAL_STREAM", (device + std::to_string(inode)).c_str(), 1), 0);
-    trace(ends.writer);
-    trace_->writeLine("typed");
-    trace_.reset();
-    EXPECT_EQ(ends.read(), isJournal ? "" : "typed\n");
+template <typename Text>
+concept CanBeWritten = requires(Trace& trace, Text text) {
+  trace.writeLine(std::move(text));
+};
+static_assert(CanBeWritten<std::string_view> && !CanBeWritten<std::string>,
+              "what is made for the trace alone is made only when it is read");
+
+TEST_F(TraceTest, MakesALineOnlyForAReader) {
+  Ends ends = makeEnds(EndsKind::pipe);
+  const FileDescriptor null(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+  const FileDescriptor zero(::open("/dev/zero", O_WRONLY | O_CLOEXEC));
+  const FileDescriptor closed;
+  int made = 0;
+  const auto write = [&] {
+    trace_->writeLine([&] { return std::to_string(++made); });
+    loop_.endTurn();
+  };
+  for (const int output : {null.get(), closed.get(), ends.writer.get(), zero.get()}) {
+    trace_ = std::make_unique<StandardOutputTrace>(loop_, output);
+    write();
   }
-  unsetenv("JOURNAL_STREAM");
+  EXPECT_EQ(made, 2);
+  EXPECT_EQ(ends.read(), "1\n");
+  trace(ends.writer);
+  ends.reader = FileDescriptor();
+  for (int i = 0; i < 3; ++i) write();
+  EXPECT_EQ(made, 3) << "once a reader has gone nobody takes its place";
 }
 
 TEST_F(TraceTest, KeepsWhatASlowReaderHasNotTaken) {

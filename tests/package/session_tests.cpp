@@ -29,10 +29,13 @@ std::vector<std::string> launcher() {
   std::string line;
   while (std::getline(entry, line) && !line.starts_with("Exec=")) {
   }
-  if (!entry) throw std::runtime_error("the desktop entry starts nothing");
+  const std::string silence = " >/dev/null";
+  const auto silenced = line.find(silence);
+  if (silenced == std::string::npos) throw std::runtime_error("no entry, or one that is traced");
+  // The tests read the trace.
+  const std::string command = line.erase(silenced, silence.size()).substr(5);
   // Nothing of what follows the launcher is looked at.
-  return {"sh", "-c",
-          "PATH='" + (package / "usr/bin").string() + "':$PATH; cd; exec " + line.substr(5),
+  return {"sh", "-c", "PATH='" + (package / "usr/bin").string() + "':$PATH; cd; exec " + command,
           "desktop"};
 }
 

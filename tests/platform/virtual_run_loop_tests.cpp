@@ -1,5 +1,6 @@
 #include <vector>
 
+#include "support/input_monitor_contract.h"
 #include "support/simulated_fixture.h"
 
 namespace tapeloop {
@@ -38,6 +39,12 @@ TEST_F(VirtualRunLoopTest, ATimerThatIsScheduledByATimerCountsFromItsDeadline) {
   EXPECT_EQ(desktop.runLoop.date(), 10.0);
 }
 
+using ScriptedInputMonitorTest = SimulatedTest;
+
+TEST_F(ScriptedInputMonitorTest, HandlersMayAddAndRemoveMonitors) {
+  support::expectHandlersMayAddAndRemoveMonitors(desktop.inputMonitor, [&] { deliver(move(1)); });
+}
+
 // Otherwise a run that follows the last one would post its first event before that has ended it.
 TEST(TimerQueue, WhatALateTickSchedulesKeepsItsPlaceAmongTheTicksUnlessItIsVeryLate) {
   const auto firedAt = [](const std::vector<std::int64_t>& times) {
@@ -60,6 +67,21 @@ TEST(TimerQueue, WhatALateTickSchedulesKeepsItsPlaceAmongTheTicksUnlessItIsVeryL
   EXPECT_THAT(firedAt({10'003, 20'000}), ElementsAre("tick", "tick", "end"));
   EXPECT_THAT(firedAt({20'003, 30'000}), ElementsAre("tick", "tick", "end"));
   EXPECT_THAT(firedAt({12'000, 21'999}), ElementsAre("tick", "tick"));
+}
+
+TEST(TimerQueue, ARepeatingTimerLetsOthersInHoweverShortItsInterval) {
+  TimerQueue queue;
+  queue.schedule(0, 0, TimerRepeats::yes, [](const TimerRef&) {});
+  EXPECT_EQ(queue.nextDeadline(), 100'000);
+}
+
+TEST(TimerQueue, TimersThatWereInvalidatedDoNotPileUp) {
+  TimerQueue queue;
+  queue.schedule(0, 1, TimerRepeats::no, [](const TimerRef&) {});  // stays in front of the others
+  for (int i = 0; i < 10'000; ++i) {
+    queue.schedule(0, 2, TimerRepeats::no, [](const TimerRef&) {})->invalidate();
+  }
+  EXPECT_LT(queue.size(), 100u);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <functional>
 #include <limits>
 #include <utility>
 
@@ -9,6 +10,7 @@ namespace tapeloop {
 namespace {
 
 using namespace testing;
+using ::testing::AnyOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -285,34 +287,134 @@ TEST_F(RepeatControllerTest, ASpeedThatCannotBeDividedByPlaysAtOne) {
   }
 }
 
-TEST_F(RepeatControllerTest, TurningRepeatingOffEndsPlaybackWithTheCurrentRun) {
+TEST_F(RepeatControllerTest, TurningRepeatingOffOrOnHalfWayEndsPlaybackWithTheCurrentRun) {
   load({move(0), move(1)});
-  repeatPlayback.set(true);
-  play();
-  advance(0.5);
-  repeatPlayback.set(false);
-  advance(0.5);
-  EXPECT_FALSE(playing());
-  lines();
-  advance(100);
-  EXPECT_THAT(lines(), Not(Contains("repeating now")));
+  for (const bool repeats : {true, false}) {
+    const std::size_t before = posted().size();
+    repeatPlayback.set(repeats);
+    play();
+    advance(0.5);
+    repeatPlayback.set(!repeats);
+    advance(0.5);
+    EXPECT_FALSE(playing()) << repeats;
+    lines();
+    advance(100);
+    EXPECT_THAT(lines(), IsEmpty());
+    EXPECT_EQ(posted().size() - before, 2u) << "nothing that Escape could not stop";
+  }
 }
 
-// The end of a run that Escape cut short comes later, and may end the playback that is on by then.
-TEST_F(RepeatControllerTest, PlaybackThatAnEarlierRunEndsStartsNoFurtherRuns) {
-  load({move(0), move(10)});
-  repeat(1);
+// Runs on top of each other would all go on when Escape cancels the latest.
+TEST_F(RepeatControllerTest, ATickIsPassedOverWhileARunStillHasEvents) {
+  const std::function<void()> lengthenings[] = {
+      [&] {
+        load({move(0), move(2.25)});
+      },
+      [&] {
+        log({move(0), move(2.25)});
+      },
+      [&] { playbackSpeed.set(1.0 / 2.25); },
+      // The last event need not be the latest one.
+      [&] {
+        state.loadedRecording = makeRecording({move(0), move(2.25), move(1)});
+      },
+  };
+  for (const auto& lengthen : lengthenings) {
+    playbackSpeed.set(1);
+    load({move(0), move(1)});
+    repeat(0);
+    play();
+    advance(0.5);
+    lengthen();
+    advance(1);
+    lines();
+    const std::size_t before = posted().size();
+    advance(1);
+    EXPECT_EQ(std::ranges::count(lines(), "playingTimer"), 0);
+    EXPECT_LE(posted().size() - before, 1u);
+    advance(2);  // the run that began after 1 s ends after 3.25 s, the next tick is at 4 s
+    EXPECT_EQ(std::ranges::count(lines(), "playingTimer"), 1);
+    escape();
+    const std::size_t then = posted().size();
+    advance(100);
+    EXPECT_EQ(posted().size(), then);
+  }
+}
+
+TEST_F(RepeatControllerTest, WhatIsLeftOfAnEarlierPlaybackKeepsNoNewOneFromBeginning) {
+  load({move(0), move(100), move(1)});
   play();
   advance(1);
-  escape();
-  advance(1);
-  play();
-  advance(8);
   EXPECT_FALSE(playing());
-  advance(3);
+  play();
+  advance(1);
+  EXPECT_THAT(postingTimes(), ElementsAre(0.0, 1.0, 1.0, 2.0));
+}
+
+TEST_F(RepeatControllerTest, ALateTickIsPassedOverForWhatWasLaterThanItsDueTime) {
+  load({move(0), move(1)});
+  repeat(0);
+  play();
+  advance(0.5);
+  load({move(0), move(1.25)});
+  advance(1);
+  desktop.runLoop.stall(1);  // past the tick at 2 s and the event after 2.25 s
   lines();
-  advance(100);
-  EXPECT_THAT(lines(), IsEmpty());
+  advance(0);
+  EXPECT_THAT(lines(), Not(Contains("repeating now")));
+  advance(0.5);
+  EXPECT_THAT(lines(), Contains("repeating now"));
+}
+
+// Rounded to nanoseconds, the last event must never be later than the tick that follows it.
+TEST_F(RepeatControllerTest, WithoutAWaitNoTickIsPassedOverWhateverTheDurationOrTheLateness) {
+  repeat(0);
+  for (const double duration : {1.0 / 3, 0.1, 7.777777777777, 12345.6789}) {
+    load({move(1e6 / 7), move(1e6 / 7 + duration)});
+    for (int speed = 1; speed <= 10; ++speed) {
+      playbackSpeed.set(speed);
+      lines();
+      play();
+      for (int i = 0; i < 40; ++i) {
+        advance(duration / speed / 2);
+        desktop.runLoop.stall(0.0005);
+      }
+      escape();
+      EXPECT_GE(std::ranges::count(lines(), "repeating now"), 20) << duration << " / " << speed;
+      advance(duration);
+    }
+  }
+}
+
+TEST_F(RepeatControllerTest, TheEndOfARunThatEscapeCutShortLeavesTheNextPlaybackAlone) {
+  load({move(0), move(10)});
+  for (const bool repeats : {false, true}) {
+    repeatPlayback.set(repeats);
+    timesToRepeat.set(1);
+    play();
+    advance(3);
+    escape();
+    advance(2);
+    play();
+    lines();
+    advance(5);
+    EXPECT_THAT(lines(), ElementsAre("stopped playing", "1", "STOP!!!"));
+    EXPECT_TRUE(playing());
+    EXPECT_EQ(desktop.windows.visibleWindows(), 1u);
+    advance(5);
+    EXPECT_FALSE(playing()) << "the count was reached, though by another run";
+    lines();
+    advance(100);
+    EXPECT_THAT(lines(), AnyOf(IsEmpty(), ElementsAre("stopped playing", "1", "STOP!!!")));
+  }
+}
+
+TEST_F(RepeatControllerTest, TheHintIsOnScreenBeforeTheRunBegins) {
+  desktop.windows.onDisplay([&] { desktop.runLoop.stall(0.05); });
+  load({move(0), move(0.01), move(1)});
+  play();
+  advance(5);
+  EXPECT_THAT(postingTimes(), ElementsAre(0.05, 0.06, 1.05));
 }
 
 }  // namespace

@@ -28,7 +28,10 @@ namespace {
 
 class NoTrace final : public Trace {
  public:
-  void writeLine(std::string_view) override {}
+  NoTrace() { loseReader(); }
+
+ private:
+  void write(std::string_view) override {}
 };
 
 std::unique_ptr<x11::Connection> connect(linux::EpollRunLoop& loop, const std::string& display) {
@@ -119,6 +122,10 @@ ContentView& X11Desktop::contentView() {
 x11::X11EventSynthesis& X11Desktop::synthesis() {
   return services_->synthesis;
 }
+InputMonitor& X11Desktop::inputMonitor() {
+  return services_->monitor;
+}
+
 HotKeyService& X11Desktop::hotKeys() {
   return services_->hotKeys;
 }

@@ -39,6 +39,7 @@ class X11Desktop {
 
   [[nodiscard]] ContentView& contentView();
   [[nodiscard]] x11::X11EventSynthesis& synthesis();
+  [[nodiscard]] InputMonitor& inputMonitor();
   [[nodiscard]] HotKeyService& hotKeys();
   [[nodiscard]] KeyboardLayouts& keyboardLayouts();
   [[nodiscard]] std::vector<Screen> screens() const;

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "support/input_monitor_contract.h"
 #include "support/x_devices.h"
 #include "x11_fixture.h"
 
@@ -27,7 +28,7 @@ class DesktopChange : public X11Test {
     }));
   }
 
-  [[nodiscard]] Point captureMove(int x, int y) {
+  Point captureMove(int x, int y) {
     const auto& log = desktop.contentView().captureState().eventLog;
     const auto before = log.size();
     poster.moveTo(x, y);
@@ -55,6 +56,12 @@ TEST_F(DesktopChange, CapturedPositionsFollowTheMonitors) {
   ASSERT_NO_FATAL_FAILURE(resize());
   EXPECT_EQ(captureMove(100, 100), (Point{100, 600}));
   EXPECT_EQ(desktop.stopCapture().size(), 4U);
+}
+
+TEST_F(DesktopChange, HandlersMayAddAndRemoveInputMonitors) {
+  desktop.startCapture();
+  int x = 100;
+  expectHandlersMayAddAndRemoveMonitors(desktop.inputMonitor(), [&] { captureMove(++x, 100); });
 }
 
 TEST_F(DesktopChange, PlaybackGoesOnOnTheMonitorsThatAreThere) {

@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <cstdlib>
 #include <string>
 
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 #include "platform/linux/signals.h"
 
@@ -19,11 +19,8 @@ namespace {
 // Enough for writes to cost little beside the copying, small enough to stay in the cache.
 constexpr std::size_t writeSize = 128 << 10;
 
-/// Whether this is the journal, which tells programs so in a variable, as device and inode.
-bool isJournal(const struct stat& status) {
-  const char* stream = std::getenv("JOURNAL_STREAM");
-  return stream != nullptr &&
-         stream == std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino);
+bool isNull(const struct stat& status) {
+  return S_ISCHR(status.st_mode) && status.st_rdev == makedev(1, 3);
 }
 
 }  // namespace
@@ -52,7 +49,7 @@ StandardOutputTrace::~StandardOutputTrace() {
 
 void StandardOutputTrace::open(int descriptor) {
   struct stat status {};
-  if (fstat(descriptor, &status) != 0 || isJournal(status)) return;
+  if (fstat(descriptor, &status) != 0 || isNull(status)) return giveUp();
   descriptor_ = descriptor;
   if (S_ISSOCK(status.st_mode)) {
     sink_ = Sink::socket;
@@ -76,8 +73,7 @@ void StandardOutputTrace::open(int descriptor) {
   portion_ = S_ISFIFO(status.st_mode) ? PIPE_BUF : 1;
 }
 
-void StandardOutputTrace::writeLine(std::string_view line) {
-  if (sink_ == Sink::gone) return;
+void StandardOutputTrace::write(std::string_view line) {
   const std::size_t size = line.size() + 1;
   if (pending() + size > writeSize && !waiting_ && lost_ == 0) flush();
   // Once a line was dropped all are, until what is kept has been written and the loss with it.
@@ -108,7 +104,7 @@ void StandardOutputTrace::flush() {
       dropPending();
       return;
     } else if (count == 0 || errno != EINTR) {
-      sink_ = Sink::gone;
+      giveUp();
     }
   }
   if (pending() > 0 && sink_ != Sink::gone) return;
@@ -162,6 +158,11 @@ void StandardOutputTrace::dropPending() {
       std::count(buffer_.begin() + static_cast<std::ptrdiff_t>(written_), buffer_.end(), '\n'));
   buffer_.clear();
   written_ = 0;
+}
+
+void StandardOutputTrace::giveUp() {
+  sink_ = Sink::gone;
+  loseReader();
 }
 
 }  // namespace tapeloop::linux

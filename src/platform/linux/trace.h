@@ -20,9 +20,8 @@ void openStandardDescriptors();
 
 /// The trace on a descriptor, by default standard output. A line is copied into a buffer, which is
 /// written at the end of the turn. What a slow reader does not take is kept, up to a bound; lines
-/// beyond that are dropped, and "... N lines lost" stands in their place. Nothing goes to the
-/// journal of the system, where what the user typed does not belong. Calls `surviveFailedWrites`.
-/// Main thread only.
+/// beyond that are dropped, and "... N lines lost" stands in their place. A descriptor that is
+/// closed, or open on /dev/null, has no reader. Calls `surviveFailedWrites`. Main thread only.
 class StandardOutputTrace final : public Trace {
  public:
   /// Bytes that are kept for a reader that is slow.
@@ -36,16 +35,15 @@ class StandardOutputTrace final : public Trace {
   /// Writes what can be written without waiting.
   ~StandardOutputTrace() override;
 
-  void writeLine(std::string_view line) override;
-
  private:
   enum class Sink : std::uint8_t {
     direct,  ///< Never waits long: a regular file, or a descriptor of our own that is non-blocking.
     socket,
     polled,  ///< Might wait: written to in portions that fit, after asking whether one does.
-    gone,    ///< Closed or broken: everything is dropped.
+    gone,    ///< Closed, broken or /dev/null: there is no reader.
   };
 
+  void write(std::string_view line) override;
   void open(int descriptor);
   [[nodiscard]] std::size_t pending() const { return buffer_.size() - written_; }
   void flush();
@@ -53,6 +51,7 @@ class StandardOutputTrace final : public Trace {
   [[nodiscard]] ssize_t writeSome(std::string_view text) const;
   void waitForReader();
   void dropPending();
+  void giveUp();
 
   EpollRunLoop& loop_;
   Sink sink_ = Sink::gone;

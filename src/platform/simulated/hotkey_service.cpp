@@ -1,6 +1,6 @@
 #include "platform/simulated/hotkey_service.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace tapeloop::simulated {
 
@@ -8,11 +8,9 @@ OSStatus ScriptedHotKeyService::RegisterEventHotKey(std::uint32_t keyCode, std::
                                                     EventHotKeyID id, EventTargetRef, std::uint32_t,
                                                     HotKeyClaim claim,
                                                     std::optional<EventHotKeyRef>& hotKey) {
-  hotKey.reset();
-  const Combination combination{keyCode, modifiers};
-  if (claim == HotKeyClaim::take && taken.count(combination) > 0) return eventHotKeyInvalidErr;
   hotKey = EventHotKeyRef{++latestRef_};
-  registrations.push_back({*hotKey, combination, id, claim});
+  registrations.push_back({*hotKey, {keyCode, modifiers}, id, claim});
+  renewClaims();
   return noErr;
 }
 
@@ -25,6 +23,14 @@ OSStatus ScriptedHotKeyService::UnregisterEventHotKey(EventHotKeyRef hotKey) {
 void ScriptedHotKeyService::setClaim(EventHotKeyRef hotKey, HotKeyClaim claim) {
   for (auto& each : registrations) {
     if (each.ref == hotKey) each.claim = claim;
+  }
+  renewClaims();
+}
+
+void ScriptedHotKeyService::renewClaims() {
+  for (auto& each : registrations) {
+    const bool isWanted = each.claim != HotKeyClaim::observe;
+    each.isTaken = isWanted && (each.isTaken || !taken.contains(each.combination));
   }
 }
 
@@ -43,25 +49,40 @@ OSStatus ScriptedHotKeyService::RemoveEventHandler(EventHandlerRef handler) {
 }
 
 bool ScriptedHotKeyService::press(Combination combination) {
-  const bool isSeen =
-      std::none_of(registrations.begin(), registrations.end(), [&](const auto& each) {
-        return each.combination == combination && each.claim != HotKeyClaim::observe;
-      });
-  tell(combination, kEventHotKeyPressed);
+  bool isSeen = !taken.contains(combination);
+  const bool goesDown = down_.insert(combination).second;
+  std::vector<EventHotKeyID> pressed;
+  for (auto& each : registrations) {
+    if (each.combination != combination) continue;
+    if (each.isTaken) isSeen = false;
+    const bool acts = each.claim != HotKeyClaim::take || each.isTaken;
+    if (!acts || !goesDown) continue;
+    each.isDown = true;
+    pressed.push_back(each.id);
+  }
+  for (const auto& id : pressed) happen({kEventHotKeyPressed, id});
   return isSeen;
 }
 
 void ScriptedHotKeyService::release(Combination combination) {
-  tell(combination, kEventHotKeyReleased);
+  down_.erase(combination);
+  std::vector<EventHotKeyID> released;
+  for (auto& each : registrations) {
+    if (each.combination != combination || !std::exchange(each.isDown, false)) continue;
+    released.push_back(each.id);
+  }
+  for (const auto& id : released) happen({kEventHotKeyReleased, id});
 }
 
-void ScriptedHotKeyService::tell(Combination combination, std::uint32_t kind) {
-  std::vector<EventHotKeyID> ids;
-  for (const auto& each : registrations) {
-    if (each.combination == combination) ids.push_back(each.id);
-  }
-  for (const auto& id : ids) {
-    const HotKeyEvent event{kind, id};
+void ScriptedHotKeyService::happen(HotKeyEvent event) {
+  happenings_.push_back(event);
+  if (!lags_) catchUp();
+}
+
+void ScriptedHotKeyService::catchUp() {
+  while (!happenings_.empty()) {
+    const HotKeyEvent event = happenings_.front();
+    happenings_.pop_front();
     send(&event);
   }
 }
@@ -73,14 +94,6 @@ OSStatus ScriptedHotKeyService::send(const HotKeyEvent* event) {
     if (status == noErr) break;
   }
   return status;
-}
-
-const ScriptedHotKeyService::Registration* ScriptedHotKeyService::find(
-    Combination combination) const {
-  const auto found =
-      std::find_if(registrations.begin(), registrations.end(),
-                   [&](const auto& each) { return each.combination == combination; });
-  return found != registrations.end() ? &*found : nullptr;
 }
 
 }  // namespace tapeloop::simulated

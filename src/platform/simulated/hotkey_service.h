@@ -1,5 +1,6 @@
 #pragma once
 
+#include <deque>
 #include <list>
 #include <optional>
 #include <set>
@@ -19,6 +20,8 @@ class ScriptedHotKeyService final : public HotKeyService {
     Combination combination;
     EventHotKeyID id;
     HotKeyClaim claim;
+    bool isTaken = false;  ///< From every other program.
+    bool isDown = false;
   };
 
   std::optional<EventTargetRef> GetEventDispatcherTarget() override { return EventTargetRef{1}; }
@@ -27,7 +30,7 @@ class ScriptedHotKeyService final : public HotKeyService {
                                std::optional<EventHotKeyRef>& hotKey) override;
   OSStatus UnregisterEventHotKey(EventHotKeyRef hotKey) override;
   void setClaim(EventHotKeyRef hotKey, HotKeyClaim claim) override;
-  void catchUp() override {}
+  void catchUp() override;
   OSStatus InstallEventHandler(EventTargetRef target, EventHandler handler,
                                std::span<const EventTypeSpec> types,
                                std::optional<EventHandlerRef>& installed) override;
@@ -40,10 +43,17 @@ class ScriptedHotKeyService final : public HotKeyService {
   // What the user does with a combination. True if the focused application sees the key too.
   bool press(Combination combination);
   void release(Combination combination);
+  bool tap(Combination combination) {
+    const bool isSeen = press(combination);
+    release(combination);
+    return isSeen;
+  }
+  /// From now on presses and releases are handed out only when somebody catches up.
+  void lag() { lags_ = true; }
+  /// Another map of the keyboard: what could not be taken is tried again.
+  void keyboardChanged() { renewClaims(); }
   /// Hands the event to the handlers, the one installed last first. What the last one asked said.
   OSStatus send(const HotKeyEvent* event);
-
-  [[nodiscard]] const Registration* find(Combination combination) const;
 
   std::list<Registration> registrations;
   std::vector<std::vector<EventTypeSpec>> installedTypes;
@@ -52,9 +62,13 @@ class ScriptedHotKeyService final : public HotKeyService {
   std::optional<std::vector<SymbolicHotKey>> symbolic = std::vector<SymbolicHotKey>{};
 
  private:
-  void tell(Combination combination, std::uint32_t kind);
+  void renewClaims();
+  void happen(HotKeyEvent event);
 
   std::vector<EventHandler> handlers_;  // empty: removed
+  std::set<Combination> down_;
+  std::deque<HotKeyEvent> happenings_;  // not handed out yet
+  bool lags_ = false;
   std::uint64_t latestRef_ = 0;
 };
 

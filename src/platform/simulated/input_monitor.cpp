@@ -9,23 +9,24 @@ std::optional<MonitorToken> ScriptedInputMonitor::addGlobalMonitorForEventsMatch
     EventMask mask, Handler handler) {
   if (refuses_) return std::nullopt;
   const MonitorToken token{nextToken_++};
-  monitors_.push_back({token, mask, std::move(handler)});
+  monitors_.push_back(std::make_shared<Monitor>(Monitor{token, mask, std::move(handler)}));
   return token;
 }
 
 void ScriptedInputMonitor::removeMonitor(MonitorToken token) {
   const auto known = std::find_if(monitors_.begin(), monitors_.end(),
-                                  [&](const Monitor& monitor) { return monitor.token == token; });
+                                  [&](const auto& monitor) { return monitor->token == token; });
   if (known == monitors_.end()) return;
-  const Monitor gone = std::move(*known);
+  const auto gone = *known;
   monitors_.erase(known);
-  for (const InputEvent& event : std::exchange(heldBack_, {})) deliver(event, gone);
+  for (const InputEvent& event : std::exchange(heldBack_, {})) deliver(event, *gone);
+  gone->mask = 0;  // for whoever is delivering to it
 }
 
 void ScriptedInputMonitor::deliver(const InputEvent& event) {
-  // A handler may install and remove monitors.
-  const std::vector<Monitor> monitors = monitors_;
-  for (const Monitor& monitor : monitors) deliver(event, monitor);
+  // Handlers may add and remove monitors: new ones wait for the next event, and those that are gone
+  // hear of nothing more.
+  for (const auto& monitor : std::vector(monitors_)) deliver(event, *monitor);
 }
 
 void ScriptedInputMonitor::deliver(const InputEvent& event, const Monitor& monitor) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -33,7 +34,7 @@ class ScriptedInputMonitor final : public InputMonitor {
   };
   static void deliver(const InputEvent& event, const Monitor& monitor);
 
-  std::vector<Monitor> monitors_;
+  std::vector<std::shared_ptr<Monitor>> monitors_;
   std::vector<InputEvent> heldBack_;
   std::uint64_t nextToken_ = 1;
   bool refuses_ = false;

@@ -17,7 +17,7 @@ constexpr std::int64_t shortestStep = 100'000;
 
 TimerRef VirtualRunLoop::scheduledTimerWithTimeInterval(double interval, TimerRepeats repeats,
                                                         TimerBlock block) {
-  return timers_.schedule(now_, interval, repeats, std::move(block));
+  return timers_.schedule(turn_, interval, repeats, std::move(block));
 }
 
 double VirtualRunLoop::now() const {
@@ -28,6 +28,10 @@ double VirtualRunLoop::date() const {
   return startDate_ + now();
 }
 
+void VirtualRunLoop::stall(double seconds) {
+  now_ += std::llround(seconds * nanosecondsPerSecond);
+}
+
 void VirtualRunLoop::advance(double seconds) {
   const std::int64_t end = now_ + std::llround(seconds * nanosecondsPerSecond);
   int passes = 0;
@@ -35,11 +39,13 @@ void VirtualRunLoop::advance(double seconds) {
     passes = *next > now_ ? 0 : passes + 1;
     now_ = std::max(now_, *next);
     if (passes > mostPassesPerInstant) now_ += shortestStep;
+    takeTime();
     timers_.beginPass();
     while (timers_.fireNext(now_)) {
     }
   }
   now_ = std::max(now_, end);
+  takeTime();
 }
 
 }  // namespace tapeloop::simulated

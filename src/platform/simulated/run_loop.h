@@ -14,13 +14,15 @@ class VirtualRunLoop final : public RunLoop, public Clock {
  public:
   TimerRef scheduledTimerWithTimeInterval(double interval, TimerRepeats repeats,
                                           TimerBlock block) override;
-  /// What a turn does takes no time.
-  void takeTime() override {}
+  void takeTime() override { turn_ = now_; }
   [[nodiscard]] double date() const override;
 
   /// Turns the clock to one deadline after the other and fires what is due there, as far as
   /// `seconds` from now, that moment included.
   void advance(double seconds);
+  /// The turn that is under way takes so long, and what is due meanwhile is late. Otherwise what a
+  /// turn does takes no time.
+  void stall(double seconds);
 
   /// Seconds since this was made.
   [[nodiscard]] double now() const;
@@ -30,7 +32,8 @@ class VirtualRunLoop final : public RunLoop, public Clock {
 
  private:
   TimerQueue timers_;
-  std::int64_t now_ = 0;  // nanoseconds
+  std::int64_t now_ = 0;   // nanoseconds
+  std::int64_t turn_ = 0;  // from which the timers count that this turn creates
   double startDate_ = 0;
 };
 

@@ -12,13 +12,13 @@ namespace tapeloop::simulated {
 /// Keeps the lines of the trace.
 class TraceLines final : public Trace {
  public:
-  void writeLine(std::string_view line) override { lines_.emplace_back(line); }
-
   [[nodiscard]] const std::vector<std::string>& lines() const { return lines_; }
   /// The lines since the last call.
   std::vector<std::string> take() { return std::exchange(lines_, {}); }
 
  private:
+  void write(std::string_view line) override { lines_.emplace_back(line); }
+
   std::vector<std::string> lines_;
 };
 

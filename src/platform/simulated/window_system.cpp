@@ -17,7 +17,9 @@ std::string operation(const char* name, const Arguments&... arguments) {
 
 class RecordedWindow final : public Window {
  public:
-  explicit RecordedWindow(std::shared_ptr<WindowRecord> record) : record_(std::move(record)) {}
+  RecordedWindow(std::shared_ptr<WindowRecord> record,
+                 std::shared_ptr<const std::function<void()>> displaying)
+      : record_(std::move(record)), displaying_(std::move(displaying)) {}
   ~RecordedWindow() override { show(false); }
 
   [[nodiscard]] std::string title() const override { return record_->title; }
@@ -62,8 +64,9 @@ class RecordedWindow final : public Window {
   void setStandardWindowButtonHidden(WindowButton button, bool hidden) override {
     note("setStandardWindowButtonHidden", static_cast<unsigned>(button), hidden);
   }
-  /// Everything is on screen at once.
-  void display() override {}
+  void display() override {
+    if (*displaying_) (*displaying_)();
+  }
   void close() override {
     note("close");
     show(false);
@@ -80,6 +83,7 @@ class RecordedWindow final : public Window {
   }
 
   const std::shared_ptr<WindowRecord> record_;
+  const std::shared_ptr<const std::function<void()>> displaying_;
   std::shared_ptr<View> view_;
 };
 
@@ -95,7 +99,7 @@ std::shared_ptr<Window> RecordedWindowSystem::createWindow(Rect contentRect, Sty
       "createWindow", contentRect.origin.x, contentRect.origin.y, contentRect.size.width,
       contentRect.size.height, mask, static_cast<unsigned>(backing), defer == DeferCreation::yes));
   records_.push_back(record);
-  auto window = std::make_shared<RecordedWindow>(std::move(record));
+  auto window = std::make_shared<RecordedWindow>(std::move(record), displaying_);
   made_.push_back(window);
   return window;
 }
@@ -115,7 +119,7 @@ std::shared_ptr<Window> RecordedWindowSystem::openWindow(std::string title) {
   record->title = std::move(title);
   record->visible = true;
   records_.push_back(record);
-  auto window = std::make_shared<RecordedWindow>(std::move(record));
+  auto window = std::make_shared<RecordedWindow>(std::move(record), displaying_);
   made_.push_back(window);
   return window;
 }

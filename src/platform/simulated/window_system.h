@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/window_system.h"
@@ -30,6 +32,8 @@ class RecordedWindowSystem final : public WindowSystem {
 
   /// Puts a window of this title on screen that somebody else holds.
   std::shared_ptr<Window> openWindow(std::string title);
+  /// Runs each time that a window is brought on screen at once, which on a real desktop takes time.
+  void onDisplay(std::function<void()> callback) { *displaying_ = std::move(callback); }
   /// From now on no window can be made.
   void refuseWindows() { refuses_ = true; }
 
@@ -42,6 +46,8 @@ class RecordedWindowSystem final : public WindowSystem {
  private:
   std::vector<std::shared_ptr<const WindowRecord>> records_;
   std::vector<std::weak_ptr<Window>> made_;  // beside `records_`
+  const std::shared_ptr<std::function<void()>> displaying_ =
+      std::make_shared<std::function<void()>>();
   bool refuses_ = false;
 };
 

@@ -75,7 +75,11 @@ void X11InputMonitor::removeMonitor(MonitorToken token) {
   if (found == monitors_.end()) return;
   // A handler that removes its own monitor has had everything up to the event it is handling.
   if (monitors_.size() == 1 && receiving_ == 0 && stream_) stream_->finish();
-  std::erase_if(monitors_, [token](const auto& monitor) { return monitor->token == token; });
+  std::erase_if(monitors_, [token](const auto& monitor) {
+    if (monitor->token != token) return false;
+    monitor->mask = 0;  // for whoever is delivering to it
+    return true;
+  });
   if (monitors_.empty() && receiving_ == 0) stopStream();
 }
 
@@ -283,10 +287,10 @@ std::optional<InputEvent> X11InputMonitor::translate(const DeviceEvent& event, d
 }
 
 void X11InputMonitor::deliver(const InputEvent& event) {
-  // Handlers may add and remove monitors; indices stay good, and what is removed is kept meanwhile.
-  for (std::size_t i = 0; i < monitors_.size(); ++i) {
-    const auto monitor = monitors_[i];
-    const auto number = static_cast<unsigned>(event.type);
+  // Handlers may add and remove monitors: new ones wait for the next event, and those that are gone
+  // hear of nothing more.
+  const auto number = static_cast<unsigned>(event.type);
+  for (const auto& monitor : std::vector(monitors_)) {
     if (monitor->mask >> number & 1U) monitor->handler(&event);
   }
 }
