@@ -1,3 +1,4 @@
+#include <functional>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -184,6 +185,44 @@ TEST_F(HotKeys, EscapeIsTheApplicationsUntilSomethingPlaysAndStopsThatWhoeverHas
   EXPECT_TRUE(turnUntil([this] { return !desktop.isPlaying(); }));
 }
 
+TEST_F(HotKeys, EscapeStopsAllMotionWhateverMadeARunLonger) {
+  auto& settings = desktop.contentView().settings();
+  settings.repeatPlayback.set(true);
+  settings.timesToRepeat.set(0);
+  const auto moves = [](int count) {
+    std::vector<InputEvent> events;
+    for (int i = 0; i < count; ++i) {
+      events.push_back(inputEvent(EventType::mouseMoved, i * 1e-3, {100.0 + i % 500, 300}));
+    }
+    return events;
+  };
+  const auto motions = [this] { return observer.count(XEventKind::motion); };
+  const std::function<void()> lengthenings[] = {
+      [&] { desktop.setLog(moves(20'000)); },
+      [&] { settings.playbackSpeed.set(0.001); },
+  };
+  for (const auto& lengthen : lengthenings) {
+    desktop.setLog(moves(20));
+    desktop.startPlayback(1);
+    ASSERT_TRUE(turnUntil([&] { return motions() > 40; }));
+    lengthen();
+    const std::size_t before = motions();
+    ASSERT_TRUE(turnUntil([&] { return motions() > before + 10; }));
+    poster.tapKey("Escape");
+    ASSERT_TRUE(turnUntil([this] { return !desktop.isPlaying(); }));
+    settle();
+    observer.clear();
+    // A run that went on would post hundreds of moves before these are struck and seen.
+    for (int i = 0; i < 50; ++i) {
+      poster.tapKey("x");
+      settle();
+    }
+    EXPECT_EQ(motions(), 0);
+    ASSERT_TRUE(turnUntil([&] { return observer.count(XEventKind::keyRelease) >= 50; }));
+    observer.clear();
+  }
+}
+
 TEST_F(HotKeys, EveryKeyThatWritesEscapeStopsAndSoDoesOneThatAnotherProgramHas) {
   const std::uint8_t escapePlace = poster.keycode("Escape");
   const std::uint8_t capsPlace = poster.keycode("Caps_Lock");
@@ -285,8 +324,10 @@ TEST_F(HotKeys, WhatAnotherProgramHasIsKnownAndNeverActsUntilItIsFreeAgain) {
     strike("r");
     EXPECT_TRUE(turnUntil([this] { return !isRecording(); }));
   }
-  EXPECT_THAT(keysSeen(), IsEmpty());
   EXPECT_FALSE(isSystemShortcut(controlOptionR, desktop.hotKeys())) << "our own is not another's";
+  strike("r");
+  EXPECT_TRUE(turnUntil([this] { return isRecording(); }));
+  EXPECT_THAT(keysSeen(), IsEmpty()) << "asking took no key away from us, nor did a refusal";
 }
 
 TEST_F(HotKeys, WhatIsPostedReachesTheApplicationWhileAShortcutIsHeld) {
