@@ -164,6 +164,22 @@ TEST_F(Keyboard, KeypadKeysComeBackAsWhatTheyDidWhateverNumLockIsThen) {
   }
 }
 
+TEST_F(Keyboard, ALockThatIsHeardOfTooLateToBeKeptComesBack) {
+  auto& synthesis = desktop.synthesis();
+  const auto session = synthesis.beginPosting();
+  settle();
+  poster.tapKey("Caps_Lock");
+  for (const bool down : {true, false}) {
+    auto key = synthesis.CGEventCreateKeyboardEvent(0, down);
+    ASSERT_TRUE(key);
+    CGEventSetFlags(*key, modifier_flag::shift);
+    synthesis.CGEventPost(TapLocation::hid, *key);
+  }
+  desktop.sync();
+  EXPECT_EQ(modifiersInForce(), 0) << "the program has not heard of it";
+  EXPECT_TRUE(turnUntil([this] { return modifiersInForce() == XCB_MOD_MASK_LOCK; }));
+}
+
 TEST_F(Keyboard, LocksThatThePersonSetsDuringAPlaybackAreKept) {
   constexpr int taps = 1200;
   std::vector<InputEvent> events;
