@@ -91,6 +91,11 @@ TEST_F(Keyboard, SwitchesOfTheLayoutComeBackAndLockNothing) {
       strike(keys);
     }
     const auto recorded = recordActions();
+    const auto& log = desktop.contentView().captureState().eventLog;
+    const auto ups = std::count_if(log.begin(), log.end(), [](const InputEvent& each) {
+      return each.type == EventType::keyUp;
+    });
+    EXPECT_EQ(2 * static_cast<std::size_t>(ups), log.size());
     ASSERT_TRUE(std::ranges::any_of(recorded, [](const XEvent& each) {
       constexpr std::uint16_t secondGroup = 1U << 13;
       return (each.state & secondGroup) != 0;
@@ -177,6 +182,11 @@ TEST_F(Keyboard, ALockThatIsHeardOfTooLateToBeKeptComesBack) {
   }
   desktop.sync();
   EXPECT_EQ(modifiersInForce(), 0) << "the program has not heard of it";
+  // This one locks, too, and was meant to unlock.
+  poster.tapKey("Caps_Lock");
+  EXPECT_EQ(modifiersInForce(), XCB_MOD_MASK_LOCK);
+  EXPECT_TRUE(turnUntil([this] { return modifiersInForce() == 0; }));
+  poster.tapKey("Caps_Lock");
   EXPECT_TRUE(turnUntil([this] { return modifiersInForce() == XCB_MOD_MASK_LOCK; }));
 }
 

@@ -79,8 +79,12 @@ void KeyboardState::followLocks(std::uint8_t locked, std::uint32_t sequence, boo
   const std::uint8_t changed = locked ^ std::exchange(lockedByServer_, locked);
   if ((byLockRequest && isOwnRequest(sequence)) || changed == 0) return;
   locked_ ^= changed;
-  // A request that the server read later has put back what was in force before.
-  if (latestRequest_ != 0 && isLater(latestRequest_, sequence)) requestLocks(locked_);
+  if (latestRequest_ == 0) return;
+  // A request that the server read later has put back what was in force before; or one before has,
+  // and the key then did the opposite of what the person meant.
+  const bool isOverwritten = isLater(latestRequest_, sequence);
+  const bool isWrong = ((locked ^ locked_) & postingMask_) != 0;
+  if (isOverwritten || isWrong) requestLocks(locked_);
 }
 
 // Whether our request with this number is what did it. One that changed nothing is told of by
