@@ -252,6 +252,9 @@ class ReplacedStoreTest : public SqliteDefaultsStoreTest {
 TEST_F(ReplacedStoreTest, IsMadeAgainWhenItWasDeletedAndHoldsWhatItSaysIsStored) {
   const auto revision = opened_.store->foreignRevision();
   fs::remove_all(file_.parent_path());
+  EXPECT_EQ(value(), std::nullopt);
+  EXPECT_EQ(opened_.store->statusOfRead("key"), StoreStatus::stored);
+  EXPECT_FALSE(fs::exists(file_.parent_path())) << "to read makes nothing";
   EXPECT_EQ(set("after the folder went"), StoreStatus::stored);
   EXPECT_EQ(valueIn(file_), DefaultsValue("after the folder went"));
   EXPECT_NE(opened_.store->foreignRevision(), revision);

@@ -131,10 +131,14 @@ void SqliteDefaultsStore::follow(EpollRunLoop& loop) {
 }
 
 std::optional<DefaultsValue> SqliteDefaultsStore::objectForKey(std::string_view key) const {
-  openWhatIsThere();
+  openWhatIsThere(IfMissing::leave);
   const auto failed = failedReads_.find(key);
   const bool hasFailed = failed != failedReads_.end();
   if (hasFailed && failed->second.isOfThisTurn) return std::nullopt;
+  if (!database_ && !identityOf(file_)) {
+    if (hasFailed) failedReads_.erase(failed);
+    return std::nullopt;
+  }
   const SqliteStatement statement = database_ ? database_.prepare(selectValue) : nullptr;
   if (statement) bindText(statement.get(), 1, key);
   const int result = statement ? sqlite3_step(statement.get()) : SQLITE_ERROR;
@@ -189,7 +193,7 @@ StoreStatus SqliteDefaultsStore::transaction(const std::function<void(const Writ
 std::uint64_t SqliteDefaultsStore::foreignRevision() const {
   // What a transaction reads it is about to write over.
   if (isLookedAt_ && !database_.isInTransaction()) return revision_;
-  openWhatIsThere();
+  openWhatIsThere(IfMissing::leave);
   std::uint64_t version = 0;
   const SqliteStatement statement = database_ ? database_.prepare(selectVersion) : nullptr;
   if (statement && sqlite3_step(statement.get()) == SQLITE_ROW) {
@@ -206,10 +210,18 @@ Subscription SqliteDefaultsStore::observe(std::string_view key, std::function<vo
   return observers_[std::string(key)].connect(std::move(callback));
 }
 
-void SqliteDefaultsStore::openWhatIsThere() const {
+// A file that is missing may be about to be put there by somebody: only who writes makes one. And
+// one that can't be opened is not tried for every value that is asked for.
+void SqliteDefaultsStore::openWhatIsThere(IfMissing ifMissing) const {
   if (database_.isInTransaction() || (database_ && database_.isInPlace())) return;
+  const bool makes = ifMissing == IfMissing::make;
+  const bool isThere = makes || identityOf(file_);
+  if (!database_ && !makes && (!isThere || isTried_)) return;
+  const bool wasOpen = static_cast<bool>(database_);
   database_.close();
-  database_ = StoreDatabase::open(file_);
+  database_ = isThere ? StoreDatabase::open(file_) : StoreDatabase();
+  isTried_ = isInTurns_;
+  if (!wasOpen && !database_) return;
   ++openings_;
   isLookedAt_ = false;
   failedReads_.clear();
@@ -224,7 +236,7 @@ StoreStatus SqliteDefaultsStore::begin() {
   constexpr int attempts = 3;
   StoreStatus status = StoreStatus::locked;
   for (int i = 0; i < attempts; ++i) {
-    openWhatIsThere();
+    openWhatIsThere(IfMissing::make);
     status = database_.writing();
     // Immediate: the right to write comes first, so that nothing that is read can change any more.
     if (status == StoreStatus::stored) status = database_.execute("BEGIN IMMEDIATE");
@@ -272,6 +284,7 @@ void SqliteDefaultsStore::tellObservers(std::string_view key) {
 
 bool SqliteDefaultsStore::endTurn() {
   isLookedAt_ = false;
+  isTried_ = false;
   for (auto& [key, failed] : failedReads_) failed.isOfThisTurn = false;
   if (!std::exchange(isNoticed_, false)) return false;
   foreignWrites_();

@@ -65,9 +65,10 @@ class SqliteDefaultsStore final : public DefaultsStore {
 
   SqliteDefaultsStore(std::filesystem::path file, StoreDatabase database);
 
+  enum class IfMissing : std::uint8_t { leave, make };
   /// Opens the file under the name unless that is the one that is open, or a transaction is under
   /// way.
-  void openWhatIsThere() const;
+  void openWhatIsThere(IfMissing ifMissing) const;
   /// `stored` while the open file is the one under the name.
   [[nodiscard]] StoreStatus place() const;
   [[nodiscard]] StoreStatus begin();
@@ -83,6 +84,7 @@ class SqliteDefaultsStore final : public DefaultsStore {
   mutable std::uint64_t openings_ = 0;  // beyond the first
   mutable std::uint64_t revision_ = 0;
   mutable bool isLookedAt_ = false;  // in this turn: `revision_` holds
+  mutable bool isTried_ = false;     // in this turn: to open the file
   mutable bool isNoticed_ = false;   // something is there that was not read before
   bool isInTurns_ = false;           // follows a loop
   std::map<std::string, Signal<>, std::less<>> observers_;
