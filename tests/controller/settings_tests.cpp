@@ -140,7 +140,6 @@ TEST_F(SettingsTest, AValueThatCouldNotBeReadIsReadAgainWhenItIsUsedNext) {
   settings.waittimenumber.set(20);
   EXPECT_EQ(settings.waittimenumber.get(), 20);
   desktop.defaults.setReadStatus(StoreStatus::stored);
-  EXPECT_EQ(stored("waittimenumber"), DefaultsValue(std::int64_t{30}));
   EXPECT_EQ(settings.playbackSpeed.get(), 4.0);
   desktop.defaults.endTurn();
   EXPECT_THAT(seen, ElementsAre(4.0));
