@@ -1,9 +1,9 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "platform/defaults_store.h"
