@@ -62,7 +62,7 @@ struct Store {
 };
 
 /// The user's store, or one in memory when that can't be opened, so that the program runs.
-Store openStore() {
+Store openStore(linux::EpollRunLoop& runLoop) {
   const auto file = linux::defaultsStorePath();
   if (!file) {
     return {std::make_unique<MemoryDefaultsStore>(),
@@ -70,6 +70,7 @@ Store openStore() {
   }
   auto opened = linux::SqliteDefaultsStore::open(*file);
   if (!opened.store) return {std::make_unique<MemoryDefaultsStore>(), opened.message};
+  opened.store->follow(runLoop);
   return {std::move(opened.store), opened.message};
 }
 
@@ -169,7 +170,7 @@ int run(char* program) {
     if (window) window->bringToFront();
   });
   if (!instance.isFirst()) return 0;
-  const auto [store, problem] = openStore();
+  const auto [store, problem] = openStore(runLoop);
   if (!problem.empty()) complain(problem);
 
   qt::Application application(program, complain, couldNotStart);

@@ -34,7 +34,8 @@ Capture::Capture(CaptureState& state, const CaptureSettings& settings, Permissio
       inputMonitor_(inputMonitor),
       windows_(windows),
       runLoop_(runLoop),
-      trace_(trace) {}
+      trace_(trace),
+      captionChanged_(settings.startStopButtonText.subscribe([this] { captionIsDue_ = true; })) {}
 
 // The state outlives the capture, and its monitor would go on calling the handler.
 Capture::~Capture() {
@@ -67,6 +68,7 @@ void Capture::startRecording() {
   state_.buttonProperties->startStopOpacity.set(disabledOpacity);
   settings_.key.set(false);
   settings_.startStopButtonText.set(armedCaption);
+  captionIsDue_ = true;
   state_.startStopButtonSize.set(FontStyle::callout);
   state_.RECwindow = openIndicatorWindow(windows_, std::make_shared<RecordingView>(runLoop_),
                                          {0, state_.heightScreen});
@@ -90,11 +92,11 @@ void Capture::stopRecording() {
 
 void Capture::handle(const InputEvent& event) {
   // Events from before the stop still arrive while the monitor is being removed, when the caption
-  // is "Record" again. And a caption that is there already is not set once more: a store that
-  // refuses writes would be asked again for every move of the pointer.
-  if (!state_.eventLog.empty() && state_.isRecording.get() &&
-      settings_.startStopButtonText.get() != capturingCaption) {
+  // is "Record" again. And a caption that is there already is not set once more: the store would be
+  // asked again for every move of the pointer.
+  if (captionIsDue_ && !state_.eventLog.empty() && state_.isRecording.get()) {
     settings_.startStopButtonText.set(capturingCaption);
+    captionIsDue_ = false;
   }
   state_.eventLog.append(event);
   trace_.writeLine([&] { return EventDescription(event); });

@@ -39,6 +39,8 @@ class Capture {
   WindowSystem& windows_;
   RunLoop& runLoop_;
   Trace& trace_;
+  bool captionIsDue_ = false;  // in a capture, the caption is not yet the one that goes with it
+  Subscription captionChanged_;
 };
 
 }  // namespace tapeloop

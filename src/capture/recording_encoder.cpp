@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
 
+#include "capture/json_reader.h"
 #include "capture/recording_json.h"
 
 namespace tapeloop {
@@ -11,26 +13,6 @@ namespace {
 constexpr std::size_t bytesPerRow = 64;
 // Below this every integral double is written without an exponent, by the faster way.
 constexpr double plainIntegers = 1e15;
-
-/// The length of the UTF-8 sequence that begins `text` with a byte from 0x80 up, or 0 if it is
-/// none. Overlong forms, surrogates and values beyond U+10FFFF are none.
-std::size_t sequenceLength(std::string_view text) {
-  const auto byte = [&text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  const unsigned char lead = byte(0);
-  const std::size_t length = lead < 0xC2   ? 0
-                             : lead < 0xE0 ? 2
-                             : lead < 0xF0 ? 3
-                             : lead < 0xF5 ? 4
-                                           : 0;
-  if (length == 0 || text.size() < length) return 0;
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) return 0;
-  }
-  const bool overlong = (lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xF0 && byte(1) < 0x90);
-  const bool surrogate = lead == 0xED && byte(1) >= 0xA0;
-  const bool tooLarge = lead == 0xF4 && byte(1) >= 0x90;
-  return overlong || surrogate || tooLarge ? 0 : length;
-}
 
 /// Appends values to a text. Once one of them could not be written `valid` stays false.
 class Encoder {

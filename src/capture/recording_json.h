@@ -19,8 +19,9 @@ std::optional<std::string> encodeRecordings(std::span<const Recording> recording
 
 /// Nothing unless all of `text` is JSON in UTF-8 and every record in it has all of its members,
 /// each of its type. Members may come in any order, unknown ones are ignored, and of several with
-/// the same name the last one counts. An integer may be written as any number with an integral
-/// value; a float too large for a double is refused, one too small is a zero. Column lengths are
+/// the same name the last one counts. A number has to be one that its column can hold, however it
+/// is written: a float too large for a double is refused, one too small is a zero, and an integer
+/// is taken by its value, to the last digit. Anywhere else a number may be any. Column lengths are
 /// not compared.
 std::optional<Recording> decodeRecording(std::string_view text);
 std::optional<std::vector<Recording>> decodeRecordings(std::string_view text);

@@ -72,13 +72,13 @@ void RecordingLibrary::saveRecording() {
   }
   if (!state_.showingSavedRecordings.get()) showSidebar();
   const Recording recording = makeRecording(*log.events());
-  printRecording(recording, log.size());
+  printLengths(recording, log.size());
+  printModifiers(recording);
   const bool isStored = change([&recording](RecordingList& list) {
     return list.append(recording) ? Edit::made : Edit::notEncodable;
   });
   if (!isStored) return;
-  // The text that is stored is the list, field by field.
-  trace_.writeLine(stored_.list().text());
+  printList(stored_.list());
   toastSaved_.invert();
 }
 
@@ -90,8 +90,7 @@ void RecordingLibrary::loadSavedRecording(LoadVariant variant, std::size_t row) 
   if (!position) return;
   if (variant == LoadVariant::button) trace_.writeLine("Load Recording");
   load(list.recording(*position));
-  trace_.writeLine(
-      [&] { return std::string("Loading Recording").append(list.recordText(*position)); });
+  printLoading(list.recordText(*position));
   const bool isLongEnough = takeRecordingTime();
   if (isLongEnough || variant == LoadVariant::contextMenu) toastLoaded_.invert();
 }
@@ -197,7 +196,9 @@ bool RecordingLibrary::change(const std::function<Edit(RecordingList&)>& edit) {
   return outcome.isStored();
 }
 
-void RecordingLibrary::printRecording(const Recording& recording, std::size_t eventCount) {
+// Each of the long lines has a function of its own, which makes its text and does nothing else.
+
+void RecordingLibrary::printLengths(const Recording& recording, std::size_t eventCount) {
   trace_.writeNumber(eventCount);
   trace_.writeNumber(recording.typeArray.size());
   trace_.writeNumber(recording.timestampArray.size());
@@ -206,11 +207,23 @@ void RecordingLibrary::printRecording(const Recording& recording, std::size_t ev
   trace_.writeNumber(recording.scrollingDeltaXArray.size());
   trace_.writeNumber(recording.charArray.size());
   trace_.writeNumber(recording.modifierArray.size());
+}
+
+void RecordingLibrary::printModifiers(const Recording& recording) {
   trace_.writeLine([&] {
     BracketedList modifiers;
     for (const std::string& element : recording.modifierArray) modifiers.append(element);
     return modifiers;
   });
+}
+
+void RecordingLibrary::printList(const RecordingList& list) {
+  // The text that is stored is the list, field by field.
+  trace_.writeLine(list.text());
+}
+
+void RecordingLibrary::printLoading(std::string_view recordText) {
+  trace_.writeLine([&] { return std::string("Loading Recording").append(recordText); });
 }
 
 void RecordingLibrary::printTitles(const RecordingList& list) {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "capture/capture_state.h"
 #include "controller/library_state.h"
@@ -56,7 +57,10 @@ class RecordingLibrary {
   bool takeRecordingTime();
   /// Carries out `edit` on the stored list; if that fails the user is told, and it is false.
   bool change(const std::function<StoredRecordings::Edit(RecordingList&)>& edit);
-  void printRecording(const Recording& recording, std::size_t eventCount);
+  void printLengths(const Recording& recording, std::size_t eventCount);
+  void printModifiers(const Recording& recording);
+  void printList(const RecordingList& list);
+  void printLoading(std::string_view recordText);
   void printTitles(const RecordingList& list);
   void printNames();
   /// There is a row for each entry.

@@ -10,11 +10,15 @@ Setting<T>::Setting(DefaultsStore& store, std::string key, T defaultValue)
     : store_(store),
       key_(std::move(key)),
       defaultValue_(std::move(defaultValue)),
-      observation_(store.observe(key_, [this] { storeChanged(); })) {}
+      observation_(store.observe(key_, [this] { storeChanged(); })),
+      foreignObservation_(store.observeForeignWrites([this] { othersWrote(); })) {}
 
 template <typename T>
 const T& Setting<T>::get() const {
-  if (!value_) load();
+  if (isRefused_) return *value_;
+  const std::uint64_t revision = store_.foreignRevision();
+  if (!isRead_ || revision != revision_) load();
+  revision_ = revision;
   return *value_;
 }
 
@@ -22,27 +26,50 @@ const T& Setting<T>::get() const {
 // even if the value stays the same.
 template <typename T>
 void Setting<T>::set(T value) {
-  const bool changes = !(get() == value);
-  if (!changes && stored_) return;
-  value_ = value;
-  stored_ = store_.setObjectForKey(std::move(value), key_) == StoreStatus::stored;
-  if (changes) changed_();
+  if (get() == value && isStored_) return;
+  // One that could not be read is not written before it can.
+  if (isRefused_) load();
+  take(value);
+  isWriting_ = true;
+  isRefused_ = store_.setObjectForKey(std::move(value), key_) != StoreStatus::stored;
+  isWriting_ = false;
+  if (isRefused_) isStored_ = false;
+  tell();
 }
 
 template <typename T>
 void Setting<T>::load() const {
   const auto object = store_.objectForKey(key_);
+  isRead_ = object || store_.statusOfRead(key_) == StoreStatus::stored;
   const T* const known = object ? std::get_if<T>(&*object) : nullptr;
-  stored_ = known != nullptr;
-  value_ = known ? *known : defaultValue_;
+  isStored_ = known != nullptr;
+  if (isRead_ || !value_) take(known ? *known : defaultValue_);
+}
+
+template <typename T>
+void Setting<T>::take(T value) const {
+  if (value_ && !shown_ && !(*value_ == value)) shown_ = std::move(value_);
+  value_ = std::move(value);
 }
 
 // Also called for writes of our own, which find the value as it is.
 template <typename T>
 void Setting<T>::storeChanged() {
-  const std::optional<T> before = std::exchange(value_, std::nullopt);
+  isRefused_ = false;
   load();
-  if (before && !(*before == *value_)) changed_();
+  if (!isWriting_) tell();
+}
+
+template <typename T>
+void Setting<T>::othersWrote() {
+  if (value_) (void)get();
+  tell();
+}
+
+template <typename T>
+void Setting<T>::tell() {
+  const std::optional<T> shown = std::exchange(shown_, std::nullopt);
+  if (shown && !(*shown == *value_)) changed_();
 }
 
 template class Setting<bool>;

@@ -9,8 +9,12 @@
 
 namespace tapeloop {
 
-/// One value of the defaults store with its type and its default. Reading never writes. A value
-/// that the store refused to write holds for this run all the same.
+/// One value of the defaults store with its type and its default. Reading never writes.
+///
+/// What another process has written counts from the next turn of the run loop in which the value is
+/// used; subscribers hear of it at the end of that turn. One that can't be read counts as before,
+/// or as the default, and is read again when it is used next. A value that the store refused to
+/// write holds for this run, or until another one is stored.
 template <typename T>
 class Setting final : public Observable<T> {
  public:
@@ -25,15 +29,24 @@ class Setting final : public Observable<T> {
 
  private:
   void load() const;
+  void take(T value) const;
   void storeChanged();
+  void othersWrote();
+  void tell();
 
   DefaultsStore& store_;
   const std::string key_;
   const T defaultValue_;
-  mutable std::optional<T> value_;  // empty: not read yet
-  mutable bool stored_ = false;     // the store holds `value_`
+  mutable std::optional<T> value_;      // empty: not read yet
+  mutable std::optional<T> shown_;      // what subscribers know, unless that is `value_`
+  mutable std::uint64_t revision_ = 0;  // of the store when `value_` was read
+  mutable bool isRead_ = false;         // empty or not, the store said what it holds
+  mutable bool isStored_ = false;       // the store holds `value_`
+  bool isRefused_ = false;              // the store took no `value_`: what it holds is older
+  bool isWriting_ = false;
   Signal<> changed_;
   Subscription observation_;
+  Subscription foreignObservation_;
 };
 
 extern template class Setting<bool>;

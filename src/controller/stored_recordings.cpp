@@ -71,7 +71,8 @@ void StoredRecordings::read() {
   auto* const text = value ? std::get_if<std::string>(&*value) : nullptr;
   // Another process may have written anything else.
   const bool isSame = text && isCurrent_ && !isUnreadable_ && *text == list_.text();
-  isCurrent_ = true;
+  // What the store could not hand out is asked for again.
+  isCurrent_ = value || store_.statusOfRead(key) == StoreStatus::stored;
   if (isSame) return;
   auto list = text ? RecordingList::parse(std::move(*text)) : std::nullopt;
   isUnreadable_ = value && !list;

@@ -38,6 +38,11 @@ class DefaultsStore {
   /// Nothing when the key was never set, or can't be read.
   [[nodiscard]] virtual std::optional<DefaultsValue> objectForKey(std::string_view key) const = 0;
 
+  /// What the latest `objectForKey` of this key came to: other than `stored` if there is something
+  /// that can't be read. Until it can, the key refuses to be written: the new value would have been
+  /// made without knowing the old one.
+  [[nodiscard]] virtual StoreStatus statusOfRead(std::string_view key) const = 0;
+
   /// When this returns `stored` the value outlives a crash of the program and of the machine.
   [[nodiscard]] virtual StoreStatus setObjectForKey(const DefaultsValue& value,
                                                     std::string_view key) = 0;
@@ -51,12 +56,17 @@ class DefaultsStore {
   [[nodiscard]] virtual StoreStatus transaction(
       const std::function<void(const Writer& write)>& body) = 0;
 
-  /// Another number than before if another process may have written in between. Writes through this
-  /// object don't count.
+  /// Another number than before if another process may have written in between, or another store
+  /// stands in this one's place. Writes through this object don't count. Cheap enough to be asked
+  /// for each use of a value: the answer may be that of a moment ago, within one turn of the run
+  /// loop. In a transaction it is that of now.
   [[nodiscard]] virtual std::uint64_t foreignRevision() const = 0;
 
   /// `callback` runs after each stored write under `key`, before the call that wrote returns.
   virtual Subscription observe(std::string_view key, std::function<void()> callback) = 0;
+  /// `callback` runs at the end of a turn in which `foreignRevision` was found to be another one,
+  /// or a value could be read again.
+  virtual Subscription observeForeignWrites(std::function<void()> callback) = 0;
 };
 
 }  // namespace tapeloop

@@ -24,6 +24,10 @@ class MemoryDefaultsStore : public DefaultsStore {
     return known->second;
   }
 
+  [[nodiscard]] StoreStatus statusOfRead(std::string_view) const override {
+    return StoreStatus::stored;
+  }
+
   [[nodiscard]] StoreStatus setObjectForKey(const DefaultsValue& value,
                                             std::string_view key) override {
     put(value, key);
@@ -48,7 +52,12 @@ class MemoryDefaultsStore : public DefaultsStore {
     return observers_[std::string(key)].connect(std::move(callback));
   }
 
+  Subscription observeForeignWrites(std::function<void()> callback) override {
+    return foreignWrites_.connect(std::move(callback));
+  }
+
  protected:
+  void tellOfForeignWrites() const { foreignWrites_(); }
   void put(DefaultsValue value, std::string_view key) {
     values_.insert_or_assign(std::string(key), std::move(value));
   }
@@ -66,6 +75,7 @@ class MemoryDefaultsStore : public DefaultsStore {
 
   std::map<std::string, DefaultsValue, std::less<>> values_;
   std::map<std::string, Signal<>, std::less<>> observers_;
+  Signal<> foreignWrites_;
 };
 
 }  // namespace tapeloop

@@ -94,9 +94,12 @@ TEST_F(CaptureTest, EventsThatArriveWhileTheMonitorIsRemovedBelongToTheRecording
   capture->recordAction();
   deliver(move(100));
   deliver(keyDown(101, 7));
+  caption.set("Record");  // by another program that starts
+  deliver(move(101.5));
+  EXPECT_EQ(caption.get(), "Stop Recording");
   desktop.inputMonitor.holdBack(keyUp(102, 7));
   capture->recordAction();
-  EXPECT_EQ(state.eventLog.size(), 3u);
+  EXPECT_EQ(state.eventLog.size(), 4u);
   EXPECT_EQ(state.recordingTime, 2);
   EXPECT_EQ(caption.get(), "Record");
   EXPECT_EQ(lines().back(), "Recording: false");

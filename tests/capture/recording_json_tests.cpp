@@ -77,6 +77,11 @@ TEST(RecordingJson, KeepsEveryBitOfAFloat) {
   const auto bits = [](double value) { return std::bit_cast<std::uint64_t>(value); };
   EXPECT_TRUE(std::ranges::equal(decoded(*text).timestampArray, values, {}, bits, bits));
   EXPECT_TRUE(std::signbit(decoded(with("0.1", "-0")).timestampArray.front()));
+  for (const char* zero : {"0e400", "0e-9999999999999999999"}) {
+    EXPECT_EQ(decoded(with("0.1", zero)).timestampArray.front(), 0) << zero;
+  }
+  const std::string zeros(400, '0');
+  EXPECT_EQ(decoded(with("0.1", "1" + zeros + "e-400")).timestampArray.front(), 1);
   // One that is too small for any other double leaves the recording readable.
   const double tiny = decoded(with("0.1", "-1e-400")).timestampArray.front();
   EXPECT_TRUE(tiny == 0 && std::signbit(tiny));
@@ -113,7 +118,7 @@ TEST(RecordingJson, IsNotWrittenWithWhatItCantCarry) {
 TEST(RecordingJson, AcceptsMembersInAnyOrderAndIgnoresUnknownOnes) {
   const std::string title = R"("title":"New Recording",)";
   const std::string unknown =
-      R"("other":{"title":7,"typeArray":[null,[{"a":[true]}]]},"n":null,"x":[],"y":-1.5e3,"z":"",)";
+      R"("other":{"title":7,"typeArray":[null,[{"a":[true]}]]},"n":null,"x":[],"y":-1.5e3,"z":"","huge":1e400,)";
   EXPECT_EQ(decoded(with(title, unknown)
                         .insert(sampleText.size() - title.size() + unknown.size() - 1,
                                 R"(,"title":"New Recording")")),
@@ -140,13 +145,17 @@ TEST(RecordingJson, TakesIntegersByTheirValueAndWithinTheirRange) {
     EXPECT_EQ(decoded(with("65535", digits)).charArray.front(), 1) << digits;
   }
   for (const char* digits :
-       {"65536", "-1", "0.5", "1e5", "\"1\"", "1e-400", "18446744073709551616"}) {
+       {"65536", "-1", "0.5", "12e-1", "1e5", "\"1\"", "1e-400", "18446744073709551616"}) {
     EXPECT_FALSE(decodeRecording(with("65535", digits))) << digits;
   }
   EXPECT_THAT(decoded(with("[0,2]", "[-9223372036854775808,9223372036854775807]")).clickCountArray,
               ElementsAre(INT64_MIN, INT64_MAX));
-  for (const char* digits :
-       {"9223372036854775808", "-9223372036854775809", "1e19", "2.5", "1e400"}) {
+  EXPECT_THAT(decoded(with("[0,2]", "[1e18,9007199254740993.0,-9223372036854775.808e3,0e400]"))
+                  .clickCountArray,
+              ElementsAre(1'000'000'000'000'000'000, 9007199254740993, INT64_MIN, 0));
+  for (const char* digits : {"9223372036854775808", "-9223372036854775809",
+                             "9223372036854775.808e3", "9223372036854775807.5", "1e19", "2.5",
+                             "1e400", "1e-9999999999999999999", "1e9999999999999999999"}) {
     EXPECT_FALSE(decodeRecording(with("[0,2]", std::string("[") + digits + "]"))) << digits;
   }
 }
@@ -159,7 +168,7 @@ TEST(RecordingJson, RefusesWhatIsNoJsonOrNoRecord) {
        {"1e400", "01", ".1", "+1", "NaN", "-Infinity", "0x1", "0.1,", "0.1/**/"}) {
     EXPECT_FALSE(decodeRecording(with("0.1", number))) << number;
   }
-  for (const char* title : {"\n", R"(\x)", R"(\ud800)", R"(\udc00)", R"(\ud800\u0041)"}) {
+  for (const char* title : {"\n", R"(\x)", R"(\ud800)", R"(\udc00\udc00)", R"(\ud800\u0041)"}) {
     EXPECT_FALSE(decodeRecording(with("New", title))) << title;
   }
   for (const std::string& text : {sampleText + "x", sampleText + "\0"s, sampleText + "\0{"s,

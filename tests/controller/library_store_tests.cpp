@@ -78,6 +78,19 @@ TEST_F(LibraryTest, AListThatCannotBeReadShowsNoRowsAndIsKeptAsideBeforeItIsRepl
   }
 }
 
+TEST_F(LibraryTest, AListThatTheStoreCouldNotHandOutIsAskedForAgain) {
+  store({"a", "b"});
+  desktop.defaults.setReadStatus(StoreStatus::unavailable);
+  openSidebar();
+  EXPECT_EQ(state().rowCount.get(), 0u);
+  capture({move(1), move(2)});
+  library().saveRecording();
+  EXPECT_NE(state().storeAlert.get(), "");
+  desktop.defaults.setReadStatus(StoreStatus::stored);
+  library().saveRecording();
+  EXPECT_THAT(shownNames(), ElementsAre("a", "b", "New Recording"));
+}
+
 TEST_F(LibraryTest, WhatCannotBeEncodedIsNotWritten) {
   store({"a"});
   openSidebar();

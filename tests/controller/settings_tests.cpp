@@ -5,6 +5,8 @@ namespace tapeloop {
 namespace {
 
 using namespace testing;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 class SettingsTest : public SimulatedTest {
  protected:
@@ -98,6 +100,57 @@ TEST_F(SettingsTest, AValueThatCannotBeStoredHoldsForThisRunAndIsTriedAgain) {
   settings.playbackSpeed.set(last);
   EXPECT_EQ(stored("playbackSpeed"), DefaultsValue(last));
   EXPECT_EQ(changes, 5);
+}
+
+TEST_F(SettingsTest, WhatAnotherProcessHasWrittenIsUsedAndShownAndNotWrittenOver) {
+  Settings settings(desktop.defaults);
+  std::vector<std::int64_t> seen;
+  const auto subscription =
+      settings.playCount.subscribe([&] { seen.push_back(settings.playCount.get()); });
+  EXPECT_EQ(settings.playCount.get(), 0);
+  EXPECT_EQ(settings.waittimenumber.get(), 5);
+  desktop.defaults.writeElsewhere(std::int64_t{7}, "playCount");
+  EXPECT_EQ(settings.playCount.get(), 7);
+  EXPECT_THAT(seen, IsEmpty()) << "whoever asks is not interrupted";
+  desktop.defaults.endTurn();
+  EXPECT_THAT(seen, ElementsAre(7));
+
+  desktop.defaults.writeElsewhere(std::int64_t{8}, "playCount");
+  desktop.defaults.endTurn();
+  EXPECT_THAT(seen, ElementsAre(7, 8)) << "also those that nobody asked for";
+  desktop.defaults.writeElsewhere(std::int64_t{9}, "playCount");
+  settings.playCount.set(8);
+  EXPECT_EQ(stored("playCount"), DefaultsValue(std::int64_t{8}));
+  desktop.defaults.endTurn();
+  EXPECT_THAT(seen, ElementsAre(7, 8)) << "the 9 was never shown";
+  const auto reads = desktop.defaults.reads("waittimenumber");
+  for (int i = 0; i < 10; ++i) (void)settings.waittimenumber.get();
+  EXPECT_EQ(desktop.defaults.reads("waittimenumber"), reads);
+}
+
+TEST_F(SettingsTest, AValueThatCouldNotBeReadIsReadAgainWhenItIsUsedNext) {
+  write("waittimenumber", std::int64_t{30});
+  write("playbackSpeed", 4.0);
+  Settings settings(desktop.defaults);
+  std::vector<double> seen;
+  const auto subscription =
+      settings.playbackSpeed.subscribe([&] { seen.push_back(settings.playbackSpeed.get()); });
+  desktop.defaults.setReadStatus(StoreStatus::unavailable);
+  EXPECT_EQ(settings.playbackSpeed.get(), 1.0);
+  settings.waittimenumber.set(20);
+  EXPECT_EQ(settings.waittimenumber.get(), 20);
+  desktop.defaults.setReadStatus(StoreStatus::stored);
+  EXPECT_EQ(settings.playbackSpeed.get(), 4.0);
+  desktop.defaults.endTurn();
+  EXPECT_THAT(seen, ElementsAre(4.0));
+  EXPECT_EQ(settings.waittimenumber.get(), 20) << "what the user chose holds for this run";
+  settings.waittimenumber.set(10);
+  EXPECT_EQ(stored("waittimenumber"), DefaultsValue(std::int64_t{10}));
+
+  write("waittimenumber", std::int64_t{40});
+  desktop.defaults.setReadStatus(StoreStatus::unavailable);
+  desktop.defaults.writeElsewhere(true, "key");
+  EXPECT_EQ(settings.waittimenumber.get(), 40) << "rather what is known than the default";
 }
 
 }  // namespace

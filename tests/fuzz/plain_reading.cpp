@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <limits>
 #include <set>
 #include <string>
 #include <utility>
@@ -20,27 +21,74 @@ using rapidjson::SizeType;
 using rapidjson::Value;
 
 constexpr std::size_t memberCount = 11;
-constexpr double lastExactInteger = 9007199254740992.0;
-// Stands before the digits of a number. No text begins with it, since it is not UTF-8.
-constexpr char numberMark = '\xFF';
+// Stand before the digits of a number and before every other text.
+constexpr char numberMark = 'n';
+constexpr char textMark = 't';
+
+bool isNumber(std::string_view text) {
+  const auto skip = [&text](std::string_view bytes) {
+    if (text.empty() || bytes.find(text.front()) == std::string_view::npos) return false;
+    text.remove_prefix(1);
+    return true;
+  };
+  const auto skipDigits = [&skip] {
+    bool any = false;
+    while (skip("0123456789")) any = true;
+    return any;
+  };
+  skip("-");
+  if (!skip("0") && !skipDigits()) return false;
+  if (skip(".") && !skipDigits()) return false;
+  if (skip("eE")) {
+    skip("+-");
+    if (!skipDigits()) return false;
+  }
+  return text.empty();
+}
+
+/// The same JSON with every number as a text, which may be as long as it likes: the parser takes no
+/// number that a double can't hold, and a member that nobody knows may hold any.
+std::optional<std::string> withNumbersAsTexts(std::string_view json) {
+  std::string marked;
+  while (!json.empty()) {
+    const std::size_t number = std::min(json.find_first_not_of("+-.0123456789eE"), json.size());
+    std::size_t length = 1;
+    if (json.front() == '"') {
+      while (length < json.size() && json[length] != '"') length += json[length] == '\\' ? 2 : 1;
+      length = std::min(length + 1, json.size());
+      marked.append({'"', textMark}).append(json.substr(1, length - 1));
+    } else if (number > 0 && json.front() != 'e') {  // which ends true and false
+      if (!isNumber(json.substr(0, number))) return std::nullopt;
+      length = number;
+      marked.append({'"', numberMark}).append(json.substr(0, length)).append("\"");
+    } else {
+      marked += json.front();
+    }
+    json.remove_prefix(length);
+  }
+  return marked;
+}
+
+/// Half a pair of surrogates, which the parser lets through if it is the second one.
+bool holdsSurrogate(std::string_view text) {
+  for (std::size_t i = 0; i + 1 < text.size(); ++i) {
+    if (text[i] == '\xED' && static_cast<unsigned char>(text[i + 1]) >= 0xA0) return true;
+  }
+  return false;
+}
 
 /// Builds a tree whose numbers are still text.
 class TreeBuilder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, TreeBuilder> {
  public:
   explicit TreeBuilder(Document& tree) : tree_(tree) {}
   bool Default() { return tree_.Null(); }
-  bool RawNumber(const char* digits, SizeType size, bool) {
-    const std::string marked = numberMark + std::string(digits, size);
-    return tree_.String(marked.data(), size + 1, true);
-  }
   bool String(const char* text, SizeType size, bool) {
-    // Half a pair of surrogates, which the parser lets through if it is the second one.
-    for (SizeType i = 0; i + 1 < size; ++i) {
-      if (text[i] == '\xED' && static_cast<unsigned char>(text[i + 1]) >= 0xA0) return false;
-    }
-    return tree_.String(text, size, true);
+    return !holdsSurrogate({text, size}) && tree_.String(text, size, true);
   }
-  bool Key(const char* text, SizeType size, bool) { return tree_.Key(text, size, true); }
+  bool Key(const char* text, SizeType size, bool) {
+    if (holdsSurrogate({text, size}) || text[0] != textMark) return false;
+    return tree_.Key(text, size, true);
+  }
   bool StartObject() { return tree_.StartObject(); }
   bool EndObject(SizeType members) { return tree_.EndObject(members); }
   bool StartArray() { return tree_.StartArray(); }
@@ -52,30 +100,31 @@ class TreeBuilder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, TreeB
 
 /// Null unless all of `text` is JSON.
 Document readTree(std::string_view text) {
-  constexpr unsigned flags = rapidjson::kParseIterativeFlag |
-                             rapidjson::kParseValidateEncodingFlag |
-                             rapidjson::kParseNumbersAsStringsFlag;
-  auto parse = [text](Document& tree) {
-    rapidjson::MemoryStream stream(text.data(), text.size());
+  constexpr unsigned flags = rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
+  const auto marked = withNumbersAsTexts(text);
+  auto parse = [&marked](Document& tree) {
+    if (!marked) return false;
+    rapidjson::MemoryStream stream(marked->data(), marked->size());
     rapidjson::Reader reader;
     TreeBuilder builder(tree);
-    return reader.Parse<flags>(stream, builder) && stream.Tell() == text.size();
+    return reader.Parse<flags>(stream, builder) && stream.Tell() == marked->size();
   };
   Document tree;
   tree.Populate(parse);
   return tree;
 }
 
+/// Without its mark.
 std::string_view textOf(const Value& value) {
-  return {value.GetString(), value.GetStringLength()};
+  return {value.GetString() + 1, value.GetStringLength() - 1};
 }
 
-bool isNumber(const Value& value) {
-  return value.IsString() && textOf(value).starts_with(numberMark);
+bool isMarked(const Value& value, char mark) {
+  return value.IsString() && value.GetString()[0] == mark;
 }
 
 bool read(const Value& value, std::string& text) {
-  if (!value.IsString() || isNumber(value)) return false;
+  if (!isMarked(value, textMark)) return false;
   text = textOf(value);
   return true;
 }
@@ -88,23 +137,30 @@ bool read(const Value& value, Uuid& identity) {
 }
 
 bool read(const Value& value, double& number) {
-  if (!isNumber(value)) return false;
+  if (!isMarked(value, numberMark)) return false;
   number = std::strtod(value.GetString() + 1, nullptr);
   return std::isfinite(number);
 }
 
+/// Its digits are written out, with zeros on both sides, and the point is moved.
 bool read(const Value& value, std::int64_t& number) {
-  if (!isNumber(value)) return false;
-  const char* digits = value.GetString() + 1;
+  if (!isMarked(value, numberMark)) return false;
+  const std::string text(textOf(value));
+  const std::size_t end = std::min(text.find_first_of("eE"), text.size());
+  const std::size_t begin = text.front() == '-' ? 1 : 0;
+  const std::size_t point = std::min(text.find('.'), end);
+  // Further away than this there is nothing but zeros, or more digits than any integer has.
+  const auto reach = static_cast<long>(text.size()) + std::numeric_limits<std::int64_t>::digits10;
+  const long written = end < text.size() ? std::strtol(text.c_str() + end + 1, nullptr, 10) : 0;
+  const std::string zeros(static_cast<std::size_t>(reach) + 1, '0');
+  std::string whole = zeros + text.substr(begin, point - begin);
+  const std::size_t place =
+      whole.size() + static_cast<std::size_t>(std::clamp(written, -reach, reach));
+  whole += text.substr(std::min(point + 1, end), end - std::min(point + 1, end)) + zeros;
+  if (whole.find_first_not_of('0', place) != std::string::npos) return false;
   errno = 0;
-  if (textOf(value).find_first_of(".eE") == std::string_view::npos) {
-    number = std::strtoll(digits, nullptr, 10);
-    return errno == 0;
-  }
-  const double real = std::strtod(digits, nullptr);
-  if (errno != 0 || std::abs(real) > lastExactInteger || std::floor(real) != real) return false;
-  number = static_cast<std::int64_t>(real);
-  return true;
+  number = std::strtoll((text.substr(0, begin) + whole.substr(0, place)).c_str(), nullptr, 10);
+  return errno == 0;
 }
 
 bool read(const Value& value, std::uint16_t& number) {

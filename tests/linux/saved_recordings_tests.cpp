@@ -1,10 +1,11 @@
-// The saved recordings in a real store whose program is killed.
+// The saved recordings in a real store, whose program is killed or whose file is replaced.
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <filesystem>
 #include <random>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -83,6 +84,41 @@ TEST(SavedRecordings, AreAsBeforeOrAsAfterASaveInWhichTheProgramIsKilled) {
     }
     latest = last;
   }
+}
+
+TEST(SavedRecordings, AreChangedAsTheyStandInTheStoreThatIsThereByThen) {
+  const support::TemporaryFolder folder;
+  const auto file = folder.path() / "defaults.sqlite3";
+  const auto add = [](StoredRecordings& recordings, const std::string& title) {
+    Recording recording = makeRecording({});
+    recording.title = title;
+    return recordings
+        .change([&](RecordingList& list) {
+          return list.append(recording) ? Edit::made : Edit::notEncodable;
+        })
+        .isStored();
+  };
+  const auto titles = [](StoredRecordings& recordings) {
+    std::vector<std::string> found;
+    for (std::size_t i = 0; i < recordings.list().size(); ++i) {
+      found.push_back(recordings.list().title(i));
+    }
+    return found;
+  };
+  const auto opened = SqliteDefaultsStore::open(file);
+  StoredRecordings recordings(*opened.store);
+  ASSERT_TRUE(add(recordings, "before"));
+  {
+    const auto backup = SqliteDefaultsStore::open(folder.path() / "backup.sqlite3");
+    StoredRecordings theirs(*backup.store);
+    ASSERT_TRUE(add(theirs, "backup"));
+  }
+  std::filesystem::rename(folder.path() / "backup.sqlite3", file);
+  ASSERT_TRUE(add(recordings, "after"));
+  EXPECT_THAT(titles(recordings), testing::ElementsAre("backup", "after"));
+  const auto again = SqliteDefaultsStore::open(file);
+  StoredRecordings stored(*again.store);
+  EXPECT_THAT(titles(stored), testing::ElementsAre("backup", "after"));
 }
 
 }  // namespace

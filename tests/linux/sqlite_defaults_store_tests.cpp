@@ -12,6 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "platform/linux/run_loop.h"
 #include "platform/linux/sqlite_defaults_store.h"
 #include "support/temporary_folder.h"
 
@@ -197,13 +198,123 @@ TEST_F(SqliteDefaultsStoreTest, TwoProgramsThatCountTogetherLoseNothing) {
   EXPECT_EQ(open().store->objectForKey("count"), DefaultsValue(2 * each));
 }
 
-TEST_F(SqliteDefaultsStoreTest, NoticesThatSomebodyElseHasWritten) {
+TEST_F(SqliteDefaultsStoreTest, LooksForWhatOthersWroteOnceATurnAndTellsOfItAtTheEnd) {
   const auto mine = open();
   const auto theirs = open();
+  EpollRunLoop loop;
+  mine.store->follow(loop);
+  (void)mine.store->foreignRevision();
+  loop.endTurn();
+  int told = 0;
+  const auto subscription = mine.store->observeForeignWrites([&] { ++told; });
   const auto revision = mine.store->foreignRevision();
-  EXPECT_EQ(mine.store->foreignRevision(), revision);
   EXPECT_EQ(theirs.store->setObjectForKey(true, "key"), StoreStatus::stored);
+  EXPECT_EQ(mine.store->foreignRevision(), revision) << "in this turn it was asked already";
+  loop.endTurn();
   EXPECT_NE(mine.store->foreignRevision(), revision);
+  EXPECT_EQ(told, 0);
+  loop.endTurn();
+  EXPECT_EQ(told, 1);
+  const auto later = mine.store->foreignRevision();
+  EXPECT_EQ(theirs.store->setObjectForKey(false, "key"), StoreStatus::stored);
+  EXPECT_EQ(mine.store->transaction([&](const DefaultsStore::Writer&) {
+    EXPECT_NE(mine.store->foreignRevision(), later) << "what is read here is written over";
+  }),
+            StoreStatus::stored);
+}
+
+/// Stores that are put where another one stands, while that is open.
+class ReplacedStoreTest : public SqliteDefaultsStoreTest {
+ protected:
+  ReplacedStoreTest() {
+    storeText("old");
+    opened_ = open();
+    EXPECT_EQ(set("mine"), StoreStatus::stored);
+  }
+  /// A sound store with this text, which nobody has open.
+  fs::path backup(const std::string& text) {
+    const fs::path file = folder_.path() / "backup" / "defaults.sqlite3";
+    const auto made = SqliteDefaultsStore::open(file);
+    EXPECT_EQ(made.store->setObjectForKey(text, "key"), StoreStatus::stored);
+    return file;
+  }
+  StoreStatus set(const std::string& text) { return opened_.store->setObjectForKey(text, "key"); }
+  std::optional<DefaultsValue> value() { return opened_.store->objectForKey("key"); }
+  static std::optional<DefaultsValue> valueIn(const fs::path& file) {
+    const auto other = SqliteDefaultsStore::open(file);
+    return other.store ? other.store->objectForKey("key") : std::nullopt;
+  }
+
+  SqliteDefaultsStore::Opened opened_;
+  const fs::path aside_ = folder_.path() / "aside.sqlite3";
+};
+
+TEST_F(ReplacedStoreTest, IsMadeAgainWhenItWasDeletedAndHoldsWhatItSaysIsStored) {
+  const auto revision = opened_.store->foreignRevision();
+  fs::remove_all(file_.parent_path());
+  EXPECT_EQ(value(), std::nullopt);
+  EXPECT_EQ(opened_.store->statusOfRead("key"), StoreStatus::stored);
+  EXPECT_FALSE(fs::exists(file_.parent_path())) << "to read makes nothing";
+  EXPECT_EQ(set("after the folder went"), StoreStatus::stored);
+  EXPECT_EQ(valueIn(file_), DefaultsValue("after the folder went"));
+  EXPECT_NE(opened_.store->foreignRevision(), revision);
+  EXPECT_EQ(modeOf(file_.parent_path()), fs::perms(0700));
+  EXPECT_FALSE(fs::is_empty(file_.parent_path()));
+  for (const auto& entry : fs::directory_iterator(file_.parent_path())) {
+    EXPECT_EQ(modeOf(entry.path()), fs::perms(0600)) << entry.path();
+  }
+  fs::remove(file_);
+  EXPECT_EQ(value(), std::nullopt);
+  EXPECT_EQ(set("after the file went"), StoreStatus::stored);
+  EXPECT_EQ(valueIn(file_), DefaultsValue("after the file went"));
+}
+
+TEST_F(ReplacedStoreTest, IsReadAndWrittenAsItStandsThereAndEitherKeepsItsOwnLog) {
+  fs::rename(file_, aside_);
+  fs::rename(backup("theirs"), file_);
+  ::chmod(file_.c_str(), 0644);
+  EXPECT_EQ(value(), DefaultsValue("theirs"));
+  EXPECT_EQ(modeOf(file_), fs::perms(0600));
+  EXPECT_EQ(valueIn(aside_), DefaultsValue("mine")) << "what was in the log only";
+  EXPECT_EQ(set("new"), StoreStatus::stored);
+  EXPECT_EQ(valueIn(file_), DefaultsValue("new"));
+
+  // One that comes with its log, in which the latest write is.
+  const fs::path other = backup("without the log");
+  const auto theirs = SqliteDefaultsStore::open(other);
+  EXPECT_EQ(theirs.store->setObjectForKey(std::string("in the log"), "key"), StoreStatus::stored);
+  fs::copy_file(other.string() + "-wal", aside_.string() + "-wal");
+  fs::rename(aside_.string() + "-wal", file_.string() + "-wal");
+  fs::copy_file(other, aside_, fs::copy_options::overwrite_existing);
+  fs::rename(aside_, file_);
+  EXPECT_EQ(value(), DefaultsValue("in the log"));
+  EXPECT_EQ(set("newer"), StoreStatus::stored);
+  EXPECT_EQ(valueIn(file_), DefaultsValue("newer"));
+}
+
+TEST_F(ReplacedStoreTest, InTheMidstOfATransactionTakesNothingOfIt) {
+  EXPECT_EQ(opened_.store->transaction([&](const DefaultsStore::Writer& write) {
+    write(std::string_view("lost"), "key");
+    fs::rename(file_, aside_);
+    fs::rename(backup("theirs"), file_);
+  }),
+            StoreStatus::locked);
+  EXPECT_EQ(value(), DefaultsValue("theirs"));
+  EXPECT_EQ(valueIn(aside_), DefaultsValue("mine"));
+  EXPECT_EQ(set("new"), StoreStatus::stored);
+  EXPECT_EQ(valueIn(file_), DefaultsValue("new"));
+}
+
+TEST_F(ReplacedStoreTest, ByWhatIsNoStoreIsLeftAsItIsUntilThereIsOneAgain) {
+  fs::rename(file_, aside_);
+  writeContents(file_, std::string(10'000, 'x'));
+  EXPECT_EQ(value(), std::nullopt);
+  EXPECT_EQ(opened_.store->statusOfRead("key"), StoreStatus::damaged);
+  EXPECT_EQ(set("lost"), StoreStatus::damaged);
+  EXPECT_EQ(contents(file_), std::string(10'000, 'x'));
+  fs::rename(aside_, file_);
+  EXPECT_EQ(set("new"), StoreStatus::stored);
+  EXPECT_EQ(valueIn(file_), DefaultsValue("new"));
 }
 
 TEST_F(SqliteDefaultsStoreTest, LeavesAloneWhatAnotherConnectionHoldsAndAValueThatCouldNotBeRead) {
@@ -228,8 +339,18 @@ TEST_F(SqliteDefaultsStoreTest, LeavesAloneWhatAnotherConnectionHoldsAndAValueTh
   }),
             StoreStatus::damaged);
   EXPECT_FALSE(opened.store->objectForKey("other"));
+  EpollRunLoop loop;
+  opened.store->follow(loop);
+  int told = 0;
+  const auto subscription = opened.store->observeForeignWrites([&] { ++told; });
+  EXPECT_FALSE(opened.store->objectForKey("key"));
   execute("UPDATE defaults SET type = 3");
+  EXPECT_FALSE(opened.store->objectForKey("key")) << "one failure a turn is enough to wait for";
+  loop.endTurn();
+  EXPECT_EQ(told, 0);
   EXPECT_TRUE(opened.store->objectForKey("key"));
+  loop.endTurn();
+  EXPECT_EQ(told, 1);
   EXPECT_EQ(set(), StoreStatus::stored);
   sqlite3_close(other);
 }

@@ -131,6 +131,10 @@ TEST_F(StoreFailureTests, OneThatRefusesForAWhileKeepsWhatItHasAndThenTakesChang
     };
     expectRefusals(
         program, full, [&] { limit(100); }, [&] { limit(RLIM_INFINITY); });
+    std::filesystem::remove_all(file().parent_path());
+    program.press("Save Recording");
+    EXPECT_TRUE(hasRows(program, 1)) << "the new one alone: what is shown is what is there";
+    EXPECT_TRUE(std::filesystem::exists(file()));
     EXPECT_EQ(program.close(), 0);
   }
   const auto smallDisk = onSmallDisk();

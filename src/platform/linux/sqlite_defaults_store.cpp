@@ -2,7 +2,6 @@
 
 #include <array>
 #include <bit>
-#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -12,87 +11,21 @@
 
 #include <sqlite3.h>
 
-#include "platform/linux/signals.h"
-#include "platform/linux/store_file.h"
+#include "platform/linux/run_loop.h"
 
 namespace tapeloop::linux {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int busyMilliseconds = 2000;
-
 // Kept in the file, so that a number never changes its meaning.
 enum class ValueType : int { boolean = 0, integer = 1, real = 2, text = 3 };
 
-// WAL with FULL: a write is durable after one sync of the log, where a rollback journal takes four.
-// That counts while something plays in short cycles, since each run writes its number. A value of
-// many megabytes costs the same both ways: once into the log and once into the file. The limit
-// gives the log's space back after such a one.
-constexpr const char* writingSettings =
-    "PRAGMA journal_mode=WAL;"
-    "PRAGMA synchronous=FULL;"
-    "PRAGMA journal_size_limit=4194304;"
-    "CREATE TABLE IF NOT EXISTS defaults("
-    "key TEXT PRIMARY KEY NOT NULL, type INTEGER NOT NULL, value NOT NULL)";
-// The number of the file's form, which SQLite keeps for its users. A form that this program could
-// misread, or spoil by writing, has a higher one.
-constexpr int knownForm = 0;
-constexpr const char* selectForm = "PRAGMA user_version";
 constexpr const char* selectValue = "SELECT type, value, rowid FROM defaults WHERE key = ?1";
+constexpr const char* selectVersion = "PRAGMA data_version";
 constexpr const char* storeValue =
     "INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
     "ON CONFLICT(key) DO UPDATE SET type = excluded.type, value = excluded.value";
-
-StoreStatus statusOfSystemError(int error) {
-  switch (error) {
-    case ENOSPC:
-    case EDQUOT:
-    case EFBIG:
-      return StoreStatus::diskFull;
-    case EROFS:
-    case EACCES:
-    case EPERM:
-      return StoreStatus::readOnly;
-    default:
-      return StoreStatus::unavailable;
-  }
-}
-
-/// SQLite does not always hand on what the system said of a write into the log.
-int systemError(sqlite3* database) {
-  int error = sqlite3_system_errno(database);
-  sqlite3_file* log = nullptr;
-  if (error == 0) sqlite3_file_control(database, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
-  if (log && log->pMethods) log->pMethods->xFileControl(log, SQLITE_FCNTL_LAST_ERRNO, &error);
-  return error;
-}
-
-StoreStatus statusOf(sqlite3* database) {
-  switch (sqlite3_errcode(database)) {
-    case SQLITE_OK:
-    case SQLITE_ROW:
-    case SQLITE_DONE:
-      return StoreStatus::stored;
-    case SQLITE_READONLY:
-    case SQLITE_PERM:
-      return StoreStatus::readOnly;
-    case SQLITE_FULL:
-    case SQLITE_TOOBIG:
-      return StoreStatus::diskFull;
-    case SQLITE_BUSY:
-    case SQLITE_LOCKED:
-      return StoreStatus::locked;
-    case SQLITE_CORRUPT:
-    case SQLITE_NOTADB:
-      return StoreStatus::damaged;
-    case SQLITE_CANTOPEN:
-    case SQLITE_IOERR:
-      return statusOfSystemError(systemError(database));
-    default:
-      return StoreStatus::unavailable;
-  }
-}
 
 /// Why the file can't be written or, if there is nothing to read from either, can't be opened.
 std::string sentence(StoreStatus status, const fs::path& file, bool isReadable) {
@@ -177,118 +110,65 @@ std::optional<fs::path> defaultsStorePath() {
   return folder / "tapeloop" / "defaults.sqlite3";
 }
 
-void SqliteDefaultsStore::Close::operator()(sqlite3* database) const {
-  sqlite3_close(database);
-}
-void SqliteDefaultsStore::Close::operator()(sqlite3_stmt* statement) const {
-  sqlite3_finalize(statement);
-}
+SqliteDefaultsStore::SqliteDefaultsStore(fs::path file, StoreDatabase database)
+    : file_(std::move(file)), database_(std::move(database)) {}
 
-SqliteDefaultsStore::SqliteDefaultsStore(Database database, StoreStatus writing)
-    : database_(std::move(database)), writing_(writing) {}
-SqliteDefaultsStore::~SqliteDefaultsStore() = default;
+SqliteDefaultsStore::~SqliteDefaultsStore() {
+  database_.close();
+}
 
 SqliteDefaultsStore::Opened SqliteDefaultsStore::open(const fs::path& file) {
-  const auto opened = [&file](Database database, StoreStatus status) {
-    Opened result{nullptr, status, sentence(status, file, database != nullptr)};
-    if (database) result.store.reset(new SqliteDefaultsStore(std::move(database), status));
-    return result;
-  };
-  surviveFailedWrites();
-  makePrivateFile(file);
-  Database database = openDatabase(file.string(), SQLITE_OPEN_READWRITE);
-  StoreStatus status = check(database.get());
-  if (status == StoreStatus::stored) status = prepareForWriting(database.get());
-  if (status == StoreStatus::stored) return opened(std::move(database), status);
-  // For these reading is no help: what can be read may be wrong, or about to change.
-  if (status == StoreStatus::damaged || status == StoreStatus::locked ||
-      status == StoreStatus::newer) {
-    return opened(nullptr, status);
-  }
-  const auto readable = [](const Database& candidate) {
-    return check(candidate.get()) == StoreStatus::stored &&
-           prepare(candidate.get(), selectValue) != nullptr;
-  };
-  database = openDatabase(file.string(), SQLITE_OPEN_READONLY);
-  if (!readable(database)) {
-    const auto name = immutableName(file);
-    database = name ? openDatabase(*name, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI) : nullptr;
-  }
-  if (!database || !readable(database)) return opened(nullptr, status);
-  return opened(std::move(database), status);
+  StoreDatabase database = StoreDatabase::open(file);
+  const StoreStatus status = database.writing();
+  Opened result{nullptr, status, sentence(status, file, static_cast<bool>(database))};
+  if (database) result.store.reset(new SqliteDefaultsStore(file, std::move(database)));
+  return result;
 }
 
-SqliteDefaultsStore::Database SqliteDefaultsStore::openDatabase(const std::string& name,
-                                                                int flags) {
-  sqlite3* database = nullptr;
-  sqlite3_open_v2(name.c_str(), &database, flags, nullptr);
-  sqlite3_busy_timeout(database, busyMilliseconds);
-  return Database(database);
-}
-
-StoreStatus SqliteDefaultsStore::check(sqlite3* database) {
-  if (!database) return StoreStatus::unavailable;
-  if (const StoreStatus status = statusOf(database); status != StoreStatus::stored) return status;
-  // Damage is better found now than by a write into the middle of it. Every row is looked at, but
-  // not what is in it: that may be long, and the program is to be there at once.
-  Statement statement = prepare(database, "SELECT count(*) FROM sqlite_schema");
-  if (!statement || sqlite3_step(statement.get()) != SQLITE_ROW) return statusOf(database);
-  statement = prepare(database, selectForm);
-  if (!statement || sqlite3_step(statement.get()) != SQLITE_ROW) return statusOf(database);
-  if (sqlite3_column_int(statement.get(), 0) > knownForm) return StoreStatus::newer;
-  statement = prepare(database, "SELECT type FROM defaults NOT INDEXED");
-  if (!statement) return StoreStatus::stored;  // a new file has no rows
-  int result = SQLITE_ROW;
-  while (result == SQLITE_ROW) result = sqlite3_step(statement.get());
-  return result == SQLITE_DONE ? StoreStatus::stored : statusOf(database);
-}
-
-StoreStatus SqliteDefaultsStore::prepareForWriting(sqlite3* database) {
-  if (sqlite3_db_readonly(database, "main") == 1) return StoreStatus::readOnly;
-  sqlite3_exec(database, writingSettings, nullptr, nullptr, nullptr);
-  if (const StoreStatus status = statusOf(database); status != StoreStatus::stored) return status;
-  // A sound file with another table under this name is somebody else's.
-  if (prepare(database, storeValue)) return StoreStatus::stored;
-  return sqlite3_errcode(database) == SQLITE_ERROR ? StoreStatus::damaged : statusOf(database);
-}
-
-SqliteDefaultsStore::Statement SqliteDefaultsStore::prepare(sqlite3* database,
-                                                            std::string_view statement) {
-  sqlite3_stmt* prepared = nullptr;
-  sqlite3_prepare_v2(database, statement.data(), static_cast<int>(statement.size()), &prepared,
-                     nullptr);
-  return Statement(prepared);
+void SqliteDefaultsStore::follow(EpollRunLoop& loop) {
+  turns_ = loop.addBeforeWait([this] { return endTurn(); });
+  isInTurns_ = true;
 }
 
 std::optional<DefaultsValue> SqliteDefaultsStore::objectForKey(std::string_view key) const {
-  const Statement statement = prepare(database_.get(), selectValue);
+  openWhatIsThere(IfMissing::leave);
+  const auto failed = failedReads_.find(key);
+  const bool hasFailed = failed != failedReads_.end();
+  if (hasFailed && failed->second.isOfThisTurn) return std::nullopt;
+  if (!database_ && !identityOf(file_)) {
+    if (hasFailed) failedReads_.erase(failed);
+    return std::nullopt;
+  }
+  const SqliteStatement statement = database_ ? database_.prepare(selectValue) : nullptr;
   if (statement) bindText(statement.get(), 1, key);
   const int result = statement ? sqlite3_step(statement.get()) : SQLITE_ERROR;
   std::optional<DefaultsValue> value;
   if (result == SQLITE_ROW) value = readValue(database_.get(), statement.get());
   if (value || result == SQLITE_DONE) {
-    if (const auto failed = failedReads_.find(key); failed != failedReads_.end()) {
+    if (hasFailed) {
       failedReads_.erase(failed);
+      isNoticed_ = true;
     }
   } else {
-    StoreStatus status = statusOf(database_.get());
+    StoreStatus status = database_.status();
     // A row that holds something else than its type says is damage too.
     if (status == StoreStatus::stored) status = StoreStatus::damaged;
-    failedReads_.insert_or_assign(std::string(key), status);
+    failedReads_.insert_or_assign(std::string(key), FailedRead{status, isInTurns_});
   }
   return value;
 }
 
+StoreStatus SqliteDefaultsStore::statusOfRead(std::string_view key) const {
+  const auto failed = failedReads_.find(key);
+  return failed == failedReads_.end() ? StoreStatus::stored : failed->second.status;
+}
+
 StoreStatus SqliteDefaultsStore::setObjectForKey(const DefaultsValue& value, std::string_view key) {
-  const StoreStatus status = write(viewOf(value), key);
-  if (status == StoreStatus::stored) tellObservers(key);
-  return status;
+  return transaction([&](const Writer& write) { write(viewOf(value), key); });
 }
 
 StoreStatus SqliteDefaultsStore::transaction(const std::function<void(const Writer& write)>& body) {
-  // Immediate: the right to write comes first, so that nothing that is read can change any more.
-  StoreStatus status = writing_;
-  if (status == StoreStatus::stored) status = execute("BEGIN IMMEDIATE");
+  StoreStatus status = begin();
   if (status != StoreStatus::stored) return status;
   std::vector<std::string> keys;
   body([&](const DefaultsView& value, std::string_view key) {
@@ -296,10 +176,14 @@ StoreStatus SqliteDefaultsStore::transaction(const std::function<void(const Writ
     status = write(value, key);
     keys.emplace_back(key);
   });
-  if (status == StoreStatus::stored) status = execute("COMMIT");
+  // The first look spares a file that has been put aside. Only the second one tells that whoever
+  // opens the store after this finds what was written.
+  if (status == StoreStatus::stored) status = place();
+  if (status == StoreStatus::stored) status = database_.execute("COMMIT");
+  if (status == StoreStatus::stored) status = place();
   if (status != StoreStatus::stored) {
     // Some failures have ended the transaction already.
-    if (sqlite3_get_autocommit(database_.get()) == 0) (void)execute("ROLLBACK");
+    if (database_.isInTransaction()) (void)database_.execute("ROLLBACK");
     return status;
   }
   for (const std::string& key : keys) tellObservers(key);
@@ -307,23 +191,67 @@ StoreStatus SqliteDefaultsStore::transaction(const std::function<void(const Writ
 }
 
 std::uint64_t SqliteDefaultsStore::foreignRevision() const {
-  const Statement statement = prepare(database_.get(), "PRAGMA data_version");
-  if (!statement || sqlite3_step(statement.get()) != SQLITE_ROW) return 0;
-  return static_cast<std::uint64_t>(sqlite3_column_int64(statement.get(), 0));
+  // What a transaction reads it is about to write over.
+  if (isLookedAt_ && !database_.isInTransaction()) return revision_;
+  openWhatIsThere(IfMissing::leave);
+  std::uint64_t version = 0;
+  const SqliteStatement statement = database_ ? database_.prepare(selectVersion) : nullptr;
+  if (statement && sqlite3_step(statement.get()) == SQLITE_ROW) {
+    version = static_cast<std::uint32_t>(sqlite3_column_int64(statement.get(), 0));
+  }
+  const std::uint64_t revision = openings_ << 32U | version;
+  isNoticed_ |= revision != revision_;
+  revision_ = revision;
+  isLookedAt_ = isInTurns_;
+  return revision_;
 }
 
-StoreStatus SqliteDefaultsStore::execute(const char* statement) {
-  sqlite3_exec(database_.get(), statement, nullptr, nullptr, nullptr);
-  return statusOf(database_.get());
+Subscription SqliteDefaultsStore::observe(std::string_view key, std::function<void()> callback) {
+  return observers_[std::string(key)].connect(std::move(callback));
+}
+
+// A file that is missing may be about to be put there by somebody: only who writes makes one. And
+// one that can't be opened is not tried for every value that is asked for.
+void SqliteDefaultsStore::openWhatIsThere(IfMissing ifMissing) const {
+  if (database_.isInTransaction() || (database_ && database_.isInPlace())) return;
+  const bool makes = ifMissing == IfMissing::make;
+  const bool isThere = makes || identityOf(file_);
+  if (!database_ && !makes && (!isThere || isTried_)) return;
+  const bool wasOpen = static_cast<bool>(database_);
+  database_.close();
+  database_ = isThere ? StoreDatabase::open(file_) : StoreDatabase();
+  isTried_ = isInTurns_;
+  if (!wasOpen && !database_) return;
+  ++openings_;
+  isLookedAt_ = false;
+  failedReads_.clear();
+}
+
+StoreStatus SqliteDefaultsStore::place() const {
+  return database_.isInPlace() ? StoreStatus::stored : StoreStatus::locked;
+}
+
+StoreStatus SqliteDefaultsStore::begin() {
+  // To wait for the right to write takes long enough for the file to be replaced.
+  constexpr int attempts = 3;
+  StoreStatus status = StoreStatus::locked;
+  for (int i = 0; i < attempts; ++i) {
+    openWhatIsThere(IfMissing::make);
+    status = database_.writing();
+    // Immediate: the right to write comes first, so that nothing that is read can change any more.
+    if (status == StoreStatus::stored) status = database_.execute("BEGIN IMMEDIATE");
+    if (status != StoreStatus::stored) return status;
+    status = place();
+    if (status == StoreStatus::stored) return status;
+    (void)database_.execute("ROLLBACK");
+  }
+  return status;
 }
 
 StoreStatus SqliteDefaultsStore::write(const DefaultsView& value, std::string_view key) {
-  if (writing_ != StoreStatus::stored) return writing_;
-  if (const auto failed = failedReads_.find(key); failed != failedReads_.end()) {
-    return failed->second;
-  }
-  const Statement statement = prepare(database_.get(), storeValue);
-  if (!statement) return statusOf(database_.get());
+  if (const StoreStatus read = statusOfRead(key); read != StoreStatus::stored) return read;
+  const SqliteStatement statement = database_.prepare(storeValue);
+  if (!statement) return database_.status();
   bindText(statement.get(), 1, key);
   RealBytes bytes;
   const auto bindType = [&statement](ValueType type) {
@@ -344,7 +272,7 @@ StoreStatus SqliteDefaultsStore::write(const DefaultsView& value, std::string_vi
     bindType(ValueType::text);
     bindText(statement.get(), 3, std::get<std::string_view>(value));
   }
-  if (sqlite3_step(statement.get()) != SQLITE_DONE) return statusOf(database_.get());
+  if (sqlite3_step(statement.get()) != SQLITE_DONE) return database_.status();
   return StoreStatus::stored;
 }
 
@@ -354,8 +282,13 @@ void SqliteDefaultsStore::tellObservers(std::string_view key) {
   }
 }
 
-Subscription SqliteDefaultsStore::observe(std::string_view key, std::function<void()> callback) {
-  return observers_[std::string(key)].connect(std::move(callback));
+bool SqliteDefaultsStore::endTurn() {
+  isLookedAt_ = false;
+  isTried_ = false;
+  for (auto& [key, failed] : failedReads_) failed.isOfThisTurn = false;
+  if (!std::exchange(isNoticed_, false)) return false;
+  foreignWrites_();
+  return true;
 }
 
 }  // namespace tapeloop::linux

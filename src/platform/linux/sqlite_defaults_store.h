@@ -9,12 +9,12 @@
 #include <string_view>
 
 #include "platform/defaults_store.h"
+#include "platform/linux/store_database.h"
 #include "platform/signal.h"
 
-struct sqlite3;
-struct sqlite3_stmt;
-
 namespace tapeloop::linux {
+
+class EpollRunLoop;
 
 /// "tapeloop/defaults.sqlite3" in the user's data folder, or nothing when the environment names
 /// neither that folder nor a home.
@@ -23,8 +23,9 @@ std::optional<std::filesystem::path> defaultsStorePath();
 /// The defaults store in one SQLite file, which its owner alone can read: recordings hold what was
 /// typed. A damaged file is left as it is. Main thread only.
 ///
-/// A key whose last read failed, rather than found nothing, refuses to be written until a read of
-/// it succeeds: the new value was made without knowing the old one.
+/// The store is what stands under the file's name, not what stood there when the program started:
+/// a file that was deleted or replaced is opened anew before it is read or written. A transaction
+/// in the midst of which that happens comes to `locked`.
 class SqliteDefaultsStore final : public DefaultsStore {
  public:
   struct Opened {
@@ -39,39 +40,56 @@ class SqliteDefaultsStore final : public DefaultsStore {
 
   ~SqliteDefaultsStore() override;
 
+  /// From now on looks for what other processes have written once a turn of `loop` at most, and
+  /// tells of it at the end of that turn; the same for a value that can't be read. `loop` outlives
+  /// the store.
+  void follow(EpollRunLoop& loop);
+
   [[nodiscard]] std::optional<DefaultsValue> objectForKey(std::string_view key) const override;
+  [[nodiscard]] StoreStatus statusOfRead(std::string_view key) const override;
   [[nodiscard]] StoreStatus setObjectForKey(const DefaultsValue& value,
                                             std::string_view key) override;
   [[nodiscard]] StoreStatus transaction(
       const std::function<void(const Writer& write)>& body) override;
   [[nodiscard]] std::uint64_t foreignRevision() const override;
   Subscription observe(std::string_view key, std::function<void()> callback) override;
+  Subscription observeForeignWrites(std::function<void()> callback) override {
+    return foreignWrites_.connect(std::move(callback));
+  }
 
  private:
-  struct Close {
-    void operator()(sqlite3* database) const;
-    void operator()(sqlite3_stmt* statement) const;
+  struct FailedRead {
+    StoreStatus status;
+    bool isOfThisTurn;
   };
-  using Database = std::unique_ptr<sqlite3, Close>;
-  using Statement = std::unique_ptr<sqlite3_stmt, Close>;
 
-  SqliteDefaultsStore(Database database, StoreStatus writing);
+  SqliteDefaultsStore(std::filesystem::path file, StoreDatabase database);
 
-  /// A handle comes with a failure too, to ask it for the cause.
-  static Database openDatabase(const std::string& name, int flags);
-  static StoreStatus check(sqlite3* database);
-  static StoreStatus prepareForWriting(sqlite3* database);
-  static Statement prepare(sqlite3* database, std::string_view statement);
-
-  [[nodiscard]] StoreStatus execute(const char* statement);
+  enum class IfMissing : std::uint8_t { leave, make };
+  /// Opens the file under the name unless that is the one that is open, or a transaction is under
+  /// way.
+  void openWhatIsThere(IfMissing ifMissing) const;
+  /// `stored` while the open file is the one under the name.
+  [[nodiscard]] StoreStatus place() const;
+  [[nodiscard]] StoreStatus begin();
   /// Not told to the observers yet.
   [[nodiscard]] StoreStatus write(const DefaultsView& value, std::string_view key);
   void tellObservers(std::string_view key);
+  /// True if anybody was told of anything.
+  bool endTurn();
 
-  Database database_;
-  const StoreStatus writing_;  ///< Other than `stored`: it was opened for reading alone.
-  mutable std::map<std::string, StoreStatus, std::less<>> failedReads_;
+  const std::filesystem::path file_;
+  mutable StoreDatabase database_;
+  mutable std::map<std::string, FailedRead, std::less<>> failedReads_;
+  mutable std::uint64_t openings_ = 0;  // beyond the first
+  mutable std::uint64_t revision_ = 0;
+  mutable bool isLookedAt_ = false;  // in this turn: `revision_` holds
+  mutable bool isTried_ = false;     // in this turn: to open the file
+  mutable bool isNoticed_ = false;   // something is there that was not read before
+  bool isInTurns_ = false;           // follows a loop
   std::map<std::string, Signal<>, std::less<>> observers_;
+  Signal<> foreignWrites_;
+  Subscription turns_;
 };
 
 }  // namespace tapeloop::linux

@@ -41,6 +41,12 @@ void makePrivateFile(const fs::path& file) {
   }
 }
 
+std::optional<FileIdentity> identityOf(const fs::path& file) {
+  struct stat status {};
+  if (::stat(file.c_str(), &status) != 0) return std::nullopt;
+  return FileIdentity{status.st_dev, status.st_ino};
+}
+
 std::optional<std::string> immutableName(const fs::path& file) {
   std::error_code error;
   const auto logSize = fs::file_size(file.string() + "-wal", error);

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -13,42 +14,59 @@
 
 namespace tapeloop::simulated {
 
-/// A store in memory whose writes can be made to fail, and that another process can write to.
-/// Counts the writes that it was asked for, and the reads.
+/// A store in memory whose reads and writes can be made to fail, and that another process can write
+/// to. Counts the writes that it was asked for, and the reads.
 class FaultyDefaultsStore final : public MemoryDefaultsStore {
  public:
   [[nodiscard]] std::optional<DefaultsValue> objectForKey(std::string_view key) const override {
     ++reads_[std::string(key)];
+    if (readStatus_ != StoreStatus::stored) {
+      unread_.emplace(key);
+      return std::nullopt;
+    }
+    isNoticed_ |= unread_.erase(std::string(key)) > 0;
     return MemoryDefaultsStore::objectForKey(key);
+  }
+  [[nodiscard]] StoreStatus statusOfRead(std::string_view key) const override {
+    return unread_.contains(key) ? StoreStatus::unavailable : StoreStatus::stored;
   }
   [[nodiscard]] StoreStatus setObjectForKey(const DefaultsValue& value,
                                             std::string_view key) override {
     ++writes_[std::string(key)];
-    if (status_ != StoreStatus::stored) return status_;
+    if (const auto status = statusOfWrite(key); status != StoreStatus::stored) return status;
     return MemoryDefaultsStore::setObjectForKey(value, key);
   }
   /// The store is had, and what is written then fails.
   [[nodiscard]] StoreStatus transaction(
       const std::function<void(const Writer& write)>& body) override {
     if (status_ == StoreStatus::locked) return status_;
-    const auto counted = [this](const Writer& write) {
-      return Writer([this, &write](const DefaultsView& value, std::string_view key) {
+    auto status = StoreStatus::stored;
+    const auto counted = [this, &status](const Writer& write) {
+      return Writer([this, &status, &write](const DefaultsView& value, std::string_view key) {
         ++writes_[std::string(key)];
-        if (status_ == StoreStatus::stored) write(value, key);
+        if (status == StoreStatus::stored) status = statusOfWrite(key);
+        if (status == StoreStatus::stored) write(value, key);
       });
     };
     const auto result =
         MemoryDefaultsStore::transaction([&](const Writer& write) { body(counted(write)); });
-    return status_ == StoreStatus::stored ? result : status_;
+    return status == StoreStatus::stored ? result : status;
   }
   [[nodiscard]] std::uint64_t foreignRevision() const override { return foreignRevision_; }
 
   /// What becomes of writes from now on. A store that is locked isn't had at all.
   void setStatus(StoreStatus status) { status_ = status; }
+  /// What becomes of reads from now on.
+  void setReadStatus(StoreStatus status) { readStatus_ = status; }
   /// What another process does: the observers don't hear of it.
   void writeElsewhere(DefaultsValue value, std::string_view key) {
     put(std::move(value), key);
     ++foreignRevision_;
+    isNoticed_ = true;
+  }
+  /// The turn of the loop ends in which that was noticed.
+  void endTurn() {
+    if (std::exchange(isNoticed_, false)) tellOfForeignWrites();
   }
   /// Writes under `key` so far, those that failed included.
   [[nodiscard]] std::size_t writes(std::string_view key) const { return count(writes_, key); }
@@ -61,7 +79,14 @@ class FaultyDefaultsStore final : public MemoryDefaultsStore {
     return known == counts.end() ? 0 : known->second;
   }
 
+  [[nodiscard]] StoreStatus statusOfWrite(std::string_view key) const {
+    return status_ != StoreStatus::stored ? status_ : statusOfRead(key);
+  }
+
   StoreStatus status_ = StoreStatus::stored;
+  StoreStatus readStatus_ = StoreStatus::stored;
+  mutable std::set<std::string, std::less<>> unread_;
+  mutable bool isNoticed_ = false;
   std::uint64_t foreignRevision_ = 0;
   Counts writes_;
   mutable Counts reads_;

@@ -1,0 +1,216 @@
+#include "platform/linux/store_database.h"
+
+#include <cerrno>
+#include <string>
+#include <utility>
+
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include "platform/linux/signals.h"
+
+namespace tapeloop::linux {
+namespace {
+
+namespace fs = std::filesystem;
+
+using Handle = std::unique_ptr<sqlite3, SqliteClose>;
+
+constexpr int busyMilliseconds = 2000;
+
+// WAL with FULL: a write is durable after one sync of the log, where a rollback journal takes four.
+// That counts while something plays in short cycles, since each run writes its number. A value of
+// many megabytes costs the same both ways: once into the log and once into the file. The limit
+// gives the log's space back after such a one.
+constexpr const char* writingSettings =
+    "PRAGMA journal_mode=WAL;"
+    "PRAGMA synchronous=FULL;"
+    "PRAGMA journal_size_limit=4194304;"
+    "CREATE TABLE IF NOT EXISTS defaults("
+    "key TEXT PRIMARY KEY NOT NULL, type INTEGER NOT NULL, value NOT NULL)";
+// The number of the file's form, which SQLite keeps for its users. A form that this program could
+// misread, or spoil by writing, has a higher one.
+constexpr int knownForm = 0;
+constexpr const char* selectForm = "PRAGMA user_version";
+// What every store has.
+constexpr const char* selectColumns = "SELECT key, type, value FROM defaults";
+
+StoreStatus statusOfSystemError(int error) {
+  switch (error) {
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+      return StoreStatus::diskFull;
+    case EROFS:
+    case EACCES:
+    case EPERM:
+      return StoreStatus::readOnly;
+    default:
+      return StoreStatus::unavailable;
+  }
+}
+
+/// SQLite does not always hand on what the system said of a write into the log.
+int systemError(sqlite3* database) {
+  int error = sqlite3_system_errno(database);
+  sqlite3_file* log = nullptr;
+  if (error == 0) sqlite3_file_control(database, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
+  if (log && log->pMethods) log->pMethods->xFileControl(log, SQLITE_FCNTL_LAST_ERRNO, &error);
+  return error;
+}
+
+StoreStatus statusOf(sqlite3* database) {
+  switch (sqlite3_errcode(database)) {
+    case SQLITE_OK:
+    case SQLITE_ROW:
+    case SQLITE_DONE:
+      return StoreStatus::stored;
+    case SQLITE_READONLY:
+    case SQLITE_PERM:
+      return StoreStatus::readOnly;
+    case SQLITE_FULL:
+    case SQLITE_TOOBIG:
+      return StoreStatus::diskFull;
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+      return StoreStatus::locked;
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+      return StoreStatus::damaged;
+    case SQLITE_CANTOPEN:
+    case SQLITE_IOERR:
+      return statusOfSystemError(systemError(database));
+    default:
+      return StoreStatus::unavailable;
+  }
+}
+
+SqliteStatement prepareOn(sqlite3* database, std::string_view statement) {
+  sqlite3_stmt* prepared = nullptr;
+  sqlite3_prepare_v2(database, statement.data(), static_cast<int>(statement.size()), &prepared,
+                     nullptr);
+  return SqliteStatement(prepared);
+}
+
+/// A handle comes with a failure too, to ask it for the cause.
+Handle openNamed(const std::string& name, int flags) {
+  sqlite3* database = nullptr;
+  sqlite3_open_v2(name.c_str(), &database, flags, nullptr);
+  sqlite3_busy_timeout(database, busyMilliseconds);
+  return Handle(database);
+}
+
+StoreStatus check(sqlite3* database) {
+  if (!database) return StoreStatus::unavailable;
+  if (const StoreStatus status = statusOf(database); status != StoreStatus::stored) return status;
+  // Damage is better found now than by a write into the middle of it. Every row is looked at, but
+  // not what is in it: that may be long, and the program is to be there at once.
+  SqliteStatement statement = prepareOn(database, "SELECT count(*) FROM sqlite_schema");
+  if (!statement || sqlite3_step(statement.get()) != SQLITE_ROW) return statusOf(database);
+  statement = prepareOn(database, selectForm);
+  if (!statement || sqlite3_step(statement.get()) != SQLITE_ROW) return statusOf(database);
+  if (sqlite3_column_int(statement.get(), 0) > knownForm) return StoreStatus::newer;
+  statement = prepareOn(database, "SELECT type FROM defaults NOT INDEXED");
+  if (!statement) return StoreStatus::stored;  // a new file has no rows
+  int result = SQLITE_ROW;
+  while (result == SQLITE_ROW) result = sqlite3_step(statement.get());
+  return result == SQLITE_DONE ? StoreStatus::stored : statusOf(database);
+}
+
+StoreStatus prepareForWriting(sqlite3* database) {
+  if (sqlite3_db_readonly(database, "main") == 1) return StoreStatus::readOnly;
+  sqlite3_exec(database, writingSettings, nullptr, nullptr, nullptr);
+  if (const StoreStatus status = statusOf(database); status != StoreStatus::stored) return status;
+  // A sound file with another table under this name is somebody else's.
+  if (prepareOn(database, selectColumns)) return StoreStatus::stored;
+  return sqlite3_errcode(database) == SQLITE_ERROR ? StoreStatus::damaged : statusOf(database);
+}
+
+/// Null if the file can't even be read.
+Handle openForReading(const fs::path& file) {
+  const auto isReadable = [](const Handle& candidate) {
+    return check(candidate.get()) == StoreStatus::stored &&
+           prepareOn(candidate.get(), selectColumns) != nullptr;
+  };
+  Handle database = openNamed(file.string(), SQLITE_OPEN_READONLY);
+  if (isReadable(database)) return database;
+  const auto name = immutableName(file);
+  database = name ? openNamed(*name, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI) : nullptr;
+  return database && isReadable(database) ? std::move(database) : nullptr;
+}
+
+}  // namespace
+
+void SqliteClose::operator()(sqlite3* database) const {
+  sqlite3_close(database);
+}
+void SqliteClose::operator()(sqlite3_stmt* statement) const {
+  sqlite3_finalize(statement);
+}
+
+StoreDatabase StoreDatabase::open(const fs::path& file) {
+  surviveFailedWrites();
+  makePrivateFile(file);
+  StoreDatabase opened;
+  opened.file_ = file;
+  // Asked for first: a file that comes in between is then taken for another one than was opened,
+  // which is looked into again, and not the other way round.
+  opened.identity_ = identityOf(file);
+  opened.database_ = openNamed(file.string(), SQLITE_OPEN_READWRITE);
+  opened.writing_ = check(opened.get());
+  if (opened.writing_ == StoreStatus::stored) opened.writing_ = prepareForWriting(opened.get());
+  if (opened.writing_ == StoreStatus::stored) {
+    for (std::size_t i = 0; i < companions.size(); ++i) {
+      opened.companionIdentities_[i] = identityOf(file.string() + companions[i]);
+    }
+    return opened;
+  }
+  // For these reading is no help: what can be read may be wrong, or about to change.
+  const bool isUseless = opened.writing_ == StoreStatus::damaged ||
+                         opened.writing_ == StoreStatus::locked ||
+                         opened.writing_ == StoreStatus::newer;
+  opened.database_.reset();
+  if (!isUseless) opened.database_ = openForReading(file);
+  return opened;
+}
+
+void StoreDatabase::close() {
+  const bool isReplaced = database_ && writing_ == StoreStatus::stored && !isInPlace();
+  // What is in the log belongs to the old file, which may have got another name. SQLite does this
+  // only for a file that is in its place.
+  if (isReplaced) {
+    sqlite3_wal_checkpoint_v2(get(), "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  }
+  database_.reset();
+  if (!isReplaced) return;
+  // The next one to open the new file would take them for that one's. Those that came with it stay.
+  for (std::size_t i = 0; i < companions.size(); ++i) {
+    const std::string name = file_.string() + companions[i];
+    if (companionIdentities_[i] && identityOf(name) == companionIdentities_[i]) {
+      ::unlink(name.c_str());
+    }
+  }
+}
+
+bool StoreDatabase::isInPlace() const {
+  return identity_ && identityOf(file_) == identity_;
+}
+
+SqliteStatement StoreDatabase::prepare(std::string_view statement) const {
+  return prepareOn(get(), statement);
+}
+
+StoreStatus StoreDatabase::execute(const char* statement) const {
+  sqlite3_exec(get(), statement, nullptr, nullptr, nullptr);
+  return status();
+}
+
+StoreStatus StoreDatabase::status() const {
+  return database_ ? statusOf(get()) : writing_;
+}
+
+bool StoreDatabase::isInTransaction() const {
+  return database_ && sqlite3_get_autocommit(get()) == 0;
+}
+
+}  // namespace tapeloop::linux
