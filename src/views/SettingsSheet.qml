@@ -189,7 +189,7 @@ FocusScope {
                             to: root.model.highestSpeed
                             stepSize: 1
                             keyStep: 1
-                            value: root.model.playbackSpeed
+                            setting: root.model.playbackSpeed
                             onEdited: to => root.model.playbackSpeed = to
                         }
                     }

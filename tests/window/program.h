@@ -168,7 +168,7 @@ class Program : public Application {
   void saveSettings();
   /// Qt tells the accessibility bus of no item that it is disabled.
   [[nodiscard]] static bool isOn(const Element& element) {
-    return element.description() != "Unavailable";
+    return !element.description().ends_with("Unavailable");
   }
 
  private:

@@ -1,4 +1,6 @@
+#include <cstdint>
 #include <string>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,6 +12,41 @@ namespace {
 
 using testing::Contains;
 using testing::IsSupersetOf;
+
+// The rows of a picker keep their places as their captions change.
+TEST(WaitPickerTests, TheUnitThatIsStoredIsShownAndSpokenWhateverTheNumberAtTheStartAndOnAChange) {
+  TestDesktop desktop;
+  const XPoster& user = desktop.user();
+  const std::pair<const char*, const char*> units[] = {{"minutes", "Minute"}, {"hours", "Hour"}};
+  for (const auto& [unit, one] : units) {
+    for (const std::int64_t number : {1, 7}) {
+      SCOPED_TRACE(unit + std::to_string(number));
+      const TemporaryFolder data;
+      store(data.path(), {{"repeatPlayback", true},
+                          {"waitBeforeRepeating", true},
+                          {"waittimenumber", number},
+                          {"waittimeunit", unit}});
+      Program program(desktop, {}, data.path());
+      ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));
+      const auto speaks = [&](const char* picker, const std::string& choice) {
+        return eventually(
+            [&] { return program.named("combo box", picker).description() == choice; });
+      };
+      program.openSettings();
+      EXPECT_TRUE(speaks("Wait Time Unit", number == 1 ? one : std::string(one) + "s"));
+      EXPECT_TRUE(speaks("Wait Time", std::to_string(number)));
+      const auto picker = program.named("combo box", "Wait Time");
+      ASSERT_TRUE(eventually([&] {
+        if (!picker.is(State::focused)) user.tapKey("Tab");
+        return picker.is(State::focused);
+      }));
+      user.tapKey(number == 1 ? "Down" : "Home");
+      EXPECT_TRUE(speaks("Wait Time", number == 1 ? "2" : "1"));
+      EXPECT_TRUE(speaks("Wait Time Unit", number == 1 ? std::string(one) + "s" : one));
+      EXPECT_EQ(program.close(), 0);
+    }
+  }
+}
 
 class SettingsSheetTests : public testing::Test {
  protected:
