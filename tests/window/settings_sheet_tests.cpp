@@ -109,7 +109,13 @@ TEST_F(SettingsSheetTests, EverythingIsSetWithTheKeyboardAloneAndSwitchesBringTo
 }
 
 TEST_F(SettingsSheetTests, AFieldRefusesWhatIsTakenAndTakesAndClearsTheRest) {
-  program.click(program.named("text", "Play Shortcut"));
+  const auto field = program.named("text", "Play Shortcut");
+  const auto edge = [&] {
+    const auto place = field.place();
+    return desktop.pixel(place.x, place.y + place.height / 2);
+  };
+  const auto edgeAtRest = edge();
+  program.click(field);
   ASSERT_TRUE(program.says("Play Shortcut", "Press Shortcut"));
   user.strike({"Control_L", "q"});
   const std::string message =
@@ -122,6 +128,7 @@ TEST_F(SettingsSheetTests, AFieldRefusesWhatIsTakenAndTakesAndClearsTheRest) {
   EXPECT_TRUE(program.says("Play Shortcut", "Press Shortcut"));
   EXPECT_TRUE(reads("Play Shortcut", ""));
   ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));
+  EXPECT_EQ(edge(), edgeAtRest) << "no field has a focus ring";
   user.tapKey("F5");
   ASSERT_TRUE(reads("Play Shortcut", "F5"));
   EXPECT_TRUE(program.says("Play Shortcut", "Set Shortcut"));
