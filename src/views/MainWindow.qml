@@ -32,10 +32,8 @@ Window {
         id: palette
     }
 
-    Shortcut {
-        sequences: ["Ctrl+Q", "Meta+Q"]
-        context: Qt.ApplicationShortcut
-        onActivated: root.model.menu.quitKeyPressed()
+    MenuKeys {
+        model: root.model.menu
     }
     Shortcut {
         sequence: "F10"
