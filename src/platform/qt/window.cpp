@@ -178,9 +178,14 @@ void Window::realize() {
 
 void Window::fitContent() {
   if (!item_) return;
-  const QSize size(static_cast<int>(std::ceil(item_->implicitWidth())),
-                   static_cast<int>(std::ceil(item_->implicitHeight())));
+  QSize size(static_cast<int>(std::ceil(item_->implicitWidth())),
+             static_cast<int>(std::ceil(item_->implicitHeight())));
   if (size.isEmpty()) return;
+  // What is beyond the screen is out of reach, and so would be a title bar around all of it.
+  if (const QScreen* screen = frame_->screen()) {
+    const double share = (mask_ & style_mask::titled) != 0 ? 0.9 : 1;
+    size = size.boundedTo(screen->availableGeometry().size() * share);
+  }
   const bool resizable = (mask_ & style_mask::resizable) != 0;
   frame_->setMinimumSize(size);
   if (!resizable) frame_->setMaximumSize(size);
