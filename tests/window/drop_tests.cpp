@@ -121,6 +121,8 @@ TEST_F(DropTests, AMovementThatStartsADragAndComesToTheNextRowDragsTheFirstAlone
   user.moveTo(row.x + 100, row.y + row.height - 5);
   user.press(1);
   user.moveTo(row.x + 40, row.y + row.height + 30);
+  // Until then the next moves would be taken together with this one.
+  ASSERT_TRUE(program.process().waitForLine(0, generousLimit));
   ASSERT_TRUE(comesToPanel());
   user.release(1);
   ASSERT_TRUE(program.process().waitForLine(3, generousLimit));
