@@ -21,7 +21,9 @@ void SavedRecordingRows::hoverLoadButton(std::size_t row, bool hovering) {
 
 void SavedRecordingRows::hoverTrashButton(std::size_t row, bool hovering) {
   hoveringOverTrashButton.set(row, hovering);
-  trashButtonOpacity.set(row, hoverOpacity(hovering, isRecording_.get()));
+  // Of a pointer that leaves both, the row may hear first.
+  const bool isSeen = hovering || individualBackground.get(row) == hoveredRow;
+  trashButtonOpacity.set(row, isSeen ? hoverOpacity(hovering, isRecording_.get()) : 0);
 }
 
 void SavedRecordingRows::growTo(std::size_t count) {
@@ -31,6 +33,7 @@ void SavedRecordingRows::growTo(std::size_t count) {
   trashButtonOpacity.growTo(count);
   hoveringOverLoadButton.growTo(count);
   hoveringOverTrashButton.growTo(count);
+  trashButtonHasFocus.growTo(count);
 }
 
 }  // namespace tapeloop

@@ -23,11 +23,17 @@ class SavedRecordingRows {
   RowValues<double> trashButtonOpacity{654, 0.0};  ///< Seen while the pointer is over the row.
   RowValues<bool> hoveringOverLoadButton{404, false};
   RowValues<bool> hoveringOverTrashButton{404, false};
+  RowValues<bool> trashButtonHasFocus{404, false};  ///< And lets it be seen.
 
   // The pointer enters or leaves.
   void hoverRow(std::size_t row, bool hovering);
   void hoverLoadButton(std::size_t row, bool hovering);
   void hoverTrashButton(std::size_t row, bool hovering);
+
+  /// One that the keyboard acts on is seen, wherever the pointer is.
+  [[nodiscard]] double shownTrashButtonOpacity(std::size_t row) const {
+    return trashButtonHasFocus.get(row) ? 1.0 : trashButtonOpacity.get(row);
+  }
 
   void growTo(std::size_t count);
 

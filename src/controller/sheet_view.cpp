@@ -17,6 +17,10 @@ std::int64_t truncated(double value) {
   return static_cast<std::int64_t>(std::clamp(value, -limit, limit));
 }
 
+double within(double lowest, double value, double highest) {
+  return value >= lowest ? std::min(value, highest) : lowest;  // which takes what is no number, too
+}
+
 /// The shortest form that reads back as the same number, with a digit after the point.
 std::string shortestText(double value) {
   std::array<char, 400> buffer{};
@@ -62,6 +66,19 @@ void SheetView::saveButtonPressed() {
   trace_.writeLine("Saving Settings...");
   playCount.set(0);
   showSheetView_.set(false);
+}
+
+double SheetView::timesToRepeatOnSlider() const {
+  return within(0, timesToRepeat.get(), mostTimesToRepeat);
+}
+double SheetView::playbackSpeedOnSlider() const {
+  return within(lowestSpeed, playbackSpeed.get(), highestSpeed);
+}
+void SheetView::slideTimesToRepeat(double to) {
+  timesToRepeat.set(within(0, to, mostTimesToRepeat));
+}
+void SheetView::slidePlaybackSpeed(double to) {
+  playbackSpeed.set(std::round(within(lowestSpeed, to, highestSpeed)));
 }
 
 std::string SheetView::repeatCaption() const {

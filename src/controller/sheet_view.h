@@ -45,6 +45,19 @@ class SheetView {
   void onAppear();
   void saveButtonPressed();
 
+  // Which of the controls respond. Those of the speed and of the shortcuts always do.
+  [[nodiscard]] bool repeatControlsRespond() const { return repeatPlayback.get(); }
+  [[nodiscard]] bool pickersRespond() const {
+    return repeatPlayback.get() && waitBeforeRepeating.get();
+  }
+
+  // Where the sliders stand, and what they set: what is beyond a slider's range counts as its end.
+  // An edited store may hold such a value, which stays until the slider is moved.
+  [[nodiscard]] double timesToRepeatOnSlider() const;
+  [[nodiscard]] double playbackSpeedOnSlider() const;
+  void slideTimesToRepeat(double to);
+  void slidePlaybackSpeed(double to);
+
   // What the sheet says.
   [[nodiscard]] std::string repeatCaption() const;
   [[nodiscard]] std::string speedCaption() const;

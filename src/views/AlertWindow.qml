@@ -29,7 +29,7 @@ Window {
     modality: Qt.ApplicationModal
     color: palette.window
     visible: showing
-    width: 360
+    width: Math.min(360, Screen.width)
     minimumWidth: width
     maximumWidth: width
     onWantedHeightChanged: fit()

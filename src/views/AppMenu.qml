@@ -17,7 +17,7 @@ PopupMenu {
             required property string modelData
 
             text: modelData
-            keys: root.model.keys[index] === "" ? "" : "Ctrl+" + root.model.keys[index]
+            keys: root.model.keys[index]
             onTriggered: root.model.choose(index)
         }
     }

@@ -64,6 +64,8 @@ Item {
                 width: ListView.view.width - (bar.visible ? bar.width : 0)
                 rows: root.model.rows
                 available: root.available
+                seenFrom: list.contentY
+                seenTo: list.contentY + list.height
                 onActiveFocusChanged: if (activeFocus)
                     list.currentIndex = index
                 Keys.onUpPressed: list.goTo(index - 1, focusedControl())
@@ -71,6 +73,7 @@ Item {
             }
 
             WheelHandler {
+                enabled: bar.visible
                 onWheel: event => {
                     const end = Math.max(0, list.contentHeight - list.height);
                     const place = list.contentY - list.originY - event.angleDelta.y / 2;

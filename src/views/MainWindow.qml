@@ -12,30 +12,24 @@ Window {
     readonly property SettingsSheet sheet: sheetLoader.item as SettingsSheet
     readonly property bool showsSheet: sheet !== null && sheet.visible
     readonly property bool sheetIsModal: sheet !== null && sheet.modal
-    readonly property int contentWidth: Math.max(panelArea.width + (sidebar.visible ? sidebar.width + 20 : 0), showsSheet ? sheet.implicitWidth : 0)
-    readonly property int contentHeight: titleBar.height + Math.max(panel.height + 24, sidebar.height + 24, showsSheet ? Math.min(sheet.implicitHeight + (sidebar.visible ? 16 : 0), fitter.availableHeight - titleBar.height) : 0)
+    readonly property int wantedWidth: Math.max(controls.contentWidth, showsSheet ? sheet.implicitWidth : 0)
+    readonly property int wantedHeight: titleBar.height + Math.max(controls.contentHeight, showsSheet ? sheet.implicitHeight + (sidebar.visible ? 16 : 0) : 0)
 
     title: "Tapeloop"
     flags: Qt.Window | Qt.FramelessWindowHint | Qt.WindowMinimizeButtonHint | Qt.WindowCloseButtonHint
     color: palette.window
-    onContentWidthChanged: fitter.fit(contentWidth, contentHeight)
-    onContentHeightChanged: fitter.fit(contentWidth, contentHeight)
-    Component.onCompleted: fitter.fit(contentWidth, contentHeight)
 
     WindowFit {
-        id: fitter
-
         window: root
+        wantedSize: Qt.size(root.wantedWidth, root.wantedHeight)
     }
 
     SystemPalette {
         id: palette
     }
 
-    Shortcut {
-        sequences: ["Ctrl+Q", "Meta+Q"]
-        context: Qt.ApplicationShortcut
-        onActivated: root.model.menu.quitKeyPressed()
+    MenuKeys {
+        model: root.model.menu
     }
     Shortcut {
         sequence: "F10"
@@ -48,31 +42,33 @@ Window {
         onMenuRequested: at => titleBar.openMenu(at)
     }
 
-    Item {
-        id: panelArea
+    ScrollArea {
+        id: controls
 
         enabled: !root.sheetIsModal
         y: titleBar.height
-        width: panel.width + 60
+        width: root.width
         height: root.height - y
+        contentWidth: sidebar.x + (sidebar.visible ? sidebar.width + 20 : 0)
+        contentHeight: Math.max(panel.height, sidebar.height) + 24
+        clip: interactive
 
         MainPanel {
             id: panel
 
-            anchors.horizontalCenter: parent.horizontalCenter
+            x: 30
             model: root.model
             title: root.title
         }
-    }
 
-    LibrarySidebar {
-        id: sidebar
+        LibrarySidebar {
+            id: sidebar
 
-        enabled: !root.sheetIsModal
-        x: panelArea.width
-        y: titleBar.height + 4
-        model: root.model.library
-        available: !root.model.buttonDisabled
+            x: panel.width + 60
+            y: 4
+            model: root.model.library
+            available: !root.model.buttonDisabled
+        }
     }
 
     // Made when it is first asked for: the window is on the screen sooner without it.
@@ -108,7 +104,7 @@ Window {
     }
 
     DropZone {
-        width: panelArea.width
+        width: Math.min(sidebar.x, root.width)
         height: root.height
         model: root.model.library
         dark: root.dark

@@ -21,6 +21,8 @@ T.TextField {
     selectionColor: palette.highlight
     selectedTextColor: palette.highlightedText
     selectByMouse: true
+    // A longer one would be cut to the template's limit.
+    maximumLength: 0x7fffffff
     activeFocusOnTab: tabbable
     clip: true
     Accessible.name: "Recording Name"
@@ -28,6 +30,11 @@ T.TextField {
     onAccepted: root.committed()
     onNameChanged: if (text !== name)
         text = name
+    // Of one that is longer than the field the beginning is seen.
+    onTextChanged: if (!activeFocus)
+        cursorPosition = 0
+    onActiveFocusChanged: if (!activeFocus)
+        cursorPosition = 0
 
     Text {
         anchors.fill: parent

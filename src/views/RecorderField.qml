@@ -36,8 +36,7 @@ T.TextField {
     background: Rectangle {
         radius: 6
         color: root.palette.base
-        border.width: root.model.isRecording ? 2 : 1
-        border.color: root.model.isRecording ? root.palette.highlight : Qt.rgba(0.5, 0.5, 0.5, root.hovered ? 0.9 : 0.55)
+        border.color: Qt.rgba(0.5, 0.5, 0.5, 0.55)
     }
 
     Text {

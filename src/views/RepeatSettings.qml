@@ -6,7 +6,6 @@ SheetPanel {
     id: root
 
     required property SheetModel model
-    readonly property bool waits: model.repeatPlayback && model.waitBeforeRepeating
     readonly property alias firstControl: repeatToggle
 
     SheetSwitch {
@@ -20,14 +19,14 @@ SheetPanel {
 
     SheetCaption {
         anchors.horizontalCenter: parent.horizontalCenter
-        enabled: root.model.repeatPlayback
+        enabled: root.model.repeatControlsRespond
         text: root.model.repeatCaption
     }
 
     Row {
         anchors.horizontalCenter: parent.horizontalCenter
         spacing: 8
-        enabled: root.model.repeatPlayback
+        enabled: root.model.repeatControlsRespond
 
         SheetCaption {
             anchors.verticalCenter: parent.verticalCenter
@@ -39,7 +38,7 @@ SheetPanel {
             name: root.model.repeatCaption
             to: root.model.mostTimesToRepeat
             keyStep: 1
-            value: root.model.timesToRepeat
+            setting: root.model.timesToRepeat
             onEdited: to => root.model.timesToRepeat = to
         }
 
@@ -52,7 +51,7 @@ SheetPanel {
     SheetSwitch {
         anchors.horizontalCenter: parent.horizontalCenter
         text: "Wait Before Repeating"
-        enabled: root.model.repeatPlayback
+        enabled: root.model.repeatControlsRespond
         checked: root.model.waitBeforeRepeating
         onToggled: root.model.waitBeforeRepeating = checked
     }
@@ -60,21 +59,20 @@ SheetPanel {
     Row {
         anchors.horizontalCenter: parent.horizontalCenter
         spacing: 8
-        enabled: root.waits
+        enabled: root.model.pickersRespond
 
         SheetPicker {
             leastWidth: 50
             name: "Wait Time"
-            model: Array.from({
-                length: root.model.longestWait
-            }, (_, row) => String(row + 1))
-            currentIndex: Math.max(-1, root.model.waitTime - 1)
-            otherChoice: String(root.model.waitTime)
-            onActivated: index => root.model.waitTime = index + 1
+            model: root.model.waitTimes
+            currentIndex: root.model.waitTime
+            otherChoice: root.model.waitTimeText
+            onActivated: index => root.model.waitTime = index
         }
 
         SheetPicker {
             leastWidth: 90
+            textRole: "display"
             name: "Wait Time Unit"
             model: root.model.unitCaptions
             currentIndex: root.model.waitUnit

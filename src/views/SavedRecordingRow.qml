@@ -12,6 +12,9 @@ FocusScope {
     required property real trashOpacity
     required property SavedRecordingsModel rows
     required property bool available
+    // The part of the list that is in view.
+    required property real seenFrom
+    required property real seenTo
 
     // The Tab key stops at the controls of one row; the arrows go from row to row.
     readonly property bool isCurrent: ListView.isCurrentItem
@@ -35,6 +38,7 @@ FocusScope {
         field.focus = false;
         rows.hoverLoad(index, false);
         rows.hoverTrash(index, false);
+        rows.focusTrash(index, false);
         rows.hoverRow(index, false);
     }
     Keys.onMenuPressed: menu.popup(root, 20, 20)
@@ -46,19 +50,24 @@ FocusScope {
     Drag.onDragFinished: Drag.active = false
 
     HoverHandler {
-        id: pointer
-
         onHoveredChanged: root.rows.hoverRow(root.index, hovered)
     }
 
     DragHandler {
+        id: pull
+
         target: null
         grabPermissions: PointerHandler.CanTakeOverFromAnything
-        onActiveChanged: {
-            if (!active) {
-                root.Drag.active = false;
-                return;
-            }
+        onActiveChanged: if (!active)
+            root.Drag.active = false
+    }
+
+    // Not while the movement that starts it is handed out: the drag lasts until its end, and the movement
+    // would then go on to the row that it has come to.
+    Timer {
+        interval: 0
+        running: pull.active
+        onTriggered: {
             const text = root.rows.drag(root.index);
             root.Drag.mimeData = {
                 "text/plain": text
@@ -107,6 +116,8 @@ FocusScope {
         anchors.right: trash.left
         anchors.margins: 5
         anchors.verticalCenter: parent.verticalCenter
+        // What the list and the field together cut away to nothing would be drawn whole.
+        opacity: root.y + y + height > root.seenFrom + 1 && root.y + y < root.seenTo - 1 ? 1 : 0
         name: root.recordingName
         tabbable: root.isCurrent
         onNameEdited: text => root.rows.edit(root.index, text)
@@ -125,12 +136,8 @@ FocusScope {
         available: root.available
         buttonOpacity: root.trashOpacity
         tabbable: root.isCurrent
-        onHoverChanged: hovering => {
-            root.rows.hoverTrash(root.index, hovering);
-            // The row is left last, whichever of the two is told first.
-            if (!hovering && !pointer.hovered)
-                root.rows.hoverRow(root.index, false);
-        }
+        onHoverChanged: hovering => root.rows.hoverTrash(root.index, hovering)
+        onFocusSeen: seen => root.rows.focusTrash(root.index, seen)
         onClicked: root.rows.remove(root.index)
     }
 

@@ -102,7 +102,7 @@ FocusScope {
 
     Item {
         x: Math.round((root.width - width) / 2)
-        width: root.implicitWidth
+        width: Math.min(root.implicitWidth, root.width)
         height: Math.min(root.implicitHeight, root.height)
         clip: true
         // Not of the scope, which would have the focus along with what is in it.
@@ -127,28 +127,13 @@ FocusScope {
             width: parent.width
             height: parent.height
 
-            // Higher than a small screen, it scrolls.
-            Flickable {
-                id: scroll
-
-                function holds(item: Item): bool {
-                    return item !== null && (item === column || holds(item.parent));
-                }
-                function show(item: Item) {
-                    const top = item.mapToItem(column, 0, 0).y + column.y - 8;
-                    const bottom = top + item.height + 16;
-                    contentY = Math.max(0, Math.min(Math.max(contentY, bottom - height), top));
-                }
-
+            // A small screen has no room for all of it.
+            ScrollArea {
                 anchors.fill: parent
+                contentWidth: root.implicitWidth
                 contentHeight: root.implicitHeight
-                Window.onActiveFocusItemChanged: {
-                    if (holds(Window.activeFocusItem))
-                        show(Window.activeFocusItem);
-                }
                 // A field that records stays where it is.
-                interactive: contentHeight > height && !root.model.recordShortcut.isRecording && !root.model.playShortcut.isRecording
-                boundsBehavior: Flickable.StopAtBounds
+                responds: !root.model.recordShortcut.isRecording && !root.model.playShortcut.isRecording
 
                 Column {
                     id: column
@@ -190,7 +175,7 @@ FocusScope {
                             to: root.model.highestSpeed
                             stepSize: 1
                             keyStep: 1
-                            value: root.model.playbackSpeed
+                            setting: root.model.playbackSpeed
                             onEdited: to => root.model.playbackSpeed = to
                         }
                     }
@@ -227,8 +212,6 @@ FocusScope {
                         onClicked: root.model.saveButtonPressed()
                     }
                 }
-
-                T.ScrollBar.vertical: ThinScrollBar {}
             }
 
             // On its way out nothing acts any more.

@@ -11,6 +11,7 @@ T.ComboBox {
     required property real leastWidth
     // Shown when the value is none of the choices.
     property string otherChoice: ""
+    readonly property string choice: currentIndex < 0 || currentIndex >= count ? otherChoice : displayText
 
     implicitWidth: Math.max(leastWidth, implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: 26
@@ -20,10 +21,13 @@ T.ComboBox {
     font.pointSize: 10
     focusPolicy: Qt.StrongFocus
     Accessible.name: name
-    Accessible.description: enabled ? "" : "Unavailable"
+    // Screen readers are told of no value of a picker. In the open list it is what stands out.
+    Accessible.description: (popup.visible && highlightedIndex >= 0 ? textAt(highlightedIndex) : choice) + (enabled ? "" : ", Unavailable")
+    Accessible.onPressAction: if (enabled)
+        popup.open()
 
     contentItem: Text {
-        text: root.currentIndex < 0 || root.currentIndex >= root.count ? root.otherChoice : root.displayText
+        text: root.choice
         font: root.font
         color: root.enabled ? root.palette.windowText : Qt.rgba(0.5, 0.5, 0.5, 1)
         verticalAlignment: Text.AlignVCenter

@@ -1,35 +1,41 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// A number in a range. `keyStep` is what an arrow key adds to it.
+// A number in a range, which may be set to what is beyond it. `keyStep` is what an arrow key adds.
 T.Slider {
     id: root
 
     required property string name
+    required property real setting
     required property real keyStep
     signal edited(real to)
 
     function step(by: real) {
-        edited(Math.max(from, Math.min(to, value + by)));
+        edited(setting + by);
     }
 
     implicitWidth: 100
     implicitHeight: 24
+    value: setting
     live: true
     snapMode: stepSize > 0 ? T.Slider.SnapAlways : T.Slider.NoSnap
     focusPolicy: Qt.StrongFocus
     Accessible.name: name
     Accessible.description: enabled ? "" : "Unavailable"
-    onMoved: edited(value)
+    Accessible.onIncreaseAction: step(keyStep)
+    Accessible.onDecreaseAction: step(-keyStep)
+    // By the pointer, or by a screen reader, which sets the value itself.
+    onValueChanged: if (value !== setting)
+        edited(value)
     Keys.onLeftPressed: step(-keyStep)
     Keys.onDownPressed: step(-keyStep)
     Keys.onRightPressed: step(keyStep)
     Keys.onUpPressed: step(keyStep)
     Keys.onPressed: event => {
         if (event.key === Qt.Key_Home)
-            step(from - value);
+            edited(from);
         else if (event.key === Qt.Key_End)
-            step(to - value);
+            edited(to);
         else
             return;
         event.accepted = true;

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Templates as T
 
 // A symbol without a border. Its accessible name is what its tooltip says.
 FocusScope {
@@ -15,6 +14,8 @@ FocusScope {
     property real buttonOpacity: 1
     signal clicked
     signal hoverChanged(bool hovering)
+    // The keyboard would act on it, and is seen to.
+    signal focusSeen(bool seen)
 
     implicitWidth: 32
     implicitHeight: 32
@@ -31,27 +32,20 @@ FocusScope {
         anchors.fill: parent
     }
 
-    T.Button {
+    BareButton {
         id: button
 
         anchors.fill: parent
         text: root.label
         enabled: root.available
-        hoverEnabled: true
         focus: true
         focusPolicy: root.tabbable ? Qt.StrongFocus : Qt.ClickFocus
-        Accessible.description: enabled ? "" : "Unavailable"
-        Accessible.onPressAction: if (root.available)
-            root.clicked()
-        // A click leaves the focus behind unseen; Return is not to act on that once more.
-        Keys.enabled: visualFocus
-        Keys.onReturnPressed: root.clicked()
-        Keys.onEnterPressed: root.clicked()
         onClicked: root.clicked()
+        onVisualFocusChanged: root.focusSeen(visualFocus)
 
         // A button that can't be seen is still there for those who don't look for it.
         contentItem: Item {
-            opacity: button.visualFocus ? 1 : root.buttonOpacity
+            opacity: root.buttonOpacity
 
             Symbol {
                 anchors.centerIn: parent

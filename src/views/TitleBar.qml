@@ -16,6 +16,16 @@ Item {
 
     implicitHeight: 30
 
+    // What is scrolled away goes below it.
+    Rectangle {
+        anchors.fill: parent
+        color: palette.window
+    }
+
+    SystemPalette {
+        id: palette
+    }
+
     SymbolButton {
         id: menuButton
 

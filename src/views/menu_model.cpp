@@ -1,11 +1,29 @@
 #include "views/menu_model.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <utility>
 
 #include <QtCore/QCoreApplication>
 #include <QtGui/QGuiApplication>
 
 namespace tapeloop {
+namespace {
+
+// As Qt writes it.
+QString keySequence(std::uint64_t modifiers, const std::string& key) {
+  const std::pair<std::uint64_t, const char*> names[] = {{modifier_flag::command, "Meta+"},
+                                                         {modifier_flag::control, "Ctrl+"},
+                                                         {modifier_flag::option, "Alt+"},
+                                                         {modifier_flag::shift, "Shift+"}};
+  QString sequence;
+  for (const auto& [flag, name] : names) {
+    if (modifiers & flag) sequence += QLatin1String(name);
+  }
+  return sequence + QString::fromStdString(key).toUpper();
+}
+
+}  // namespace
 
 // The main menu has one item, which stands for the program and holds the items that are shown.
 MenuModel::MenuModel(const Menu& mainMenu)
@@ -20,20 +38,33 @@ QStringList MenuModel::titles() const {
 
 QStringList MenuModel::keys() const {
   QStringList keys;
-  for (const MenuItem& item : items_) {
-    keys.append(QString::fromStdString(item.keyEquivalent).toUpper());
+  for (int item = 0; at(item); ++item) {
+    const QVariantList sequences = keySequences(item);
+    keys.append(sequences.isEmpty() ? QString() : sequences.back().toString());
   }
   return keys;
 }
 
+QVariantList MenuModel::keySequences(int item) const {
+  QVariantList sequences;
+  const MenuItem* const found = at(item);
+  if (!found || found->keyEquivalent.empty()) return sequences;
+  for (const std::uint64_t modifiers : found->keyEquivalentModifierMasks) {
+    sequences.append(keySequence(modifiers, found->keyEquivalent));
+  }
+  return sequences;
+}
+
 void MenuModel::choose(int item) {
-  if (item < 0 || static_cast<std::size_t>(item) >= items_.size()) return;
-  switch (items_[static_cast<std::size_t>(item)].action) {
+  const MenuItem* const found = at(item);
+  if (!found) return;
+  switch (found->action) {
     case MenuAction::orderFrontStandardAboutPanel:
       Q_EMIT aboutPanelRequested();
       break;
     case MenuAction::terminate:
-      terminate();
+      // Not by `quit`, which closes the windows first and may be refused by one of them.
+      QCoreApplication::exit(0);
       break;
     case MenuAction::none:
     case MenuAction::separator:
@@ -41,13 +72,13 @@ void MenuModel::choose(int item) {
   }
 }
 
-void MenuModel::quitKeyPressed() {
-  if (!QGuiApplication::modalWindow()) terminate();
+void MenuModel::keyPressed(int item) {
+  if (!QGuiApplication::modalWindow()) choose(item);
 }
 
-// Not by `quit`, which closes the windows first and may be refused by one of them.
-void MenuModel::terminate() {
-  QCoreApplication::exit(0);
+const MenuItem* MenuModel::at(int item) const {
+  const auto index = static_cast<std::size_t>(item);
+  return item >= 0 && index < items_.size() ? &items_[index] : nullptr;
 }
 
 }  // namespace tapeloop

@@ -4,6 +4,7 @@
 
 #include <QtCore/QObject>
 #include <QtCore/QStringList>
+#include <QtCore/QVariant>
 #include <QtQml/qqmlregistration.h>
 
 #include "platform/main_menu.h"
@@ -17,7 +18,7 @@ class MenuModel : public QObject {
   QML_UNCREATABLE("comes with the window")
   /// A separator has no title.
   Q_PROPERTY(QStringList titles READ titles CONSTANT)
-  /// The keys that are pressed with Control; empty: none.
+  /// What is pressed for each item; empty: there is no key. Of several ways, the desktop's own.
   Q_PROPERTY(QStringList keys READ keys CONSTANT)
 
  public:
@@ -25,15 +26,17 @@ class MenuModel : public QObject {
 
   [[nodiscard]] QStringList titles() const;
   [[nodiscard]] QStringList keys() const;
+  /// Every way to press the item's key.
+  [[nodiscard]] Q_INVOKABLE QVariantList keySequences(int item) const;
   Q_INVOKABLE void choose(int item);
-  /// Ends the program, unless a message has to be dismissed first.
-  Q_INVOKABLE void quitKeyPressed();
+  /// The same, unless a message has to be dismissed first.
+  Q_INVOKABLE void keyPressed(int item);
 
  Q_SIGNALS:
   void aboutPanelRequested();
 
  private:
-  static void terminate();
+  [[nodiscard]] const MenuItem* at(int item) const;
 
   std::vector<MenuItem> items_;
 };

@@ -2,10 +2,18 @@
 
 #include <algorithm>
 #include <limits>
+#include <string>
 
 #include "views/conversions.h"
 
 namespace tapeloop {
+namespace {
+
+// A text that screen readers are told ends with the first zero: a sign stands for it.
+constexpr QChar zero(u'\0');
+constexpr QChar signOfZero(u'\u2400');
+
+}  // namespace
 
 SavedRecordingsModel::SavedRecordingsModel(ContentView& view)
     : view_(view), state_(view.libraryState()) {
@@ -17,6 +25,7 @@ SavedRecordingsModel::SavedRecordingsModel(ContentView& view)
   pass(state_.rows.loadButtonOpacity, loadOpacity);
   pass(state_.rows.individualBackground, rowColor);
   pass(state_.rows.trashButtonOpacity, trashOpacity);
+  pass(state_.rows.trashButtonHasFocus, trashOpacity);
   subscriptions_.push_back(state_.rowCount.subscribe([this] { changeRowCount(); }));
   changeRowCount();
 }
@@ -30,13 +39,14 @@ QVariant SavedRecordingsModel::data(const QModelIndex& index, int role) const {
   const auto row = static_cast<std::size_t>(index.row());
   switch (role) {
     case recordingName:
-      return QString::fromStdString(state_.rows.selectedRecordingName.get(row));
+      return QString::fromStdString(state_.rows.selectedRecordingName.get(row))
+          .replace(zero, signOfZero);
     case loadOpacity:
       return state_.rows.loadButtonOpacity.get(row);
     case rowColor:
       return toQt(state_.rows.individualBackground.get(row));
     case trashOpacity:
-      return state_.rows.trashButtonOpacity.get(row);
+      return state_.rows.shownTrashButtonOpacity(row);
     default:
       return {};
   }
@@ -61,7 +71,11 @@ void SavedRecordingsModel::loadFromMenu(int row) {
 // A row that is going has no place any more, and may still be told that the pointer leaves it.
 void SavedRecordingsModel::edit(int row, const QString& text) {
   if (row < 0) return;
-  state_.rows.selectedRecordingName.set(static_cast<std::size_t>(row), text.toStdString());
+  auto& names = state_.rows.selectedRecordingName;
+  const auto place = static_cast<std::size_t>(row);
+  QString name = text;
+  if (names.get(place).find('\0') != std::string::npos) name.replace(signOfZero, zero);
+  names.set(place, name.toStdString());
 }
 void SavedRecordingsModel::rename(int row) {
   view_.library().renameSavedRecording(static_cast<std::size_t>(row));
@@ -84,6 +98,10 @@ void SavedRecordingsModel::hoverTrash(int row, bool hovering) {
   if (row < 0) return;
   state_.rows.hoverTrashButton(static_cast<std::size_t>(row), hovering);
 }
+void SavedRecordingsModel::focusTrash(int row, bool focused) {
+  if (row < 0) return;
+  state_.rows.trashButtonHasFocus.set(static_cast<std::size_t>(row), focused);
+}
 
 // Rows come and go at the end: what moves up on a deletion are the entries, not the rows.
 void SavedRecordingsModel::changeRowCount() {
@@ -101,6 +119,7 @@ void SavedRecordingsModel::changeRowCount() {
     for (int row = count; row < before; ++row) {
       hoverLoad(row, false);
       hoverTrash(row, false);
+      focusTrash(row, false);
       hoverRow(row, false);
     }
   }

@@ -41,6 +41,7 @@ class SavedRecordingsModel : public QAbstractListModel {
   Q_INVOKABLE void hoverRow(int row, bool hovering);
   Q_INVOKABLE void hoverLoad(int row, bool hovering);
   Q_INVOKABLE void hoverTrash(int row, bool hovering);
+  Q_INVOKABLE void focusTrash(int row, bool focused);
 
  private:
   void changeRowCount();

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 
 #include "views/forwarding.h"
 
@@ -24,19 +23,35 @@ SheetModel::SheetModel(SheetView& sheet)
   pass(sheet.waitBeforeRepeating, &SheetModel::waitBeforeRepeatingChanged);
   pass(sheet.waittimenumber, &SheetModel::waitTimeChanged);
   pass(sheet.waittimeunit, &SheetModel::waitUnitChanged);
-  for (auto* label : {&sheet.secondsLabel, &sheet.minutesLabel, &sheet.hoursLabel}) {
-    pass(*label, &SheetModel::unitCaptionsChanged);
+  for (auto* toggle : {&sheet.repeatPlayback, &sheet.waitBeforeRepeating}) {
+    pass(*toggle, &SheetModel::pickersRespondChanged);
   }
+  unitCaptions_.insertRows(0, static_cast<int>(units.size()));
+  for (auto* label : {&sheet.secondsLabel, &sheet.minutesLabel, &sheet.hoursLabel}) {
+    subscriptions_.push_back(label->subscribe([this] { showUnitCaptions(); }));
+  }
+  showUnitCaptions();
   pass(sheet.timesToRepeat, &SheetModel::timesToRepeatChanged);
   pass(sheet.repeatTimeLabel, &SheetModel::repeatCaptionChanged);
   pass(sheet.timeOrTimes, &SheetModel::repeatCaptionChanged);
   pass(sheet.playbackSpeed, &SheetModel::playbackSpeedChanged);
 }
 
+QStringList SheetModel::waitTimes() {
+  QStringList times;
+  for (std::int64_t time = 1; time <= SheetView::longestWait; ++time) {
+    times.append(QString::number(time));
+  }
+  return times;
+}
+
 int SheetModel::waitTime() const {
-  using Limits = std::numeric_limits<int>;
-  return static_cast<int>(
-      std::clamp<std::int64_t>(sheet_.waittimenumber.get(), Limits::min(), Limits::max()));
+  const std::int64_t time = sheet_.waittimenumber.get();
+  return time >= 1 && time <= SheetView::longestWait ? static_cast<int>(time) - 1 : -1;
+}
+
+QString SheetModel::waitTimeText() const {
+  return QString::number(sheet_.waittimenumber.get());
 }
 
 int SheetModel::waitUnit() const {
@@ -49,10 +64,11 @@ void SheetModel::setWaitUnit(int unit) {
   sheet_.waittimeunit.set(units[static_cast<std::size_t>(unit)]);
 }
 
-QStringList SheetModel::unitCaptions() const {
-  return {QString::fromStdString(sheet_.secondsLabel.get()),
-          QString::fromStdString(sheet_.minutesLabel.get()),
-          QString::fromStdString(sheet_.hoursLabel.get())};
+void SheetModel::showUnitCaptions() {
+  int row = 0;
+  for (auto* label : {&sheet_.secondsLabel, &sheet_.minutesLabel, &sheet_.hoursLabel}) {
+    unitCaptions_.setData(unitCaptions_.index(row++), QString::fromStdString(label->get()));
+  }
 }
 
 QString SheetModel::repeatCaption() const {

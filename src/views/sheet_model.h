@@ -5,6 +5,7 @@
 #include <QtCore/QObject>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
+#include <QtCore/QStringListModel>
 #include <QtQml/qqmlregistration.h>
 
 #include "controller/sheet_view.h"
@@ -18,14 +19,17 @@ class SheetModel : public QObject {
   QML_ELEMENT
   QML_UNCREATABLE("comes with the window")
   Q_PROPERTY(bool shown READ shown NOTIFY shownChanged)
+  Q_PROPERTY(bool repeatControlsRespond READ repeatControlsRespond NOTIFY repeatPlaybackChanged)
   Q_PROPERTY(
       bool repeatPlayback READ repeatPlayback WRITE setRepeatPlayback NOTIFY repeatPlaybackChanged)
   Q_PROPERTY(bool waitBeforeRepeating READ waitBeforeRepeating WRITE setWaitBeforeRepeating NOTIFY
                  waitBeforeRepeatingChanged)
+  Q_PROPERTY(bool pickersRespond READ pickersRespond NOTIFY pickersRespondChanged)
+  Q_PROPERTY(QStringList waitTimes READ waitTimes CONSTANT)
   Q_PROPERTY(int waitTime READ waitTime WRITE setWaitTime NOTIFY waitTimeChanged)
-  Q_PROPERTY(int longestWait READ longestWait CONSTANT)
+  Q_PROPERTY(QString waitTimeText READ waitTimeText NOTIFY waitTimeChanged)
+  Q_PROPERTY(QAbstractItemModel* unitCaptions READ unitCaptions CONSTANT)
   Q_PROPERTY(int waitUnit READ waitUnit WRITE setWaitUnit NOTIFY waitUnitChanged)
-  Q_PROPERTY(QStringList unitCaptions READ unitCaptions NOTIFY unitCaptionsChanged)
   Q_PROPERTY(
       double timesToRepeat READ timesToRepeat WRITE setTimesToRepeat NOTIFY timesToRepeatChanged)
   Q_PROPERTY(double mostTimesToRepeat READ mostTimesToRepeat CONSTANT)
@@ -47,19 +51,26 @@ class SheetModel : public QObject {
   void setRepeatPlayback(bool on) { sheet_.repeatPlayback.set(on); }
   [[nodiscard]] bool waitBeforeRepeating() const { return sheet_.waitBeforeRepeating.get(); }
   void setWaitBeforeRepeating(bool on) { sheet_.waitBeforeRepeating.set(on); }
+  [[nodiscard]] bool repeatControlsRespond() const { return sheet_.repeatControlsRespond(); }
+  [[nodiscard]] bool pickersRespond() const { return sheet_.pickersRespond(); }
+  /// What there is to pick from.
+  [[nodiscard]] static QStringList waitTimes();
+  /// An index into the times; -1 for a time that is none of them.
   [[nodiscard]] int waitTime() const;
-  void setWaitTime(int number) { sheet_.waittimenumber.set(number); }
-  [[nodiscard]] int longestWait() const { return SheetView::longestWait; }
+  void setWaitTime(int time) { sheet_.waittimenumber.set(time + 1); }
+  [[nodiscard]] QString waitTimeText() const;
+  /// Its rows stay when their captions change, and with them what is picked.
+  [[nodiscard]] QAbstractItemModel* unitCaptions() { return &unitCaptions_; }
   /// An index into the captions; -1 for a unit that is none of them.
   [[nodiscard]] int waitUnit() const;
   void setWaitUnit(int unit);
-  [[nodiscard]] QStringList unitCaptions() const;
-  [[nodiscard]] double timesToRepeat() const { return sheet_.timesToRepeat.get(); }
-  void setTimesToRepeat(double times) { sheet_.timesToRepeat.set(times); }
+  /// As its slider has it, and so is the speed.
+  [[nodiscard]] double timesToRepeat() const { return sheet_.timesToRepeatOnSlider(); }
+  void setTimesToRepeat(double times) { sheet_.slideTimesToRepeat(times); }
   [[nodiscard]] double mostTimesToRepeat() const { return SheetView::mostTimesToRepeat; }
   [[nodiscard]] QString repeatCaption() const;
-  [[nodiscard]] double playbackSpeed() const { return sheet_.playbackSpeed.get(); }
-  void setPlaybackSpeed(double speed) { sheet_.playbackSpeed.set(speed); }
+  [[nodiscard]] double playbackSpeed() const { return sheet_.playbackSpeedOnSlider(); }
+  void setPlaybackSpeed(double speed) { sheet_.slidePlaybackSpeed(speed); }
   [[nodiscard]] double lowestSpeed() const { return SheetView::lowestSpeed; }
   [[nodiscard]] double highestSpeed() const { return SheetView::highestSpeed; }
   [[nodiscard]] QString speedCaption() const;
@@ -75,13 +86,16 @@ class SheetModel : public QObject {
   void waitBeforeRepeatingChanged();
   void waitTimeChanged();
   void waitUnitChanged();
-  void unitCaptionsChanged();
+  void pickersRespondChanged();
   void timesToRepeatChanged();
   void repeatCaptionChanged();
   void playbackSpeedChanged();
 
  private:
+  void showUnitCaptions();
+
   SheetView& sheet_;
+  QStringListModel unitCaptions_;
   RecorderModel recordShortcut_;
   RecorderModel playShortcut_;
   std::vector<Subscription> subscriptions_;

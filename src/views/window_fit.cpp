@@ -19,26 +19,28 @@ void WindowFit::setWindow(QQuickWindow* window) {
 void WindowFit::followScreen() {
   disconnect(areaOfScreen_);
   if (const QScreen* screen = window_ ? window_->screen() : nullptr) {
-    areaOfScreen_ = connect(screen, &QScreen::availableGeometryChanged, this,
-                            &WindowFit::availableHeightChanged);
+    areaOfScreen_ = connect(screen, &QScreen::availableGeometryChanged, this, &WindowFit::fit);
   }
-  Q_EMIT availableHeightChanged();
+  fit();
 }
 
-int WindowFit::availableHeight() const {
+void WindowFit::setWantedSize(QSizeF size) {
+  if (wantedSize_ == size) return;
+  wantedSize_ = size;
+  fit();
+  Q_EMIT wantedSizeChanged();
+}
+
+void WindowFit::fit() {
   const QScreen* screen = window_ ? window_->screen() : nullptr;
-  return screen ? screen->availableGeometry().height() : 0;
-}
-
-void WindowFit::fit(int width, int height) {
-  if (!window_) return;
-  const QSize size(width, height);
+  if (!screen || wantedSize_.isEmpty()) return;
+  const QSize size = wantedSize_.toSize().boundedTo(screen->availableGeometry().size());
   // In one step: the window manager holds a window to the limits that it knows.
   window_->setMinimumSize(size);
   window_->setMaximumSize(size);
   const QRect before = window_->geometry();
   const QRect area = qt::areaAround(before);
-  const bool grows = width > before.width() || height > before.height();
+  const bool grows = size.width() > before.width() || size.height() > before.height();
   if (!window_->isVisible() || !grows || area.isEmpty()) {
     window_->resize(size);
   } else {

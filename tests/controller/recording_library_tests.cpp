@@ -171,6 +171,10 @@ TEST_F(LibraryTest, RowsFollowThePointerAndTheirButtonsKeepStillWhileRecording) 
   }
   rows().hoverRow(3, false);
   EXPECT_THAT(look(), FieldsAre(1.0, 0.0, clearColor));
+  rows().hoverTrashButton(3, false);
+  EXPECT_EQ(rows().shownTrashButtonOpacity(3), 0) << "whichever of the two is left first";
+  rows().trashButtonHasFocus.set(3, true);
+  EXPECT_EQ(rows().shownTrashButtonOpacity(3), 1);
 }
 
 TEST_F(LibraryTest, AThousandRowsHaveStateOfTheirOwnAndActOnTheirOwnEntry) {

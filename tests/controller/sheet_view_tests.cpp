@@ -1,3 +1,4 @@
+#include <limits>
 #include <memory>
 
 #include "controller/sheet_view.h"
@@ -76,6 +77,31 @@ TEST_F(SheetViewTest, EditsAreStoredAtOnceAndSaveOnlyResetsTheCountAndCloses) {
   EXPECT_THAT(lines(), ElementsAre("Saving Settings..."));
   EXPECT_FALSE(shown.get());
   EXPECT_EQ(countWhenClosed, 0);
+}
+
+TEST_F(SheetViewTest, ASliderStaysWithinItsRangeAndLeavesWhatIsStoredBeyondItUntilItIsMoved) {
+  settings.timesToRepeat.set(-3);
+  settings.playbackSpeed.set(std::numeric_limits<double>::quiet_NaN());
+  EXPECT_EQ(sheet.timesToRepeatOnSlider(), 0);
+  EXPECT_EQ(sheet.playbackSpeedOnSlider(), 1);
+  EXPECT_EQ(settings.timesToRepeat.get(), -3);
+  const std::pair<double, std::pair<double, double>> moves[] = {
+      {-1, {0, 1}}, {0.4, {0.4, 1}}, {5.5, {5.5, 6}}, {11, {11, 10}}, {101, {100, 10}}};
+  for (const auto& [to, outcome] : moves) {
+    sheet.slideTimesToRepeat(to);
+    sheet.slidePlaybackSpeed(to);
+    EXPECT_EQ(std::pair(settings.timesToRepeat.get(), settings.playbackSpeed.get()), outcome) << to;
+  }
+}
+
+TEST_F(SheetViewTest, ThePickersRespondWhileThereIsAWaitBetweenRuns) {
+  for (const bool repeats : {false, true}) {
+    for (const bool waits : {false, true}) {
+      settings.repeatPlayback.set(repeats);
+      settings.waitBeforeRepeating.set(waits);
+      EXPECT_EQ(sheet.pickersRespond(), repeats && waits);
+    }
+  }
 }
 
 TEST_F(SheetViewTest, EachFieldEditsItsOwnSlot) {

@@ -112,6 +112,28 @@ TEST_F(DropTests, ARowIsNamedAndDraggedAndADropFromElsewhereLoadsTheOneThatWasDr
   EXPECT_THAT(lines(3), ElementsAre(identifier, identifier, identifier));
 }
 
+TEST_F(DropTests, AMovementThatStartsADragAndComesToTheNextRowDragsTheFirstAlone) {
+  store(data.path(), {{"recordingList", listOf({"First", "Second"})}});
+  Program program(desktop, {}, data.path());
+  program.press("Toggle Sidebar");
+  const auto row = program.named("list item", "First").place();
+  program.process().clearLines();
+  user.moveTo(row.x + 100, row.y + row.height - 5);
+  user.press(1);
+  user.moveTo(row.x + 40, row.y + row.height + 30);
+  // Until then the next moves would be taken together with this one.
+  ASSERT_TRUE(program.process().waitForLine(0, generousLimit));
+  ASSERT_TRUE(comesToPanel());
+  user.release(1);
+  ASSERT_TRUE(program.process().waitForLine(3, generousLimit));
+  ASSERT_TRUE(desktop.waitForFreePointer());
+  program.press("Toggle Sidebar");
+  ASSERT_TRUE(program.writes("Toggle Sidebar"));
+  const auto lines = program.process().lines();
+  EXPECT_THAT(lines, ElementsAre(lines[0], lines[0], lines[0], lines[3], "Toggle Sidebar"));
+  EXPECT_NE(lines[3], lines[0]);
+}
+
 TEST_F(DropTests, ADragThatLeavesOrIsLostLeavesNothingBehind) {
   Program program(desktop);
   {

@@ -116,6 +116,39 @@ TEST_F(MonitorTests, OnASmallScreenAllOfTheSheetIsWithinReach) {
   program.saveSettings();
 }
 
+TEST_F(MonitorTests, WhereAllIsTooLargeForTheScreenTheWindowIsScrolledAndClosed) {
+  constexpr int scale = 3;
+  constexpr XMonitor screen{0, 0, 267 * scale, 200 * scale};
+  TestDesktop desktop({.width = screen.width, .height = screen.height});
+  store(data.path(), {{"recordingList", listOf({"First"})}});
+  Program program(desktop, {}, data.path(), {"env", "QT_SCALE_FACTOR=" + std::to_string(scale)});
+  expectWithin(desktop, screen, 1, 1);
+  program.press("Toggle Sidebar");
+  expectWithin(desktop, screen, screen.width, screen.height);
+  const auto trash = program.accessible().find(
+      [](const Element& element) { return element.name() == "Delete Recording"; });
+  ASSERT_TRUE(trash);
+  const int away = trash->place().x;
+  const auto comesNearer = [&] { return trash->place().x < away; };
+  ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));
+  desktop.user().moveTo(30, 300);
+  EXPECT_TRUE(eventually([&] {
+    desktop.user().click(7);
+    return comesNearer();
+  })) << "by the wheel";
+  EXPECT_TRUE(eventually([&] {
+    desktop.user().click(6);
+    return trash->place().x == away;
+  }));
+  EXPECT_TRUE(eventually([&] {
+    if (!trash->is(State::focused)) desktop.user().tapKey("Tab");
+    return trash->is(State::focused) && comesNearer();
+  })) << "by the keyboard";
+  desktop.user().moveTo(screen.width - 16 * scale, 15 * scale);
+  desktop.user().click(1);
+  EXPECT_EQ(program.exitCode(), 0);
+}
+
 TEST_F(MonitorTests, MonitorsThatChangeDuringCaptureAndPlaybackEndNeither) {
   TestDesktop desktop;
   Program program(desktop);

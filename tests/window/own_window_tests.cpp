@@ -1,3 +1,4 @@
+#include <cstdint>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -19,8 +20,17 @@ TEST(OwnWindowTests, InputIsCapturedUnlessItIsAimedAtTheProgram) {
   const XPoster& user = desktop.user();
   Program program(desktop);
   const ClientWindow own = desktop.window();
-  program.click(program.recordButton());
+  // Beside the caption. A button has two colours, wherever the pointer is.
+  const auto button = program.recordButton().place();
+  const auto turns = [&](std::uint32_t color) {
+    return eventually([&] { return desktop.pixel(button.x + 20, button.y + 4) == color; });
+  };
+  user.moveTo(button.x + 20, button.y + 10);
+  user.press(1);
+  EXPECT_TRUE(turns(0xb43228));
+  user.release(1);
   ASSERT_TRUE(program.writes("Recording: true"));
+  EXPECT_TRUE(turns(0xdc5a50));
   const int x = own.x + own.width / 2;
   const int y = own.y + own.height / 2;
   user.moveTo(own.x + 10, own.y + own.height - 5);

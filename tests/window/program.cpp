@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "capture/recording_json.h"
 #include "platform/linux/sqlite_defaults_store.h"
 
 namespace tapeloop::support {
@@ -132,6 +133,15 @@ void store(const std::filesystem::path& dataFolder,
       throw std::runtime_error("the store does not take " + key);
     }
   }
+}
+
+std::string listOf(const std::vector<std::string>& titles) {
+  std::vector<Recording> recordings(titles.size());
+  for (std::size_t i = 0; i < titles.size(); ++i) {
+    recordings[i].title = titles[i];
+    recordings[i].uniqueID = Uuid::random();
+  }
+  return encodeRecordings(recordings).value();
 }
 
 Application::Application(TestDesktop& desktop, const std::vector<std::string>& command,

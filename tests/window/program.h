@@ -84,6 +84,9 @@ class TestDesktop {
 void store(const std::filesystem::path& dataFolder,
            const std::vector<std::pair<std::string, DefaultsValue>>& values);
 
+/// The text of a list of recordings with these titles.
+[[nodiscard]] std::string listOf(const std::vector<std::string>& titles);
+
 /// An application on the desktop, with a data folder of its own. Its lines are what it writes to
 /// standard output and standard error. What can't be done throws.
 class Application {
@@ -168,7 +171,7 @@ class Program : public Application {
   void saveSettings();
   /// Qt tells the accessibility bus of no item that it is disabled.
   [[nodiscard]] static bool isOn(const Element& element) {
-    return element.description() != "Unavailable";
+    return !element.description().ends_with("Unavailable");
   }
 
  private:

@@ -1,4 +1,6 @@
+#include <cstdint>
 #include <string>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -30,6 +32,41 @@ bool grabsKeyboard(const XConnection& client, bool throughExtension) {
                                inputDevice(client, coreKeyboard), XCB_INPUT_GRAB_MODE_22_ASYNC,
                                XCB_INPUT_GRAB_MODE_22_ASYNC, 0, 1, &events));
   return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+}
+
+// The rows of a picker keep their places as their captions change.
+TEST(WaitPickerTests, TheUnitThatIsStoredIsShownAndSpokenWhateverTheNumberAtTheStartAndOnAChange) {
+  TestDesktop desktop;
+  const XPoster& user = desktop.user();
+  const std::pair<const char*, const char*> units[] = {{"minutes", "Minute"}, {"hours", "Hour"}};
+  for (const auto& [unit, one] : units) {
+    for (const std::int64_t number : {1, 7}) {
+      SCOPED_TRACE(unit + std::to_string(number));
+      const TemporaryFolder data;
+      store(data.path(), {{"repeatPlayback", true},
+                          {"waitBeforeRepeating", true},
+                          {"waittimenumber", number},
+                          {"waittimeunit", unit}});
+      Program program(desktop, {}, data.path());
+      ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));
+      const auto speaks = [&](const char* picker, const std::string& choice) {
+        return eventually(
+            [&] { return program.named("combo box", picker).description() == choice; });
+      };
+      program.openSettings();
+      EXPECT_TRUE(speaks("Wait Time Unit", number == 1 ? one : std::string(one) + "s"));
+      EXPECT_TRUE(speaks("Wait Time", std::to_string(number)));
+      const auto picker = program.named("combo box", "Wait Time");
+      ASSERT_TRUE(eventually([&] {
+        if (!picker.is(State::focused)) user.tapKey("Tab");
+        return picker.is(State::focused);
+      }));
+      user.tapKey(number == 1 ? "Down" : "Home");
+      EXPECT_TRUE(speaks("Wait Time", number == 1 ? "2" : "1"));
+      EXPECT_TRUE(speaks("Wait Time Unit", number == 1 ? std::string(one) + "s" : one));
+      EXPECT_EQ(program.close(), 0);
+    }
+  }
 }
 
 class SettingsSheetTests : public testing::Test {
@@ -93,7 +130,13 @@ TEST_F(SettingsSheetTests, EverythingIsSetWithTheKeyboardAloneAndSwitchesBringTo
 }
 
 TEST_F(SettingsSheetTests, AFieldRefusesWhatIsTakenAndTakesAndClearsTheRest) {
-  program.click(program.named("text", "Play Shortcut"));
+  const auto field = program.named("text", "Play Shortcut");
+  const auto edge = [&] {
+    const auto place = field.place();
+    return desktop.pixel(place.x, place.y + place.height / 2);
+  };
+  const auto edgeAtRest = edge();
+  program.click(field);
   ASSERT_TRUE(program.says("Play Shortcut", "Press Shortcut"));
   user.strike({"Control_L", "q"});
   const std::string message =
@@ -106,6 +149,7 @@ TEST_F(SettingsSheetTests, AFieldRefusesWhatIsTakenAndTakesAndClearsTheRest) {
   EXPECT_TRUE(program.says("Play Shortcut", "Press Shortcut"));
   EXPECT_TRUE(reads("Play Shortcut", ""));
   ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));
+  EXPECT_EQ(edge(), edgeAtRest) << "no field has a focus ring";
   user.tapKey("F5");
   ASSERT_TRUE(reads("Play Shortcut", "F5"));
   EXPECT_TRUE(program.says("Play Shortcut", "Set Shortcut"));

@@ -28,12 +28,14 @@ class Window::Frame final : public QQuickWindow {
   std::shared_ptr<View> view;
   QPointer<QQuickItem> item;
   bool movable = false;
+  bool wanted = false;  // asked to the front and not closed since
 
  protected:
   bool event(QEvent* event) override {
     const bool handled = QQuickWindow::event(event);
     if (event->type() == QEvent::Show && view) view->onAppear();
     if (event->type() == QEvent::Hide && view) view->onDisappear();
+    if (event->type() == QEvent::Close && event->isAccepted()) wanted = false;  // by the user
     // Only now do the items have it: `mousePressEvent` comes before they do.
     if (event->type() == QEvent::MouseButtonPress && movable) moveUnlessTaken(*event);
     return handled;
@@ -65,7 +67,7 @@ Window::~Window() {
 }
 
 void Window::makeKeyAndOrderFront() {
-  wanted_ = true;
+  frame_->wanted = true;
   changed();
 }
 
@@ -142,7 +144,7 @@ void Window::setStandardWindowButtonHidden(WindowButton button, bool hidden) {
 
 void Window::close() {
   if (autosave_) autosave_->remember();
-  wanted_ = false;
+  frame_->wanted = false;
   frame_->hide();
 }
 
@@ -151,7 +153,7 @@ bool Window::isOpen() const {
 }
 
 void Window::changed() {
-  if (!wanted_ || queued_) return;
+  if (!frame_->wanted || queued_) return;
   queued_ = true;
   QMetaObject::invokeMethod(
       &receiver_, [this] { display(); }, Qt::QueuedConnection);
@@ -163,7 +165,7 @@ void Window::display() {
 
 void Window::realize() {
   queued_ = false;
-  if (!wanted_) return;
+  if (!frame_->wanted) return;
   frame_->movable = movable_ && !ignoresMouseEvents_;
   if (frame_->flags() != flags()) frame_->setFlags(flags());
   fitContent();
@@ -176,9 +178,14 @@ void Window::realize() {
 
 void Window::fitContent() {
   if (!item_) return;
-  const QSize size(static_cast<int>(std::ceil(item_->implicitWidth())),
-                   static_cast<int>(std::ceil(item_->implicitHeight())));
+  QSize size(static_cast<int>(std::ceil(item_->implicitWidth())),
+             static_cast<int>(std::ceil(item_->implicitHeight())));
   if (size.isEmpty()) return;
+  // What is beyond the screen is out of reach, and so would be a title bar around all of it.
+  if (const QScreen* screen = frame_->screen()) {
+    const double share = (mask_ & style_mask::titled) != 0 ? 0.9 : 1;
+    size = size.boundedTo(screen->availableGeometry().size() * share);
+  }
   const bool resizable = (mask_ & style_mask::resizable) != 0;
   frame_->setMinimumSize(size);
   if (!resizable) frame_->setMaximumSize(size);

@@ -67,7 +67,6 @@ class Window final : public tapeloop::Window {
   WindowLevel level_ = WindowLevel::normal;
   bool movable_ = false;
   bool ignoresMouseEvents_ = false;
-  bool wanted_ = false;  // asked to the front and not closed since
   bool queued_ = false;  // a call of `realize` is under way
   bool centered_ = false;
   std::unique_ptr<FrameAutosave> autosave_;  // null: the frame is not remembered
