@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <functional>
 #include <initializer_list>
 #include <string>
@@ -136,7 +137,10 @@ TEST_F(HotKeys, RecordShortcutTogglesOnReleaseOfTheWholeAndLeavesNoTrace) {
   down({"Alt_L", "r"});
   settle();
   EXPECT_TRUE(isRecording());
-  up({"Control_L", "Alt_L", "r"});
+  up({"Control_L", "Alt_L"});
+  settle();
+  EXPECT_TRUE(isRecording()) << "the key is still down";
+  up({"r"});
   ASSERT_TRUE(turnUntil([this] { return !isRecording(); }));
 
   std::vector<std::uint16_t> codes;
@@ -205,7 +209,7 @@ TEST_F(HotKeys, EscapeStopsAllMotionWhateverMadeARunLonger) {
   const auto motions = [this] { return observer.count(XEventKind::motion); };
   const std::function<void()> lengthenings[] = {
       [&] { desktop.setLog(moves(20'000)); },
-      [&] { settings.playbackSpeed.set(0.001); },
+      [&] { settings.playbackSpeed.set(0.05); },
   };
   for (const auto& lengthen : lengthenings) {
     desktop.setLog(moves(20));
@@ -213,7 +217,7 @@ TEST_F(HotKeys, EscapeStopsAllMotionWhateverMadeARunLonger) {
     ASSERT_TRUE(turnUntil([&] { return motions() > 40; }));
     lengthen();
     const std::size_t before = motions();
-    ASSERT_TRUE(turnUntil([&] { return motions() > before + 10; }));
+    ASSERT_TRUE(turnUntil([&] { return motions() > before + 60; }));
     poster.tapKey("Escape");
     ASSERT_TRUE(turnUntil([this] { return !desktop.isPlaying(); }));
     settle();
@@ -287,7 +291,7 @@ TEST_F(HotKeys, LocksAndLayoutsMakeNoDifference) {
     return displayText({16, controlKey}, layouts) == "⌃Y";
   })) << "Greek writes no Latin letters";
   // Azerbaijani lacks a letter; Russian has none, and the places have their own names.
-  for (const auto& [layout, name] : {std::pair("az", "⌃Ü"), std::pair("ru", "⌃W")}) {
+  for (const auto& [layout, name] : {std::pair("gr,az", "⌃Ü"), std::pair("ru", "⌃W")}) {
     server.setKeyboardLayout(layout);
     EXPECT_TRUE(turnUntil([&] {
       return displayText({13, controlKey}, layouts) == name;
@@ -321,6 +325,10 @@ TEST_F(HotKeys, WhatAnotherProgramHasIsKnownAndNeverActsUntilItIsFreeAgain) {
       strike("r");
       settle();
       EXPECT_FALSE(isRecording()) << "the other program acts";
+      // It did not ask for the combination with this lock, and of a refused one nothing is taken.
+      poster.tapKey("Num_Lock");
+      strike("r");
+      poster.tapKey("Num_Lock");
     }
     EXPECT_TRUE(turnUntil([&] { return !isSystemShortcut(controlOptionR, desktop.hotKeys()); }));
     shortcuts().beginPause();
@@ -333,7 +341,9 @@ TEST_F(HotKeys, WhatAnotherProgramHasIsKnownAndNeverActsUntilItIsFreeAgain) {
   EXPECT_FALSE(isSystemShortcut(controlOptionR, desktop.hotKeys())) << "our own is not another's";
   strike("r");
   EXPECT_TRUE(turnUntil([this] { return isRecording(); }));
-  EXPECT_THAT(keysSeen(), IsEmpty()) << "asking took no key away from us, nor did a refusal";
+  const auto seen = keysSeen();
+  EXPECT_EQ(std::count(seen.begin(), seen.end(), poster.keycode("r")), 3)
+      << "asking took no key away from us, nor did a refusal";
 }
 
 TEST_F(HotKeys, WhatIsPostedReachesTheApplicationWhileAShortcutIsHeld) {
