@@ -18,6 +18,7 @@ namespace {
 using namespace std::chrono_literals;
 using support::eventually;
 using support::Program;
+using support::Role;
 using support::XAction;
 using support::XEvent;
 using support::XEventKind;
@@ -163,14 +164,14 @@ std::vector<Replay> FidelitySession::run() {
   record(*program);
   replays.push_back(play(*program, plan_.speeds.front()));
   if (plan_.speeds.size() == 1) return replays;
-  require(program->named("push button", "Save Recording").press(), "it can't be saved");
+  require(program->named(Role::button, "Save Recording").press(), "it can't be saved");
   for (std::size_t i = 1; i < plan_.speeds.size(); ++i) {
-    require(program->named("push button", "Close").press() && program->exitCode() == 0,
+    require(program->named(Role::button, "Close").press() && program->exitCode() == 0,
             "the program did not end");
     program = start(plan_.speeds[i]);
-    require(program->named("push button", "Toggle Sidebar").press(), "no library");
-    require(program->named("push button", "Load Recording").press(), "it can't be loaded");
-    (void)program->named("alert", "Recording Loaded");
+    require(program->named(Role::button, "Toggle Sidebar").press(), "no library");
+    require(program->named(Role::button, "Load Recording").press(), "it can't be loaded");
+    (void)program->named(Role::alert, "Recording Loaded");
     replays.push_back(play(*program, plan_.speeds[i]));
     replays.back().isLoaded = true;
   }

@@ -32,6 +32,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using namespace tapeloop;
+using support::Role;
 using support::XEventKind;
 using support::XEventList;
 using Clock = std::chrono::steady_clock;
@@ -102,7 +103,7 @@ class Session {
   Session() {
     if (!desktop_.waitForWindows("Tapeloop", 1)) throw std::runtime_error("no window");
     record_.emplace(program_.recordButton());
-    play_.emplace(program_.named("push button", "Play"));
+    play_.emplace(program_.named(Role::button, "Play"));
     application_.emplace(desktop_.server().display());
     makeActions();
   }

@@ -24,7 +24,7 @@ class TimerBlock {
                                         std::invocable<std::decay_t<Function>&, const TimerRef&>>>
   TimerBlock(Function&& function) {
     using Closure = std::decay_t<Function>;
-    if constexpr (std::constructible_from<bool, const Closure&>) {
+    if constexpr (canBeEmpty<Closure>) {
       // An empty std::function makes an empty block.
       if (!static_cast<bool>(function)) return;
     }
@@ -63,6 +63,12 @@ class TimerBlock {
   static constexpr std::size_t capacity = 32;
   using Storage = std::array<std::byte, capacity>;
 
+  // Asked of its own operator: a lambda is true too, as the function that it can become.
+  template <typename Closure>
+  static constexpr bool canBeEmpty = std::is_pointer_v<Closure> ||
+                                     requires(const Closure& closure) {
+    closure.operator bool();
+  };
   template <typename Closure>
   static constexpr bool isAligned = alignof(Closure) <= alignof(void*);
   template <typename Closure>

@@ -98,8 +98,8 @@ TEST(PackageTests, OneVersionIsEverywhere) {
   TestDesktop desktop;
   Program program(desktop);
   program.press("Menu");
-  ASSERT_TRUE(program.named("menu item", "About Tapeloop").press());
-  (void)program.named("label", "Version " + version);
+  ASSERT_TRUE(program.named(Role::menuItem, "About Tapeloop").press());
+  (void)program.named(Role::label, "Version " + version);
 }
 
 TEST(PackageTests, TheUnpackedProgramShowsWhatLiesBesideIt) {

@@ -80,7 +80,7 @@ class SessionTests : public testing::Test {
   void openSidebar(Program& program) {
     program.click("Toggle Sidebar");
     ASSERT_TRUE(eventually([&] { return desktop.window().width == 580; }));
-    (void)program.named("list", "Saved Recordings");
+    (void)program.named(Role::list, "Saved Recordings");
   }
 
   Orders orders() const {
@@ -112,12 +112,12 @@ class SessionTests : public testing::Test {
   }
   // Nothing but its place tells that a field belongs to the label before it.
   Element labelled(const std::string& label) {
-    const auto place = form.named("label", label).place();
+    const auto place = form.named(Role::label, label).place();
     const auto found = form.accessible().find([&](const Element& element) {
-      const auto role = element.role();
+      const Role role = element.role();
       const auto other = element.place();
-      return (role == "text" || role == "combo box") && other.x > place.x && other.y <= place.y &&
-             other.y + other.height >= place.y + place.height;
+      return (role == Role::text || role == Role::comboBox) && other.x > place.x &&
+             other.y <= place.y && other.y + other.height >= place.y + place.height;
     });
     if (!found) throw std::runtime_error("no field for " + label);
     return *found;
@@ -134,8 +134,8 @@ class SessionTests : public testing::Test {
     ASSERT_TRUE(eventually([&] { return first.text() == name && second.text() == address; }))
         << first.text() << ", " << second.text();
     clickUnhurried(labelled("Size"));
-    clickUnhurried(form.named("menu item", "Medium"));
-    const Element box = form.named("check box", "Wrapped as a present");
+    clickUnhurried(form.named(Role::menuItem, "Medium"));
+    const Element box = form.named(Role::checkBox, "Wrapped as a present");
     clickUnhurried(box);
     ASSERT_TRUE(eventually([&] { return box.is(State::checked); }));
   }
@@ -152,25 +152,25 @@ class SessionTests : public testing::Test {
     ASSERT_TRUE(eventually([&] { return element.is(State::focused); })) << element.name();
   }
   void setRepeatsWaitAndSpeed(Program& program) {
-    program.click(program.named("check box", "Repeat Playback"));
-    ASSERT_NO_FATAL_FAILURE(clickIntoFocus(program, program.named("slider", "Repeat 5 Times")));
+    program.click(program.named(Role::checkBox, "Repeat Playback"));
+    ASSERT_NO_FATAL_FAILURE(clickIntoFocus(program, program.named(Role::slider, "Repeat 5 Times")));
     user.tapKey("Home");
     for (int i = 0; i < 3; ++i) user.tapKey("Right");
-    (void)program.named("slider", "Repeat 3 Times");
-    program.click(program.named("check box", "Wait Before Repeating"));
-    const Element picker = program.named("combo box", "Wait Time");
+    (void)program.named(Role::slider, "Repeat 3 Times");
+    program.click(program.named(Role::checkBox, "Wait Before Repeating"));
+    const Element picker = program.named(Role::comboBox, "Wait Time");
     ASSERT_TRUE(eventually([&] { return Program::isOn(picker); }));
     program.click(picker);
-    (void)program.named("list item", "5");
+    (void)program.named(Role::listItem, "5");
     for (int i = 5; i > wait.count(); --i) user.tapKey("Up");
     user.tapKey("Return");
-    ASSERT_TRUE(program.loses("list item", "5"));
-    ASSERT_NO_FATAL_FAILURE(clickIntoFocus(program, program.named("slider", "Playback Speed")));
+    ASSERT_TRUE(program.loses(Role::listItem, "5"));
+    ASSERT_NO_FATAL_FAILURE(clickIntoFocus(program, program.named(Role::slider, "Playback Speed")));
     user.tapKey("Home");
     for (int i = 1; i < speed; ++i) user.tapKey("Right");
-    (void)program.named("label", "Playback Speed: 2x");
+    (void)program.named(Role::label, "Playback Speed: 2x");
   }
-  void send() { clickUnhurried(form.named("push button", "Send")); }
+  void send() { clickUnhurried(form.named(Role::button, "Send")); }
 
   const Orders::value_type ada = "Ada Lovelace|ada@example.org|Medium|TRUE";
   TestDesktop desktop;
@@ -203,7 +203,7 @@ TEST_F(SessionTests, AFormIsRecordedSavedAndPlayedUntilTheRecordingIsDeleted) {
   ASSERT_TRUE(program->writes("Recording: false"));
   EXPECT_EQ(orders(), Orders{ada}) << "and nothing of the shortcut";
   program->click("Save Recording");
-  (void)program->named("list item", "New Recording");
+  (void)program->named(Role::listItem, "New Recording");
   picture("4-saved");
   ASSERT_NO_FATAL_FAILURE(end(program));
 
@@ -212,7 +212,7 @@ TEST_F(SessionTests, AFormIsRecordedSavedAndPlayedUntilTheRecordingIsDeleted) {
   program->click("Load Recording");
   ASSERT_TRUE(program->writes("Load Recording"));
   picture("5-loaded");
-  ASSERT_TRUE(program->loses("alert", "Recording Loaded")) << "it would take a click";
+  ASSERT_TRUE(program->loses(Role::alert, "Recording Loaded")) << "it would take a click";
   program->openSettings();
   ASSERT_NO_FATAL_FAILURE(setRepeatsWaitAndSpeed(*program));
   picture("6-repeats");
@@ -247,15 +247,15 @@ TEST_F(SessionTests, AFormIsRecordedSavedAndPlayedUntilTheRecordingIsDeleted) {
   EXPECT_EQ(orders(), all);
 
   program->click("Delete Recording");
-  ASSERT_TRUE(program->loses("list item", "New Recording"));
+  ASSERT_TRUE(program->loses(Role::listItem, "New Recording"));
   picture("9-deleted");
   ASSERT_NO_FATAL_FAILURE(end(program));
   ASSERT_NO_FATAL_FAILURE(start(program));
   ASSERT_NO_FATAL_FAILURE(openSidebar(*program));
-  EXPECT_TRUE(program->loses("list item", "New Recording"));
+  EXPECT_TRUE(program->loses(Role::listItem, "New Recording"));
   ASSERT_NO_FATAL_FAILURE(goToForm());
   desktop.strike("p");
-  (void)program->named("push button", "Dismiss");
+  (void)program->named(Role::button, "Dismiss");
   picture("10-nothing-left");
   EXPECT_EQ(orders(), all);
 }

@@ -47,14 +47,18 @@ std::string firstLine(ChildProcess& service) {
 
 }  // namespace
 
+std::string toString(Role role) {
+  return taken(atspi_role_get_name(static_cast<AtspiRole>(role)));
+}
+
 Element::Element(AtspiAccessible* accessible) : accessible_(accessible, Unreference{}) {}
 
 std::string Element::name() const {
   return taken(atspi_accessible_get_name(accessible_.get(), Ignored()));
 }
 
-std::string Element::role() const {
-  return taken(atspi_accessible_get_role_name(accessible_.get(), Ignored()));
+Role Element::role() const {
+  return static_cast<Role>(atspi_accessible_get_role(accessible_.get(), Ignored()));
 }
 
 std::string Element::description() const {
@@ -115,8 +119,8 @@ bool Element::press() const {
 }
 
 std::string Element::outline(int depth) const {
-  std::string lines = std::string(static_cast<std::size_t>(depth) * 2, ' ') + role() + ": " +
-                      name() + (is(State::showing) ? "" : " (hidden)") +
+  std::string lines = std::string(static_cast<std::size_t>(depth) * 2, ' ') + toString(role()) +
+                      ": " + name() + (is(State::showing) ? "" : " (hidden)") +
                       (is(State::enabled) ? "" : " (disabled)") + "\n";
   for (const Element& child : children()) lines += child.outline(depth + 1);
   return lines;
@@ -164,13 +168,12 @@ std::optional<Element> AccessibilityBus::program(pid_t pid) const {
   return std::nullopt;
 }
 
-const std::vector<std::string>& AccessibilityBus::shown() {
+const std::vector<std::pair<Role, std::string>>& AccessibilityBus::shown() {
   if (!listener_) {
     const auto heard = [](AtspiEvent* event, void* bus) {
       if (event->detail1 != 0) {
         const Element element(ATSPI_ACCESSIBLE(g_object_ref(event->source)));
-        static_cast<AccessibilityBus*>(bus)->shown_.push_back(element.role() + ": " +
-                                                              element.name());
+        static_cast<AccessibilityBus*>(bus)->shown_.emplace_back(element.role(), element.name());
       }
       g_boxed_free(ATSPI_TYPE_EVENT, event);
     };

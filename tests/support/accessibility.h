@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <sys/types.h>
@@ -18,7 +19,26 @@ struct _AtspiEventListener;
 
 namespace tapeloop::support {
 
-/// The numbers are those of the protocol.
+/// What a part is there for. The numbers of roles and states are those of the protocol; the names
+/// that a role has differ between releases of the library.
+enum class Role : std::uint8_t {
+  alert = 2,
+  checkBox = 7,
+  comboBox = 11,
+  dialog = 16,
+  frame = 23,
+  label = 29,
+  list = 31,
+  listItem = 32,
+  menuItem = 35,
+  button = 43,
+  slider = 51,
+  text = 61,
+  heading = 83
+};
+/// As the library calls it, for messages.
+[[nodiscard]] std::string toString(Role role);
+
 enum class State : std::uint8_t { checked = 4, enabled = 8, focused = 12, showing = 25 };
 
 /// A part of a program as a screen reader sees it. Everything is asked of the program when it is
@@ -36,8 +56,7 @@ class Element {
   explicit Element(_AtspiAccessible* accessible);
 
   [[nodiscard]] std::string name() const;
-  /// "push button", "alert", ...
-  [[nodiscard]] std::string role() const;
+  [[nodiscard]] Role role() const;
   [[nodiscard]] std::string description() const;
   /// What stands in a field.
   [[nodiscard]] std::string text() const;
@@ -70,8 +89,8 @@ class AccessibilityBus {
   [[nodiscard]] std::vector<std::string> environment() const;
   /// Nothing until the program has come to the bus.
   [[nodiscard]] std::optional<Element> program(pid_t pid) const;
-  /// "role: name" of what has come into view from the first call on, in order.
-  [[nodiscard]] const std::vector<std::string>& shown();
+  /// What has come into view from the first call on, in order.
+  [[nodiscard]] const std::vector<std::pair<Role, std::string>>& shown();
 
  private:
   AccessibilityBus();
@@ -80,7 +99,7 @@ class AccessibilityBus {
   ChildProcess session_;
   std::string address_;                            // as an entry of the environment
   std::shared_ptr<_AtspiEventListener> listener_;  // null: nobody has asked
-  std::vector<std::string> shown_;
+  std::vector<std::pair<Role, std::string>> shown_;
 };
 
 }  // namespace tapeloop::support

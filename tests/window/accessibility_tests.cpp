@@ -23,8 +23,8 @@ class AccessibilityTests : public testing::Test {
   static std::vector<std::string> controls(const Element& window) {
     std::vector<std::string> names;
     (void)window.find([&](const Element& element) {
-      const std::string role = element.role();
-      if ((role == "push button" || role == "text") && element.is(State::showing)) {
+      const Role role = element.role();
+      if ((role == Role::button || role == Role::text) && element.is(State::showing)) {
         const std::string name = element.name();
         names.push_back(Program::isOn(element) ? name : "(" + name + ")");
       }
@@ -44,18 +44,18 @@ TEST_F(AccessibilityTests, EverythingIsDoneByTheNamesOfTheControlsAloneAndNoErro
   Program program(desktop, {}, data.path(),
                   {"env", "QT_LOGGING_RULES=*.debug=false", "sh", "-c",
                    "exec \"$@\" 2>'" + errors.string() + "'", "sh"});
-  const Element window = program.named("frame", "Tapeloop");
+  const Element window = program.named(Role::frame, "Tapeloop");
   EXPECT_THAT(controls(window),
               ElementsAre("Information", "Record", "Play", "Settings", "Save Recording",
                           "Toggle Sidebar", "Menu", "Minimise", "Close"));
-  EXPECT_TRUE(program.named("heading", "Tapeloop").is(State::showing));
+  EXPECT_TRUE(program.named(Role::heading, "Tapeloop").is(State::showing));
   program.press("Play");
-  const Element alert = program.named("alert", "Tapeloop");
+  const Element alert = program.named(Role::alert, "Tapeloop");
   EXPECT_THAT(controls(alert), ElementsAre("Dismiss"));
-  (void)program.named("label", "No input has been recorded yet.");
+  (void)program.named(Role::label, "No input has been recorded yet.");
   EXPECT_EQ(program.dismissAlert(), "No input has been recorded yet.");
   program.press("Information");
-  EXPECT_THAT(controls(program.named("alert", "Tapeloop")),
+  EXPECT_THAT(controls(program.named(Role::alert, "Tapeloop")),
               ElementsAre("Dismiss", "Privacy Policy"));
   (void)program.dismissAlert();
 
@@ -63,11 +63,11 @@ TEST_F(AccessibilityTests, EverythingIsDoneByTheNamesOfTheControlsAloneAndNoErro
   program.startCapture();
   desktop.user().moveTo(1100, 700);
   desktop.user().click(1);
-  (void)program.named("push button", "Stop Recording");
+  (void)program.named(Role::button, "Stop Recording");
   EXPECT_THAT(controls(window),
               ElementsAre("(Information)", "Stop Recording", "(Play)", "(Settings)",
                           "(Save Recording)", "(Toggle Sidebar)", "Menu", "Minimise", "Close"));
-  (void)program.named("push button", "Play").press();
+  (void)program.named(Role::button, "Play").press();
   program.stopCapture();
   EXPECT_THAT(program.process().lines(), Not(Contains("play button pressed")))
       << "while it was off";
@@ -75,26 +75,27 @@ TEST_F(AccessibilityTests, EverythingIsDoneByTheNamesOfTheControlsAloneAndNoErro
   ASSERT_TRUE(program.writes("stopped playing"));
 
   program.saveRecording();
-  EXPECT_TRUE(Program::hasShown("alert: Recording Saved"));
-  (void)program.named("heading", "Saved Recordings");
-  EXPECT_THAT(controls(program.named("list item", "New Recording")),
+  EXPECT_TRUE(Program::hasShown(Role::alert, "Recording Saved"));
+  (void)program.named(Role::heading, "Saved Recordings");
+  EXPECT_THAT(controls(program.named(Role::listItem, "New Recording")),
               ElementsAre("Load Recording", "Recording Name", "Delete Recording"))
       << "the delete button, too, while no pointer is over the row";
-  EXPECT_EQ(program.named("text", "Recording Name").text(), "New Recording");
+  EXPECT_EQ(program.named(Role::text, "Recording Name").text(), "New Recording");
   program.press("Load Recording");
-  EXPECT_TRUE(Program::hasShown("alert: Recording Loaded"));
+  EXPECT_TRUE(Program::hasShown(Role::alert, "Recording Loaded"));
   program.press("Delete Recording");
-  EXPECT_TRUE(program.loses("list item", "New Recording"));
+  EXPECT_TRUE(program.loses(Role::listItem, "New Recording"));
   program.openSettings();
-  ASSERT_TRUE(program.named("check box", "Repeat Playback").press());
-  EXPECT_TRUE(eventually([&] { return Program::isOn(program.named("slider", "Repeat 5 Times")); }));
+  ASSERT_TRUE(program.named(Role::checkBox, "Repeat Playback").press());
+  EXPECT_TRUE(
+      eventually([&] { return Program::isOn(program.named(Role::slider, "Repeat 5 Times")); }));
   program.press("Save");
-  ASSERT_TRUE(program.loses("dialog", "Settings"));
+  ASSERT_TRUE(program.loses(Role::dialog, "Settings"));
 
   program.press("Menu");
-  (void)program.named("menu item", "Quit Tapeloop");
-  ASSERT_TRUE(program.named("menu item", "About Tapeloop").press());
-  (void)program.named("label", "Free software under the MIT licence");
+  (void)program.named(Role::menuItem, "Quit Tapeloop");
+  ASSERT_TRUE(program.named(Role::menuItem, "About Tapeloop").press());
+  (void)program.named(Role::label, "Free software under the MIT licence");
   ASSERT_TRUE(desktop.waitForFocus("About Tapeloop", 0));
   desktop.user().strike({"Control_L", "q"});
   EXPECT_EQ(program.exitCode(), 0) << "whichever of its windows has the focus";
@@ -117,7 +118,7 @@ TEST_F(AccessibilityTests, TheTabKeyReachesEveryControlOnceAndInOrder) {
   ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));
   program.recordClick();
   program.click("Save Recording");
-  (void)program.named("list item", "New Recording");
+  (void)program.named(Role::listItem, "New Recording");
   tapUnseen();
   for (const char* stop :
        {"Toggle Sidebar", "Load Recording", "Recording Name", "Delete Recording", "Menu",

@@ -17,10 +17,10 @@ using testing::ElementsAre;
 
 // The window tells why, and neither capture nor playback begins.
 void expectAuthorization(Program& program, const std::string& reason) {
-  (void)program.named("heading", "Authorize Tapeloop");
+  (void)program.named(Role::heading, "Authorize Tapeloop");
   for (const char* step : {"Go to System Preferences", "Security & Privacy", "Privacy",
                            "Accessibility", "Check Tapeloop", reason.c_str()}) {
-    (void)program.named("label", step);
+    (void)program.named(Role::label, step);
   }
   EXPECT_THAT(program.complaints(), ElementsAre(reason)) << "on standard error, too";
   ASSERT_TRUE(program.recordButton().press());
@@ -64,9 +64,9 @@ TEST(AuthorizationTests, AClickOnTheButtonOfItsWindowDoesNotBeginToMoveIt) {
   Program program(desktop, {}, std::nullopt,
                   {"env", "ASAN_OPTIONS=verify_asan_link_order=0",
                    std::string("LD_PRELOAD=") + PRETENDED_WAYLAND});
-  (void)program.named("heading", "Authorize Tapeloop");
+  (void)program.named(Role::heading, "Authorize Tapeloop");
   ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 2));
-  const auto button = program.named("frame", "").find([](const Element& element) {
+  const auto button = program.named(Role::frame, "").find([](const Element& element) {
     return element.name() == "Information";
   });
   ASSERT_TRUE(button);

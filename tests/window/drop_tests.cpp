@@ -45,7 +45,7 @@ class DropTests : public testing::Test {
   // Drags a row until the program tells of it.
   bool drag(Program& program, const std::string& row) const {
     program.process().clearLines();
-    program.point(program.named("list item", row));
+    program.point(program.named(Role::listItem, row));
     user.press(1);
     return eventually([&] {
       user.moveTo(900, 600);
@@ -65,7 +65,7 @@ TEST_F(DropTests, ARowIsNamedAndDraggedAndADropFromElsewhereLoadsTheOneThatWasDr
     Program program(desktop, {}, data.path());
     program.recordClick();
     program.saveRecording();
-    program.click(program.named("text", "Recording Name"));
+    program.click(program.named(Role::text, "Recording Name"));
     // The window manager holds the click back a little, and not the keys.
     ASSERT_TRUE(program.focuses("Recording Name"));
     user.strike({"Control_L", "a"});
@@ -77,7 +77,7 @@ TEST_F(DropTests, ARowIsNamedAndDraggedAndADropFromElsewhereLoadsTheOneThatWasDr
   }
   Program program(desktop, {}, data.path());
   program.press("Toggle Sidebar");
-  (void)program.named("list item", "Greeting");
+  (void)program.named(Role::listItem, "Greeting");
   (void)AccessibilityBus::instance().shown();
   const auto lines = [&](std::size_t count) {
     (void)program.process().waitForLine(count - 1, generousLimit);
@@ -87,14 +87,14 @@ TEST_F(DropTests, ARowIsNamedAndDraggedAndADropFromElsewhereLoadsTheOneThatWasDr
   XDragSource garbage(desktop.server().display(), std::string("\0\xFF%%%\r\n", 8),
                       {"image/png", "text/uri-list", "application/x-color", "garbage"});
   ASSERT_TRUE(drop(garbage));
-  ASSERT_TRUE(Program::hasShown("alert: Recording Loaded"));
+  ASSERT_TRUE(Program::hasShown(Role::alert, "Recording Loaded"));
   ASSERT_EQ(lines(2).size(), 2U);
   const std::string identifier = lines(2).back();
   EXPECT_THAT(lines(2), ElementsAre("", identifier)) << "nothing was dragged";
   program.press("Play");
   EXPECT_EQ(program.dismissAlert(), "No input has been recorded yet.");
   ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
-  ASSERT_TRUE(program.loses("alert", "Recording Loaded")) << "it lies over the row";
+  ASSERT_TRUE(program.loses(Role::alert, "Recording Loaded")) << "it lies over the row";
 
   ASSERT_TRUE(drag(program, "Greeting"));
   user.release(1);
@@ -104,7 +104,7 @@ TEST_F(DropTests, ARowIsNamedAndDraggedAndADropFromElsewhereLoadsTheOneThatWasDr
   EXPECT_THAT(lines(3), ElementsAre(identifier, identifier, identifier));
   program.click("Play");
   EXPECT_TRUE(program.writes("stopped playing"));
-  ASSERT_TRUE(program.loses("alert", "Recording Loaded"));
+  ASSERT_TRUE(program.loses(Role::alert, "Recording Loaded"));
 
   ASSERT_TRUE(drag(program, "Greeting"));
   ASSERT_TRUE(comesToPanel());
@@ -116,7 +116,7 @@ TEST_F(DropTests, AMovementThatStartsADragAndComesToTheNextRowDragsTheFirstAlone
   store(data.path(), {{"recordingList", listOf({"First", "Second"})}});
   Program program(desktop, {}, data.path());
   program.press("Toggle Sidebar");
-  const auto row = program.named("list item", "First").place();
+  const auto row = program.named(Role::listItem, "First").place();
   program.process().clearLines();
   user.moveTo(row.x + 100, row.y + row.height - 5);
   user.press(1);

@@ -25,7 +25,7 @@ TEST_F(LibraryWindowTests, NothingIsDrawnAboveTheListAsRowsGoAtItsEnd) {
   Program program(desktop, {}, data.path());
   program.press("Toggle Sidebar");
   const auto heading = program.named("heading", "Saved Recordings").place();
-  const auto list = program.named("list", "Saved Recordings").place();
+  const auto list = program.named(Role::list, "Saved Recordings").place();
   user.moveTo(list.x + list.width / 2, list.y + list.height / 2);
   ASSERT_TRUE(eventually([&] {
     user.click(5);
@@ -43,10 +43,10 @@ TEST_F(LibraryWindowTests, NothingIsDrawnAboveTheListAsRowsGoAtItsEnd) {
   };
   const auto before = above();
   for (const char* title : {"Title 27", "Title 26"}) {
-    const auto row = program.named("list item", title).place();
+    const auto row = program.named(Role::listItem, title).place();
     user.moveTo(row.x + row.width - 20, row.y + row.height / 2);
     user.click(1);
-    ASSERT_TRUE(program.loses("list item", title));
+    ASSERT_TRUE(program.loses(Role::listItem, title));
   }
   ASSERT_TRUE(program.writes("Delete Recording"));
   EXPECT_EQ(above(), before);

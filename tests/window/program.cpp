@@ -164,19 +164,19 @@ Element Application::accessible() {
   return *found;
 }
 
-std::optional<Element> Application::find(const std::string& role, const std::string& name) {
+std::optional<Element> Application::find(Role role, const std::string& name) {
   return accessible().find([&](const Element& element) {
     return element.name() == name && element.role() == role && element.is(State::showing);
   });
 }
 
-Element Application::named(const std::string& role, const std::string& name) {
+Element Application::named(Role role, const std::string& name) {
   std::optional<Element> found;
   if (eventually([&] { return (found = find(role, name)).has_value(); })) return *found;
-  throw std::runtime_error("no " + role + " " + name + " in\n" + accessible().outline());
+  throw std::runtime_error("no " + toString(role) + " " + name + " in\n" + accessible().outline());
 }
 
-bool Application::loses(const std::string& role, const std::string& name) {
+bool Application::loses(Role role, const std::string& name) {
   return eventually([&] { return !find(role, name); });
 }
 
@@ -189,13 +189,14 @@ bool Application::focuses(const std::string& name) {
   });
 }
 
-bool Application::hasShown(const std::string& element) {
+bool Application::hasShown(Role role, const std::string& name) {
+  const std::pair part(role, name);
   return eventually(
-      [&] { return std::ranges::count(AccessibilityBus::instance().shown(), element) > 0; });
+      [&] { return std::ranges::count(AccessibilityBus::instance().shown(), part) > 0; });
 }
 
 void Application::press(const std::string& button) {
-  if (!named("push button", button).press()) throw std::runtime_error(button + " takes no press");
+  if (!named(Role::button, button).press()) throw std::runtime_error(button + " takes no press");
 }
 
 void Application::point(const Element& element) {
@@ -236,9 +237,9 @@ std::vector<std::string> Program::complaints() {
 }
 
 std::string Program::dismissAlert() {
-  const std::string message = named("alert", "Tapeloop").description();
+  const std::string message = named(Role::alert, "Tapeloop").description();
   press("Dismiss");
-  if (!loses("alert", "Tapeloop")) throw std::runtime_error("the alert does not go");
+  if (!loses(Role::alert, "Tapeloop")) throw std::runtime_error("the alert does not go");
   return message;
 }
 
@@ -250,7 +251,7 @@ std::optional<int> Program::close() {
 Element Program::recordButton() {
   const auto button = accessible().find([](const Element& element) {
     const auto name = element.name();
-    return element.role() == "push button" &&
+    return element.role() == Role::button &&
            (name == "Record" || name == "Stop Recording" || name.starts_with("Click outside"));
   });
   if (!button) throw std::runtime_error("no record button");
@@ -265,37 +266,37 @@ void Program::recordClick() {
   startCapture();
   desktop().user().moveTo(1100, 700);
   desktop().user().click(1);
-  (void)named("push button", "Stop Recording");
+  (void)named(Role::button, "Stop Recording");
   stopCapture();
 }
 
 void Program::saveRecording() {
   press("Save Recording");
-  (void)named("list item", "New Recording");
+  (void)named(Role::listItem, "New Recording");
 }
 
 void Program::openSettings() {
   click("Settings");
-  const Element sheet = named("dialog", "Settings");
-  const Element title = named("heading", "Settings");
+  const Element sheet = named(Role::dialog, "Settings");
+  const Element title = named(Role::heading, "Settings");
   if (!eventually([&] { return title.place().y - sheet.place().y >= 12; })) {
     throw std::runtime_error("the sheet does not come");
   }
 }
 
 bool Program::says(const std::string& field, const std::string& what) {
-  return eventually([&] { return named("text", field).description() == what; });
+  return eventually([&] { return named(Role::text, field).description() == what; });
 }
 
 void Program::setShortcut(const std::string& field, const char* key) {
-  click(named("text", field));
+  click(named(Role::text, field));
   if (says(field, "Press Shortcut")) desktop().strike(key);
   if (!says(field, "Set Shortcut")) throw std::runtime_error(field + " takes no shortcut");
 }
 
 void Program::saveSettings() {
   click("Save");
-  if (!loses("dialog", "Settings")) throw std::runtime_error("the sheet does not go");
+  if (!loses(Role::dialog, "Settings")) throw std::runtime_error("the sheet does not go");
 }
 
 }  // namespace tapeloop::support

@@ -102,14 +102,13 @@ class Application {
   [[nodiscard]] std::optional<int> exitCode() { return process_.wait(generousLimit); }
 
   /// What is on the screen with this name, as a screen reader finds it; waits for it.
-  [[nodiscard]] Element named(const std::string& role, const std::string& name);
+  [[nodiscard]] Element named(Role role, const std::string& name);
   /// Waits until nothing of this name is on the screen.
-  [[nodiscard]] bool loses(const std::string& role, const std::string& name);
+  [[nodiscard]] bool loses(Role role, const std::string& name);
   /// Waits until the keyboard acts on what has this name.
   [[nodiscard]] bool focuses(const std::string& name);
-  /// Waits until this has come into view, "alert: Saved" for example, since the first call of
-  /// AccessibilityBus::shown().
-  [[nodiscard]] static bool hasShown(const std::string& element);
+  /// Waits until this has come into view since the first call of AccessibilityBus::shown().
+  [[nodiscard]] static bool hasShown(Role role, const std::string& name);
   /// What is to be read and acted on, from the program as a whole down.
   [[nodiscard]] Element accessible();
 
@@ -119,13 +118,13 @@ class Application {
   void point(const Element& element);
   /// And clicks there.
   void click(const Element& element);
-  void click(const std::string& button) { click(named("push button", button)); }
+  void click(const std::string& button) { click(named(Role::button, button)); }
 
  protected:
   [[nodiscard]] TestDesktop& desktop() { return desktop_; }
 
  private:
-  [[nodiscard]] std::optional<Element> find(const std::string& role, const std::string& name);
+  [[nodiscard]] std::optional<Element> find(Role role, const std::string& name);
 
   TestDesktop& desktop_;
   TemporaryFolder folder_;

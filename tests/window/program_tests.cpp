@@ -30,8 +30,8 @@ TEST_F(ProgramTests, ClosingTheWindowEndsItWithZeroWhateverTheArguments) {
                             "-geometry", "500x500+0+0", "-title", "Another", "-reverse",
                             "-qmljsdebugger=port:1,block", "--version", "--help", "-", "", "file"});
   EXPECT_EQ(desktop.window().width, 280);
-  EXPECT_LT(program.named("push button", "Record").place().x,
-            program.named("push button", "Play").place().x)
+  EXPECT_LT(program.named(Role::button, "Record").place().x,
+            program.named(Role::button, "Play").place().x)
       << "the layout is not mirrored";
   desktop.closeNewest("Tapeloop");
   EXPECT_EQ(program.exitCode(), 0);

@@ -51,12 +51,12 @@ TEST(WaitPickerTests, TheUnitThatIsStoredIsShownAndSpokenWhateverTheNumberAtTheS
       ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));
       const auto speaks = [&](const char* picker, const std::string& choice) {
         return eventually(
-            [&] { return program.named("combo box", picker).description() == choice; });
+            [&] { return program.named(Role::comboBox, picker).description() == choice; });
       };
       program.openSettings();
       EXPECT_TRUE(speaks("Wait Time Unit", number == 1 ? one : std::string(one) + "s"));
       EXPECT_TRUE(speaks("Wait Time", std::to_string(number)));
-      const auto picker = program.named("combo box", "Wait Time");
+      const auto picker = program.named(Role::comboBox, "Wait Time");
       ASSERT_TRUE(eventually([&] {
         if (!picker.is(State::focused)) user.tapKey("Tab");
         return picker.is(State::focused);
@@ -82,11 +82,9 @@ class SettingsSheetTests : public testing::Test {
     user.tapKey("Tab");
     return program.focuses(name);
   }
-  bool isOn(const std::string& role, const std::string& name) {
-    return Program::isOn(program.named(role, name));
-  }
+  bool isOn(Role role, const std::string& name) { return Program::isOn(program.named(role, name)); }
   bool reads(const std::string& field, const std::string& text) {
-    return eventually([&] { return program.named("text", field).text() == text; });
+    return eventually([&] { return program.named(Role::text, field).text() == text; });
   }
 
   TestDesktop desktop;
@@ -96,11 +94,11 @@ class SettingsSheetTests : public testing::Test {
 
 TEST_F(SettingsSheetTests, EverythingIsSetWithTheKeyboardAloneAndSwitchesBringToLifeWhatTheyOwn) {
   EXPECT_FALSE(Program::isOn(program.recordButton())) << "it lies below";
-  EXPECT_FALSE(isOn("slider", "Repeat 5 Times"));
-  EXPECT_FALSE(isOn("check box", "Wait Before Repeating"));
-  EXPECT_TRUE(isOn("slider", "Playback Speed"));
+  EXPECT_FALSE(isOn(Role::slider, "Repeat 5 Times"));
+  EXPECT_FALSE(isOn(Role::checkBox, "Wait Before Repeating"));
+  EXPECT_TRUE(isOn(Role::slider, "Playback Speed"));
   user.tapKey("space");
-  EXPECT_TRUE(eventually([&] { return isOn("slider", "Repeat 5 Times"); }));
+  EXPECT_TRUE(eventually([&] { return isOn(Role::slider, "Repeat 5 Times"); }));
   ASSERT_TRUE(tabReaches("Repeat 5 Times"));
   user.tapKey("Home");
   user.tapKey("Right");
@@ -109,28 +107,28 @@ TEST_F(SettingsSheetTests, EverythingIsSetWithTheKeyboardAloneAndSwitchesBringTo
   EXPECT_THAT(program.process().lines(), IsSupersetOf({"0.0", "1.0", "2.0"}));
   EXPECT_TRUE(program.focuses("Repeat 2 Times"));
 
-  EXPECT_FALSE(isOn("combo box", "Wait Time"));
-  EXPECT_FALSE(isOn("combo box", "Wait Time Unit"));
+  EXPECT_FALSE(isOn(Role::comboBox, "Wait Time"));
+  EXPECT_FALSE(isOn(Role::comboBox, "Wait Time Unit"));
   ASSERT_TRUE(tabReaches("Wait Before Repeating"));
   user.tapKey("space");
   EXPECT_TRUE(eventually(
-      [&] { return isOn("combo box", "Wait Time") && isOn("combo box", "Wait Time Unit"); }));
+      [&] { return isOn(Role::comboBox, "Wait Time") && isOn(Role::comboBox, "Wait Time Unit"); }));
   ASSERT_TRUE(tabReaches("Wait Time"));
   ASSERT_TRUE(tabReaches("Wait Time Unit"));
   ASSERT_TRUE(tabReaches("Playback Speed"));
   user.tapKey("Right");
-  (void)program.named("label", "Playback Speed: 2x");
+  (void)program.named(Role::label, "Playback Speed: 2x");
   ASSERT_TRUE(tabReaches("Record Shortcut"));
   ASSERT_TRUE(tabReaches("Play Shortcut"));
   ASSERT_TRUE(tabReaches("Save"));
   user.tapKey("Return");
-  EXPECT_TRUE(program.loses("dialog", "Settings"));
+  EXPECT_TRUE(program.loses(Role::dialog, "Settings"));
   EXPECT_TRUE(program.focuses("Settings")) << "the button that opened the sheet";
   EXPECT_THAT(program.process().lines(), Contains("Saving Settings...").Times(1));
 }
 
 TEST_F(SettingsSheetTests, AFieldRefusesWhatIsTakenAndTakesAndClearsTheRest) {
-  const auto field = program.named("text", "Play Shortcut");
+  const auto field = program.named(Role::text, "Play Shortcut");
   const auto edge = [&] {
     const auto place = field.place();
     return desktop.pixel(place.x, place.y + place.height / 2);
@@ -142,10 +140,10 @@ TEST_F(SettingsSheetTests, AFieldRefusesWhatIsTakenAndTakesAndClearsTheRest) {
   const std::string message =
       "This keyboard shortcut cannot be used because it already belongs to the menu item “Quit "
       "Tapeloop”.";
-  (void)program.named("alert", message);
+  (void)program.named(Role::alert, message);
   ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 1));
   user.tapKey("Return");
-  ASSERT_TRUE(program.loses("alert", message));
+  ASSERT_TRUE(program.loses(Role::alert, message));
   EXPECT_TRUE(program.says("Play Shortcut", "Press Shortcut"));
   EXPECT_TRUE(reads("Play Shortcut", ""));
   ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));
@@ -153,9 +151,9 @@ TEST_F(SettingsSheetTests, AFieldRefusesWhatIsTakenAndTakesAndClearsTheRest) {
   user.tapKey("F5");
   ASSERT_TRUE(reads("Play Shortcut", "F5"));
   EXPECT_TRUE(program.says("Play Shortcut", "Set Shortcut"));
-  program.click(program.named("check box", "Repeat Playback"));
+  program.click(program.named(Role::checkBox, "Repeat Playback"));
   EXPECT_TRUE(eventually([&] {
-    return program.named("check box", "Repeat Playback").is(State::checked);
+    return program.named(Role::checkBox, "Repeat Playback").is(State::checked);
   })) << "the first click after the one that the field kept";
   program.click("Clear Play Shortcut");
   ASSERT_TRUE(reads("Play Shortcut", ""));
@@ -168,7 +166,7 @@ TEST_F(SettingsSheetTests, AFieldRefusesWhatIsTakenAndTakesAndClearsTheRest) {
 
 TEST_F(SettingsSheetTests, AFieldThatRecordsLetsAnotherProgramHaveTheKeyboard) {
   for (const bool throughExtension : {false, true}) {
-    program.click(program.named("text", "Record Shortcut"));
+    program.click(program.named(Role::text, "Record Shortcut"));
     ASSERT_TRUE(program.says("Record Shortcut", "Press Shortcut"));
     const XConnection locker(desktop.server().display());
     // It tries again and again, as programs that lock the screen do.

@@ -38,7 +38,7 @@ class ShortcutSessionTests : public testing::Test {
   // The program is there, and the application has the focus all the same.
   void start(Program& program) const {
     // It answers once it listens for its shortcuts, which is later than its window is there.
-    (void)program.named("push button", "Record");
+    (void)program.named(Role::button, "Record");
     ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));
     application.takeFocus();
   }
@@ -141,8 +141,8 @@ TEST_F(ShortcutSessionTests, OneThatIsDamagedAndOneThatIsRefusedAtStartWorkOnceT
   application.clear();
 
   program.openSettings();
-  EXPECT_EQ(program.named("text", "Record Shortcut").text(), "");
-  EXPECT_EQ(program.named("text", "Play Shortcut").text(), "⌃⌥P");
+  EXPECT_EQ(program.named(Role::text, "Record Shortcut").text(), "");
+  EXPECT_EQ(program.named(Role::text, "Play Shortcut").text(), "⌃⌥P");
   program.setShortcut("Record Shortcut", "r");
   program.setShortcut("Play Shortcut", "p");
   program.saveSettings();

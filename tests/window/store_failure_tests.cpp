@@ -29,7 +29,7 @@ class StoreFailureTests : public testing::Test {
     return eventually([&] {
       std::size_t rows = 0;
       (void)program.accessible().find([&](const Element& element) {
-        if (element.role() == "list item" && element.is(State::showing)) ++rows;
+        if (element.role() == Role::listItem && element.is(State::showing)) ++rows;
         return false;
       });
       return rows == count;
@@ -91,7 +91,7 @@ class StoreFailureTests : public testing::Test {
     }
     EXPECT_TRUE(hasRows(program, 1));
     program.press("Information");
-    (void)program.named("alert", "Tapeloop");
+    (void)program.named(Role::alert, "Tapeloop");
     program.process().kill(SIGINT);
     EXPECT_EQ(program.exitCode(), 128 + SIGINT) << "an open alert does not keep it running";
     EXPECT_EQ(std::filesystem::last_write_time(file(), hidden), before);
