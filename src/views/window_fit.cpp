@@ -33,10 +33,11 @@ int WindowFit::availableHeight() const {
 void WindowFit::fit(int width, int height) {
   if (!window_) return;
   const QSize size(width, height);
+  // Some releases of Qt resize the window as soon as its limits ask for it.
+  const QRect before = window_->geometry();
   // In one step: the window manager holds a window to the limits that it knows.
   window_->setMinimumSize(size);
   window_->setMaximumSize(size);
-  const QRect before = window_->geometry();
   const QRect area = qt::areaAround(before);
   const bool grows = width > before.width() || height > before.height();
   if (!window_->isVisible() || !grows || area.isEmpty()) {
