@@ -7,12 +7,15 @@ Window {
     title: "About Tapeloop"
     flags: Qt.Dialog | Qt.CustomizeWindowHint | Qt.WindowTitleHint | Qt.WindowCloseButtonHint
     color: palette.window
-    width: 300
-    height: body.height + 48
-    minimumWidth: width
-    maximumWidth: width
-    minimumHeight: height
-    maximumHeight: height
+    // The limits change the size, and must not depend on it.
+    readonly property int fixedWidth: 300
+    readonly property int fixedHeight: body.height + 48
+    width: fixedWidth
+    height: fixedHeight
+    minimumWidth: fixedWidth
+    maximumWidth: fixedWidth
+    minimumHeight: fixedHeight
+    maximumHeight: fixedHeight
 
     SystemPalette {
         id: palette

@@ -35,10 +35,11 @@ void WindowFit::fit() {
   const QScreen* screen = window_ ? window_->screen() : nullptr;
   if (!screen || wantedSize_.isEmpty()) return;
   const QSize size = wantedSize_.toSize().boundedTo(screen->availableGeometry().size());
+  // Some releases of Qt resize the window as soon as its limits ask for it.
+  const QRect before = window_->geometry();
   // In one step: the window manager holds a window to the limits that it knows.
   window_->setMinimumSize(size);
   window_->setMaximumSize(size);
-  const QRect before = window_->geometry();
   const QRect area = qt::areaAround(before);
   const bool grows = size.width() > before.width() || size.height() > before.height();
   if (!window_->isVisible() || !grows || area.isEmpty()) {
