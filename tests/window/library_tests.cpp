@@ -24,7 +24,7 @@ TEST_F(LibraryWindowTests, NothingIsDrawnAboveTheListAsRowsGoAtItsEnd) {
   store(data.path(), {{"recordingList", listOf(titles)}});
   Program program(desktop, {}, data.path());
   program.press("Toggle Sidebar");
-  const auto heading = program.named("heading", "Saved Recordings").place();
+  const auto heading = program.named(Role::heading, "Saved Recordings").place();
   const auto list = program.named(Role::list, "Saved Recordings").place();
   user.moveTo(list.x + list.width / 2, list.y + list.height / 2);
   ASSERT_TRUE(eventually([&] {
@@ -60,7 +60,7 @@ TEST_F(LibraryWindowTests, AClickAndReturnLeaveATitleAsItIsStoredHoweverLongItIs
   program.press("Toggle Sidebar");
   std::vector<Element> fields;
   (void)program.accessible().find([&](const Element& element) {
-    if (element.role() == "text") fields.push_back(element);
+    if (element.role() == Role::text) fields.push_back(element);
     return false;
   });
   ASSERT_EQ(fields.size(), 2U);
