@@ -1,77 +1,16 @@
 #pragma once
 
-#include <chrono>
-#include <cstdint>
 #include <string>
-#include <string_view>
-#include <thread>
-#include <vector>
 
-#include "support/x_connection.h"
-#include "support/x_event.h"
+#include "support/x_user.h"
 
 namespace tapeloop::support {
 
-/// One input event to post, `offset` after the start of its list.
-struct XAction {
-  XEventKind kind = XEventKind::motion;
-  std::uint8_t detail = 0;  ///< X keycode or button.
-  std::int16_t x = 0;       ///< Motions: root coordinates.
-  std::int16_t y = 0;
-  std::chrono::nanoseconds offset{0};
-};
-
-/// A client that plays the user: it posts input through XTEST. `post` may be called from one thread
-/// at a time.
-class XPoster {
+/// A user who is a client: it posts input through XTEST.
+class XPoster final : public XUser {
  public:
-  explicit XPoster(const std::string& display) : connection_(display) {}
-
-  /// Queues the event; `flush` or `sync` sends it.
-  void post(const XAction& action) const;
-  void flush() const { xcb_flush(connection_); }
-  /// Returns when the server has taken everything in.
-  void sync() const { connection_.sync(); }
-
-  // Each of these returns when the server has taken the event in.
-  void moveTo(int x, int y) const;
-  void press(std::uint8_t button) const;
-  void release(std::uint8_t button) const;
-  void click(std::uint8_t button) const;
-  void pressKey(std::uint8_t keycode) const;
-  void releaseKey(std::uint8_t keycode) const;
-  void tapKey(std::uint8_t keycode) const;
-  void pressKey(std::string_view keysym) const { pressKey(keycode(keysym)); }
-  void releaseKey(std::string_view keysym) const { releaseKey(keycode(keysym)); }
-  void tapKey(std::string_view keysym) const { tapKey(keycode(keysym)); }
-  /// Presses all of them, and releases them in the opposite order.
-  void strike(const std::vector<std::string_view>& keys) const;
-  /// Latin-1 text, with Shift and AltGr as the keyboard map asks for them.
-  void typeText(std::string_view text) const;
-
-  /// The key that bears the keysym of this name ("a", "Shift_L"); throws when there is none.
-  [[nodiscard]] std::uint8_t keycode(std::string_view keysym) const;
-  /// The events that type `text`.
-  [[nodiscard]] std::vector<XAction> typing(std::string_view text) const;
-
-  /// Posts each action at its offset, with one flush each, and returns after the last one.
-  /// Lateness does not add up.
-  void run(const std::vector<XAction>& actions) const;
-  /// The same in a thread of its own. The poster outlives it.
-  [[nodiscard]] std::jthread start(std::vector<XAction> actions) const;
-
- private:
-  struct Key {
-    std::uint8_t keycode = 0;
-    bool shift = false;
-    bool level3 = false;
-  };
-  [[nodiscard]] Key find(xcb_keysym_t keysym) const;
-
-  XConnection connection_;
+  explicit XPoster(const std::string& display) : XUser(display) {}
+  void post(const XAction& action) const override;
 };
-
-/// Gives the actions offsets in order, each `gap` after the one before.
-void pace(std::vector<XAction>& actions, std::chrono::nanoseconds gap);
 
 }  // namespace tapeloop::support

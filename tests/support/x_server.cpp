@@ -2,7 +2,11 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <stdexcept>
+#include <string_view>
 
 namespace tapeloop::support {
 
@@ -10,19 +14,100 @@ using namespace std::chrono_literals;
 
 namespace {
 
-std::vector<std::string> commandLine(const XServerOptions& options) {
+// The two servers share everything above the drivers. What differs for a test:
+// - The output is "screen" on Xvfb and "DUMMY0" on X.Org.
+// - X.Org's devices are a keyboard and a mouse that a user can move; those of Xvfb do nothing. The
+//   mouse has an axis for each wheel, from which the server makes the buttons 4 to 7.
+// - X.Org begins with the key codes of another age, which name the arrow keys and many others
+//   differently: setxkbmap has to be told the rules.
+bool isXorgWanted(const XServerOptions& options) {
+  const char* const server = std::getenv("TAPELOOP_TEST_SERVER");
+  return options.hardware || (server != nullptr && std::string_view(server) == "Xorg");
+}
+
+std::vector<std::string> xvfb(const XServerOptions& options) {
+  const auto screen = std::to_string(options.width) + "x" + std::to_string(options.height) + "x24";
+  return {"Xvfb", "-screen", "0", screen};
+}
+
+/// A mode for the whole screen, and the devices. Nothing of the machine's own is used.
+void writeConfiguration(const std::filesystem::path& folder, const XServerOptions& options) {
+  std::ofstream file(folder / "xorg.conf");
+  const auto device = [&](const char* name, const char* type) {
+    file << "Section \"InputDevice\"\n  Identifier \"" << name << "\"\n  Driver \"inputtest\"\n"
+         << "  Option \"DeviceType\" \"" << type << "\"\n"
+         << "  Option \"SocketPath\" \"" << (folder / name).string() << "\"\n"
+         << "  Option \"AccelerationScheme\" \"none\"\nEndSection\n";
+  };
+  device("keyboard", "Keyboard");
+  device("mouse", "Pointer");
+  const int width = options.width;
+  const int height = options.height;
+  const auto timings = [&file](int pixels) {
+    file << ' ' << pixels << ' ' << pixels + 8 << ' ' << pixels + 16 << ' ' << pixels + 24;
+  };
+  file << R"(Section "ServerFlags"
+  Option "AutoAddDevices" "false"
+  Option "AutoAddGPU" "false"
+EndSection
+Section "Module"
+  Disable "glx"
+EndSection
+Section "Device"
+  Identifier "card"
+  Driver "dummy"
+  VideoRam 65536
+EndSection
+Section "Monitor"
+  Identifier "monitor"
+  HorizSync 1-1000
+  VertRefresh 1-1000
+  Modeline "screen" 60)";
+  timings(width);
+  timings(height);
+  file << R"(
+EndSection
+Section "Screen"
+  Identifier "screen"
+  Device "card"
+  Monitor "monitor"
+  DefaultDepth 24
+  SubSection "Display"
+    Modes "screen"
+    Virtual )"
+       << width << ' ' << height << R"(
+  EndSubSection
+EndSection
+Section "ServerLayout"
+  Identifier "all"
+  Screen "screen"
+  InputDevice "keyboard"
+  InputDevice "mouse"
+EndSection
+)";
+}
+
+std::vector<std::string> xorg(const XServerOptions& options, const std::filesystem::path& folder) {
+  writeConfiguration(folder, options);
+  // The server itself: a command of this name in PATH may be one for users at a console alone.
+  return {"/usr/lib/xorg/Xorg", "-config",      folder / "xorg.conf", "-configdir", folder,
+          "-logfile",           folder / "log", "-novtswitch"};
+}
+
+std::vector<std::string> commandLine(const XServerOptions& options, bool isXorg,
+                                     const std::filesystem::path& folder) {
+  auto arguments = isXorg ? xorg(options, folder) : xvfb(options);
   // The server writes the number of the display that it found free to standard output. Without
   // "-noreset" it would forget monitors and layout whenever the last client leaves.
-  const auto screen = std::to_string(options.width) + "x" + std::to_string(options.height) + "x24";
-  std::vector<std::string> arguments{"Xvfb", "-displayfd", "1", "-noreset", "-nolisten",
-                                     "tcp",  "-screen",    "0", screen};
+  arguments.insert(arguments.end(), {"-displayfd", "1", "-noreset", "-nolisten", "tcp"});
   arguments.insert(arguments.end(), options.arguments.begin(), options.arguments.end());
   return arguments;
 }
 
 }  // namespace
 
-XServer::XServer(const XServerOptions& options) : process_(commandLine(options)) {
+XServer::XServer(const XServerOptions& options)
+    : isXorg_(isXorgWanted(options)), process_(commandLine(options, isXorg_, folder_.path())) {
   const auto number = process_.waitForLine(0, 20s);
   if (!number) throw std::runtime_error("the X server did not start");
   display_ = ":" + *number;
@@ -33,7 +118,7 @@ void XServer::setMonitors(const std::vector<XMonitor>& monitors) {
   std::vector<std::string> command{"xrandr"};
   for (const auto& each : monitors) {
     // An output that belongs to no monitor makes one of its own: the first one gets it.
-    const char* const output = monitors_.empty() ? "screen" : "none";
+    const char* const output = monitors_.empty() ? outputName() : "none";
     monitors_.push_back("monitor-" + std::to_string(monitors_.size()));
     const auto length = [](int pixels) {
       return std::to_string(pixels) + '/' + std::to_string(pixels / 4);
@@ -47,9 +132,9 @@ void XServer::setMonitors(const std::vector<XMonitor>& monitors) {
 }
 
 void XServer::resize(int width, int height) {
-  std::vector<std::string> command{"xrandr", "--output",
-                                   "screen", "--off",
-                                   "--fb",   std::to_string(width) + 'x' + std::to_string(height)};
+  std::vector<std::string> command{
+      "xrandr", "--output", outputName(),
+      "--off",  "--fb",     std::to_string(width) + 'x' + std::to_string(height)};
   for (const auto& name : monitors_) command.insert(command.end(), {"--delmonitor", name});
   monitors_.clear();
   run(command);
@@ -58,7 +143,8 @@ void XServer::resize(int width, int height) {
 void XServer::setKeyboardLayout(const std::string& layout, const std::string& option,
                                 const std::string& variant) const {
   // An empty option first: setxkbmap adds to those that are in force.
-  run({"setxkbmap", "-layout", layout, "-variant", variant, "-option", "", "-option", option});
+  run({"setxkbmap", "-rules", "evdev", "-layout", layout, "-variant", variant, "-option", "",
+       "-option", option});
 }
 
 void XServer::run(const std::vector<std::string>& command) const {

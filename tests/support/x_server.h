@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "support/child_process.h"
+#include "support/temporary_folder.h"
 
 namespace tapeloop::support {
 
@@ -22,9 +23,12 @@ struct XServerOptions {
   std::string layout = "us";
   /// Handed to the server as they are, for example {"-extension", "RECORD"}.
   std::vector<std::string> arguments{};
+  /// With a keyboard and a mouse that a user moves (x_hardware.h). Only X.Org can have those.
+  bool hardware = false;
 };
 
-/// A virtual X server on a display number of its own. It ends with this object.
+/// An X server without a screen, on a display number of its own. It ends with this object. It is
+/// Xvfb, or X.Org if the variable TAPELOOP_TEST_SERVER is "Xorg".
 class XServer {
  public:
   /// Returns when the server accepts clients.
@@ -34,6 +38,13 @@ class XServer {
   [[nodiscard]] const std::string& display() const { return display_; }
   /// "DISPLAY=:7", for the environment of a child process.
   [[nodiscard]] std::string displayVariable() const { return "DISPLAY=" + display_; }
+
+  /// The names that the server has for them.
+  [[nodiscard]] const char* keyboardName() const { return isXorg_ ? "keyboard" : "Xvfb keyboard"; }
+  /// Where a user reaches a device of X.Org: "keyboard" or "mouse".
+  [[nodiscard]] std::string deviceSocket(const std::string& device) const {
+    return folder_.path() / device;
+  }
 
   [[nodiscard]] pid_t pid() const { return process_.pid(); }
 
@@ -48,8 +59,11 @@ class XServer {
   void kill(int signal = SIGTERM);
 
  private:
+  [[nodiscard]] const char* outputName() const { return isXorg_ ? "DUMMY0" : "screen"; }
   void run(const std::vector<std::string>& command) const;
 
+  const bool isXorg_;
+  TemporaryFolder folder_;
   ChildProcess process_;
   std::string display_;
   std::vector<std::string> monitors_;

@@ -50,14 +50,31 @@ XPointer pointerState(const std::string& display) {
   return pointer;
 }
 
-bool repeatsKeys(const std::string& display, const std::string& device) {
+XRepeat repeatOf(const std::string& display, const std::string& device) {
   const XConnection connection(display);
   useXkb(connection);
   const auto id = inputDevice(connection, device);
   const auto controls =
       connection.reply(xcb_xkb_get_controls_reply, xcb_xkb_get_controls(connection, id));
   if (!controls) throw std::runtime_error("no controls of " + device);
-  return (controls->enabledControls & XCB_XKB_BOOL_CTRL_REPEAT_KEYS) != 0;
+  return {(controls->enabledControls & XCB_XKB_BOOL_CTRL_REPEAT_KEYS) != 0, controls->repeatDelay,
+          controls->repeatInterval};
+}
+
+bool repeatsKeys(const std::string& display, const std::string& device) {
+  return repeatOf(display, device).isOn;
+}
+
+void setRepeatRate(const std::string& display, int delay, int interval) {
+  const XConnection connection(display);
+  useXkb(connection);
+  const std::array<std::uint8_t, 32> perKey{};
+  connection.check(
+      xcb_xkb_set_controls_checked(
+          connection, XCB_XKB_ID_USE_CORE_KBD, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+          XCB_XKB_BOOL_CTRL_REPEAT_KEYS, static_cast<std::uint16_t>(delay),
+          static_cast<std::uint16_t>(interval), 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, perKey.data()),
+      "setting the rate of repeats");
 }
 
 void setRepeatsKeys(const std::string& display, const std::string& device, bool repeats) {

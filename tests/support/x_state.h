@@ -24,6 +24,16 @@ struct XPointer {
 inline constexpr const char* testKeyboard = "Virtual core XTEST keyboard";
 inline constexpr const char* coreKeyboard = "Virtual core keyboard";
 
+struct XRepeat {
+  bool isOn = true;
+  int delay = 0;  ///< Milliseconds, as is the interval.
+  int interval = 0;
+  friend bool operator==(const XRepeat&, const XRepeat&) = default;
+};
+[[nodiscard]] XRepeat repeatOf(const std::string& display, const std::string& device);
+
+/// Sets how fast all keyboards repeat, as a person does in the settings of a desktop.
+void setRepeatRate(const std::string& display, int delay, int interval);
 /// Switches it.
 void setRepeatsKeys(const std::string& display, const std::string& device, bool repeats);
 

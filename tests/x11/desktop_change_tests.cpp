@@ -95,7 +95,7 @@ TEST_F(DesktopChange, PlaybackGoesOnWhenAKeyboardIsRemovedAndLeavesNothingHeld) 
         addMasterDevices(server.display(), "second");
         removeMasterDevices(server.display(), "second");
       },
-      [this] { detachDevice(server.display(), "Xvfb keyboard"); }};
+      [this] { detachDevice(server.display(), server.keyboardName()); }};
   for (const auto& change : changes) {
     observer.clear();
     desktop.setLog(run);

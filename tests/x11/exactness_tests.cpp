@@ -14,7 +14,7 @@ namespace {
 
 class Exactness : public X11Test {
  protected:
-  Exactness() : X11Test({.layout = "de"}) {}
+  explicit Exactness(bool hardware = false) : X11Test({.layout = "de", .hardware = hardware}) {}
 
   void move(int x, int y) {
     actions.push_back(
@@ -41,9 +41,17 @@ class Exactness : public X11Test {
   std::vector<XAction> actions;
 };
 
+/// The same whether the user is a client or has devices.
+class ExactnessOfEitherUser : public Exactness, public testing::WithParamInterface<bool> {
+ protected:
+  ExactnessOfEitherUser() : Exactness(GetParam()) {}
+};
+INSTANTIATE_TEST_SUITE_P(, ExactnessOfEitherUser, testing::Bool(),
+                         [](const auto& user) { return user.param ? "Hardware" : "Client"; });
+
 }  // namespace
 
-TEST_F(Exactness, ClicksDragsScrollingAndTypingComeBackAsTheyWere) {
+TEST_P(ExactnessOfEitherUser, ClicksDragsScrollingAndTypingComeBackAsTheyWere) {
   move(200, 150);
   click(1);
   click(1);
@@ -103,7 +111,7 @@ TEST_F(Exactness, AThousandMovesComeBackInOrderAndAtTheirTime) {
   }
 }
 
-TEST_F(Exactness, KeyHeldForASecondTypesAsManyCharactersAtAnySpeed) {
+TEST_P(ExactnessOfEitherUser, KeyHeldForASecondTypesAsManyCharactersAtAnySpeed) {
   strike({"a"});
   actions.back().offset = 1s;
   const auto endsWith = [](XEventKind kind) {
@@ -124,7 +132,7 @@ TEST_F(Exactness, KeyHeldForASecondTypesAsManyCharactersAtAnySpeed) {
     SCOPED_TRACE(speed);
     window.clear();
     ASSERT_TRUE(desktop.playLog(speed, patience));
-    poster.moveTo(5, 5);
+    poster.moveTo(static_cast<int>(speed), 5);  // elsewhere than before: a mouse must move
     ASSERT_TRUE(window.waitUntil(endsWith(XEventKind::motion), patience));
     EXPECT_EQ(window.count(XEventKind::keyPress), typed);
   }

@@ -3,7 +3,14 @@
 #include <algorithm>
 #include <string_view>
 
+#include "support/x_hardware.h"
+
 namespace tapeloop::support {
+
+std::unique_ptr<XUser> X11Test::makeUser(const XServer& server, const XServerOptions& options) {
+  if (options.hardware) return std::make_unique<XHardware>(server);
+  return std::make_unique<XPoster>(server.display());
+}
 
 XEventList::Events X11Test::record(const std::vector<XAction>& actions) {
   observer.clear();

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -12,6 +13,7 @@
 #include "support/x_poster.h"
 #include "support/x_server.h"
 #include "support/x_state.h"
+#include "support/x_user.h"
 #include "support/x_window.h"
 
 namespace tapeloop::support {
@@ -25,7 +27,8 @@ class X11Test : public testing::Test {
  protected:
   explicit X11Test(const XServerOptions& options = {})
       : server(options),
-        poster(server.display()),
+        user_(makeUser(server, options)),
+        poster(*user_),
         window(server.display(), {.width = 1280, .height = 800}),
         observer(server.display()),
         desktop(server.display()) {}
@@ -46,7 +49,13 @@ class X11Test : public testing::Test {
   [[nodiscard]] bool isNothingHeld() const;
 
   XServer server;
-  XPoster poster;
+
+ private:
+  static std::unique_ptr<XUser> makeUser(const XServer& server, const XServerOptions& options);
+  std::unique_ptr<XUser> user_;
+
+ protected:
+  XUser& poster;  // who posts through XTEST, or has the server's hardware if it is to have any
   XWindow window;
   XObserver observer;
   X11Desktop desktop;

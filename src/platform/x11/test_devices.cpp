@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::uint32_t xkbControlsEnabled = 1U << 31;  // the control "which controls are enabled"
 
-// The root window's property: whose it is, and what `repeatsByServer` was before.
+// The root window's property: whose it is, and what `repeats` said before.
 struct Mark {
   std::uint32_t owner;
   std::uint32_t repeats;
@@ -105,7 +105,7 @@ void TestDevices::releaseEverything(std::uint8_t device) {
 void TestDevices::hold() {
   auto* xcb = connection_.xcb();
   if (owner_ == 0) return;
-  repeats_ = repeatsByServer();
+  repeats_ = repeats();
   const Mark mark{owner_, repeats_ ? 1U : 0U};
   xcb_change_property(xcb, XCB_PROP_MODE_REPLACE, connection_.root(), mark_, XCB_ATOM_WINDOW, 32,
                       markItems, &mark);
@@ -148,25 +148,41 @@ void TestDevices::releaseButton(std::uint8_t button) {
   fake(XCB_BUTTON_RELEASE, button);
 }
 
-bool TestDevices::repeatsByServer() const {
-  const auto controls = own(xcb_xkb_get_controls_reply(
-      connection_.xcb(), xcb_xkb_get_controls(connection_.xcb(), XCB_XKB_ID_USE_CORE_KBD),
-      nullptr));
+bool TestDevices::repeats() const {
+  auto* xcb = connection_.xcb();
+  const auto controls =
+      own(xcb_xkb_get_controls_reply(xcb, xcb_xkb_get_controls(xcb, keyboard_), nullptr));
   return !controls || (controls->enabledControls & XCB_XKB_BOOL_CTRL_REPEAT_KEYS) != 0;
 }
 
 // What counts are the controls of the keyboard that programs know. Those are a copy of the controls
-// of the device used last, taken only when the device changes: both have to be set. The person's
-// own keyboard keeps its controls, and brings them back with its next key.
+// of the device used last, taken only when the device changes: if that is this one, both have to be
+// set. If it is the person's, setting the copy would set theirs too, and no key that they hold
+// would repeat.
 void TestDevices::setRepeats(bool on) {
   constexpr std::array<std::uint8_t, 32> perKey{};  // not among what is changed
-  for (const std::uint8_t device : {keyboard_, master_}) {
+  const std::array devices{keyboard_, isKeyboardUsedLast() ? master_ : std::uint8_t{0}};
+  for (const std::uint8_t device : devices) {
     if (device == 0) continue;
     xcb_xkb_set_controls(connection_.xcb(), device, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
                          XCB_XKB_BOOL_CTRL_REPEAT_KEYS, on ? XCB_XKB_BOOL_CTRL_REPEAT_KEYS : 0,
                          xkbControlsEnabled, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
                          perKey.data());
   }
+}
+
+bool TestDevices::isKeyboardUsedLast() const {
+  auto* xcb = connection_.xcb();
+  const auto reply =
+      own(xcb_input_xi_query_device_reply(xcb, xcb_input_xi_query_device(xcb, master_), nullptr));
+  if (!reply) return false;
+  const auto master = xcb_input_xi_query_device_infos_iterator(reply.get());
+  if (master.rem == 0) return false;
+  for (auto i = xcb_input_xi_device_info_classes_iterator(master.data); i.rem > 0;
+       xcb_input_device_class_next(&i)) {
+    if (i.data->type == XCB_INPUT_DEVICE_CLASS_TYPE_KEY) return i.data->sourceid == keyboard_;
+  }
+  return false;
 }
 
 void TestDevices::fake(std::uint8_t type, std::uint8_t detail, std::int16_t x, std::int16_t y) {

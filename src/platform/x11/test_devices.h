@@ -52,8 +52,10 @@ class TestDevices {
   void findDevices();
   void cleanUpAfterKilledRun();
   void releaseEverything(std::uint8_t device);
-  [[nodiscard]] bool repeatsByServer() const;
+  /// Whether the server repeats keys that are held through XTEST.
+  [[nodiscard]] bool repeats() const;
   void setRepeats(bool on);
+  [[nodiscard]] bool isKeyboardUsedLast() const;
   void fake(std::uint8_t type, std::uint8_t detail, std::int16_t x = 0, std::int16_t y = 0);
 
   Connection& connection_;
@@ -63,7 +65,7 @@ class TestDevices {
   std::uint8_t master_ = 0;  // the keyboard that programs know
   std::uint32_t mark_ = 0;   // the root window's property, an atom
   std::uint32_t owner_ = 0;  // a window that shows that this program is alive
-  bool repeats_ = true;      // the server repeated keys before `hold`
+  bool repeats_ = true;      // what `repeats` said before `hold`
   std::bitset<256> keysDown_;
   std::vector<Held> held_;  // in order of the presses
 };
