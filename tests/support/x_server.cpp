@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 namespace {
 
 // The two servers share everything above the drivers. What differs for a test:
-// - The output is "screen" on Xvfb and "DUMMY0" on X.Org.
+// - The output is "screen" on Xvfb. On X.Org it is "DUMMY0", and the primary one.
 // - X.Org's devices are a keyboard and a mouse that a user can move; those of Xvfb do nothing. The
 //   mouse has an axis for each wheel, from which the server makes the buttons 4 to 7.
 // - X.Org begins with the key codes of another age, which name the arrow keys and many others
@@ -91,7 +91,7 @@ std::vector<std::string> xorg(const XServerOptions& options, const std::filesyst
   writeConfiguration(folder, options);
   // The server itself: a command of this name in PATH may be one for users at a console alone.
   return {"/usr/lib/xorg/Xorg", "-config",      folder / "xorg.conf", "-configdir", folder,
-          "-logfile",           folder / "log", "-novtswitch"};
+          "-logfile",           folder / "log", "-novtswitch",        "-quiet"};
 }
 
 std::vector<std::string> commandLine(const XServerOptions& options, bool isXorg,
@@ -115,7 +115,8 @@ XServer::XServer(const XServerOptions& options)
 }
 
 void XServer::setMonitors(const std::vector<XMonitor>& monitors) {
-  std::vector<std::string> command{"xrandr"};
+  // While X.Org's output is the primary one, the signs are shown on another monitor.
+  std::vector<std::string> command{"xrandr", "--noprimary"};
   for (const auto& each : monitors) {
     // An output that belongs to no monitor makes one of its own: the first one gets it.
     const char* const output = monitors_.empty() ? outputName() : "none";

@@ -39,7 +39,7 @@ class XServer {
   /// "DISPLAY=:7", for the environment of a child process.
   [[nodiscard]] std::string displayVariable() const { return "DISPLAY=" + display_; }
 
-  /// The names that the server has for them.
+  /// The name of the keyboard that is not XTEST's.
   [[nodiscard]] const char* keyboardName() const { return isXorg_ ? "keyboard" : "Xvfb keyboard"; }
   /// Where a user reaches a device of X.Org: "keyboard" or "mouse".
   [[nodiscard]] std::string deviceSocket(const std::string& device) const {
