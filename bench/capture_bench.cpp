@@ -9,8 +9,8 @@
 #include <unistd.h>
 
 #include "figures.h"
-#include "platform/linux/file_descriptor.h"
-#include "platform/linux/trace.h"
+#include "platform/system/file_descriptor.h"
+#include "platform/system/trace.h"
 #include "support/x11_desktop.h"
 #include "support/x_observer.h"
 #include "support/x_poster.h"
@@ -38,11 +38,11 @@ std::vector<support::XAction> fastPointer() {
 }
 
 /// A file that is gone with the program.
-linux::FileDescriptor scratchFile() {
+system::FileDescriptor scratchFile() {
   const int file = ::open(std::filesystem::temp_directory_path().c_str(),
                           O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
   if (file < 0) throw std::runtime_error("no scratch file");
-  return linux::FileDescriptor(file);
+  return system::FileDescriptor(file);
 }
 
 bool run() {
@@ -63,8 +63,8 @@ bool run() {
   }
 
   const auto file = scratchFile();
-  support::X11Desktop desktop(server.display(), [&](linux::EpollRunLoop& loop) {
-    return std::make_unique<linux::StandardOutputTrace>(loop, file.get());
+  support::X11Desktop desktop(server.display(), [&](system::EpollRunLoop& loop) {
+    return std::make_unique<system::StandardOutputTrace>(loop, file.get());
   });
   const auto start = bench::threadProcessorTime();
   desktop.startCapture();

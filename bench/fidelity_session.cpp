@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "platform/linux/sqlite_defaults_store.h"
+#include "platform/system/sqlite_defaults_store.h"
 #include "support/x_state.h"
 
 namespace tapeloop::bench {
@@ -137,7 +137,7 @@ FidelitySession::FidelitySession(const SessionPlan& plan)
 std::unique_ptr<Program> FidelitySession::start(double speed) {
   {
     const auto opened =
-        linux::SqliteDefaultsStore::open(data_.path() / "tapeloop" / "defaults.sqlite3");
+        system::SqliteDefaultsStore::open(data_.path() / "tapeloop" / "defaults.sqlite3");
     require(opened.store != nullptr, opened.message);
     const auto set = [&](const char* key, const DefaultsValue& value) {
       require(opened.store->setObjectForKey(value, key) == StoreStatus::stored, key);

@@ -15,8 +15,8 @@
 #include "controller/recording_library.h"
 #include "figures.h"
 #include "full_library.h"
-#include "platform/linux/run_loop.h"
-#include "platform/linux/sqlite_defaults_store.h"
+#include "platform/system/run_loop.h"
+#include "platform/system/sqlite_defaults_store.h"
 
 namespace {
 
@@ -38,11 +38,11 @@ class CountingTrace final : public Trace {
 /// The part of the program that is looked at, as it is after a start.
 struct Program {
   explicit Program(const fs::path& file)
-      : store(linux::SqliteDefaultsStore::open(file).store),
+      : store(system::SqliteDefaultsStore::open(file).store),
         library(state, capture, playback, *store, loop, trace) {}
 
   std::unique_ptr<DefaultsStore> store;
-  linux::EpollRunLoop loop;
+  system::EpollRunLoop loop;
   CountingTrace trace;
   CaptureState capture;
   PlaybackState playback;
@@ -77,7 +77,7 @@ int main() {
     {
       const DefaultsValue text = bench::fullLibraryText();
       textSize = static_cast<double>(std::get<std::string>(text).size()) / 1e6;
-      const auto store = linux::SqliteDefaultsStore::open(file).store;
+      const auto store = system::SqliteDefaultsStore::open(file).store;
       if (!store) return 1;
       // The first one makes the file grow.
       if (round == 0) (void)store->setObjectForKey(text, StoredRecordings::key);

@@ -12,9 +12,9 @@
 
 #include "controller/content_view.h"
 #include "figures.h"
-#include "platform/linux/run_loop.h"
-#include "platform/linux/trace.h"
 #include "platform/simulated/simulated_desktop.h"
+#include "platform/system/run_loop.h"
+#include "platform/system/trace.h"
 
 namespace tapeloop::bench {
 namespace {
@@ -41,8 +41,8 @@ struct Cost {
 /// Plays a log of `count` events an hour long, so that hardly any is due, and stops.
 Cost schedule(std::size_t count) {
   const int file = ::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
-  linux::EpollRunLoop runLoop;
-  linux::StandardOutputTrace trace(runLoop, file);
+  system::EpollRunLoop runLoop;
+  system::StandardOutputTrace trace(runLoop, file);
   simulated::SimulatedDesktop desktop;
   const Desktop services{runLoop,
                          desktop.runLoop,

@@ -19,7 +19,7 @@
 #include "controller/stored_recordings.h"
 #include "figures.h"
 #include "full_library.h"
-#include "platform/linux/sqlite_defaults_store.h"
+#include "platform/system/sqlite_defaults_store.h"
 #include "support/child_process.h"
 #include "support/x_connection.h"
 #include "support/x_server.h"
@@ -109,7 +109,7 @@ class DataFolders {
   DataFolders() {
     const DefaultsValue text = fullLibraryText();
     const fs::path folder = make("full");
-    const auto opened = linux::SqliteDefaultsStore::open(folder / "tapeloop/defaults.sqlite3");
+    const auto opened = system::SqliteDefaultsStore::open(folder / "tapeloop/defaults.sqlite3");
     isFilled_ = opened.store &&
                 opened.store->setObjectForKey(text, StoredRecordings::key) == StoreStatus::stored;
     make("empty");

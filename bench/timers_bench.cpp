@@ -8,7 +8,7 @@
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
-#include "platform/linux/run_loop.h"
+#include "platform/system/run_loop.h"
 
 namespace {
 
@@ -21,7 +21,7 @@ std::size_t residentBytes() {
   return resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
 }
 
-void scheduleAll(tapeloop::linux::EpollRunLoop& loop, std::int64_t count, std::int64_t& fired) {
+void scheduleAll(tapeloop::system::EpollRunLoop& loop, std::int64_t count, std::int64_t& fired) {
   for (std::int64_t i = 0; i < count; ++i) {
     const std::array<std::int64_t, 3> payload{i, i, i};
     loop.scheduledTimerWithTimeInterval(
@@ -35,7 +35,7 @@ void scheduleTimers(benchmark::State& state) {
   double bytes = 0;
   for (auto _ : state) {
     state.PauseTiming();
-    auto loop = std::make_unique<tapeloop::linux::EpollRunLoop>();
+    auto loop = std::make_unique<tapeloop::system::EpollRunLoop>();
     std::int64_t fired = 0;
     const std::size_t before = residentBytes();
     state.ResumeTiming();
@@ -55,7 +55,7 @@ BENCHMARK(scheduleTimers)->Arg(10'000)->Arg(100'000)->Arg(1'000'000)->Unit(bench
 void fireTimers(benchmark::State& state) {
   for (auto _ : state) {
     state.PauseTiming();
-    tapeloop::linux::EpollRunLoop loop;
+    tapeloop::system::EpollRunLoop loop;
     std::int64_t fired = 0;
     scheduleAll(loop, state.range(0), fired);
     state.ResumeTiming();

@@ -12,11 +12,6 @@
 #include "controller/settings.h"
 #include "controller/sheet_view.h"
 #include "hotkeys/recorder_texts.h"
-#include "platform/linux/clock.h"
-#include "platform/linux/run_loop.h"
-#include "platform/linux/signals.h"
-#include "platform/linux/sqlite_defaults_store.h"
-#include "platform/linux/trace.h"
 #include "platform/memory_defaults_store.h"
 #include "platform/qt/app_review.h"
 #include "platform/qt/application.h"
@@ -27,6 +22,11 @@
 #include "platform/qt/view_registry.h"
 #include "platform/qt/window_system.h"
 #include "platform/qt/workspace.h"
+#include "platform/system/clock.h"
+#include "platform/system/run_loop.h"
+#include "platform/system/signals.h"
+#include "platform/system/sqlite_defaults_store.h"
+#include "platform/system/trace.h"
 #include "platform/x11/connection.h"
 #include "platform/x11/event_synthesis.h"
 #include "platform/x11/first_instance.h"
@@ -62,13 +62,13 @@ struct Store {
 };
 
 /// The user's store, or one in memory when that can't be opened, so that the program runs.
-Store openStore(linux::EpollRunLoop& runLoop) {
-  const auto file = linux::defaultsStorePath();
+Store openStore(system::EpollRunLoop& runLoop) {
+  const auto file = system::defaultsStorePath();
   if (!file) {
     return {std::make_unique<MemoryDefaultsStore>(),
             "Settings and recordings are not kept: neither XDG_DATA_HOME nor HOME says where."};
   }
-  auto opened = linux::SqliteDefaultsStore::open(*file);
+  auto opened = system::SqliteDefaultsStore::open(*file);
   if (!opened.store) return {std::make_unique<MemoryDefaultsStore>(), opened.message};
   opened.store->follow(runLoop);
   return {std::move(opened.store), opened.message};
@@ -157,8 +157,8 @@ bool isIgnored(int signal) {
 /// Everything from the services up, in the order in which it depends on each other; it is taken
 /// down in the opposite one, so that capture and playback end while the services are there.
 int run(char* program) {
-  linux::EpollRunLoop runLoop;
-  linux::StandardOutputTrace trace(runLoop);
+  system::EpollRunLoop runLoop;
+  system::StandardOutputTrace trace(runLoop);
   std::string error;
   const auto connection = x11::Connection::open(runLoop, "", error);
   if (!connection) {
@@ -176,8 +176,8 @@ int run(char* program) {
   qt::Application application(program, complain, couldNotStart);
   const qt::RunLoopBridge bridge(runLoop);
   const auto end = [&application](int signal) { application.quit(128 + signal); };
-  const linux::SignalWatch endSignals(runLoop, {SIGTERM, SIGINT}, end);
-  std::optional<linux::SignalWatch> hangup;
+  const system::SignalWatch endSignals(runLoop, {SIGTERM, SIGINT}, end);
+  std::optional<system::SignalWatch> hangup;
   if (!isIgnored(SIGHUP)) hangup.emplace(runLoop, std::initializer_list<int>{SIGHUP}, end);
   const LossNotice lossNotice;
   const auto loss = connection->onLost([&application] {
@@ -192,7 +192,7 @@ int run(char* program) {
   const std::string missing = input.permission.advice();
   if (!missing.empty()) complain(missing);
   Display display(*store, missing);
-  linux::SystemClock clock;
+  system::SystemClock clock;
   qt::AppReview review;
   qt::Workspace workspace(application.dataFolder());
   qt::MainMenu menu;
@@ -228,7 +228,7 @@ int run(char* program) {
 }  // namespace tapeloop
 
 int main(int argumentCount, char** arguments) {
-  tapeloop::linux::openStandardDescriptors();
+  tapeloop::system::openStandardDescriptors();
   char name[] = "tapeloop";
   return tapeloop::run(argumentCount > 0 ? arguments[0] : name);
 }

@@ -6,9 +6,9 @@
 #include <xcb/xcb.h>
 
 #include "controller/settings.h"
-#include "platform/linux/clock.h"
 #include "platform/memory_defaults_store.h"
 #include "platform/simulated/simulated_desktop.h"
+#include "platform/system/clock.h"
 #include "platform/x11/connection.h"
 #include "platform/x11/hotkey_service.h"
 #include "platform/x11/input_monitor.h"
@@ -34,7 +34,7 @@ class NoTrace final : public Trace {
   void write(std::string_view) override {}
 };
 
-std::unique_ptr<x11::Connection> connect(linux::EpollRunLoop& loop, const std::string& display) {
+std::unique_ptr<x11::Connection> connect(system::EpollRunLoop& loop, const std::string& display) {
   std::string error;
   auto connection = x11::Connection::open(loop, display, error);
   if (!connection) throw std::runtime_error(error);
@@ -48,7 +48,7 @@ struct X11Desktop::Services {
       : trace(makeTrace ? makeTrace(loop) : std::make_unique<NoTrace>()),
         connection(connect(loop, display)) {}
 
-  linux::EpollRunLoop loop;
+  system::EpollRunLoop loop;
   std::unique_ptr<Trace> trace;
   std::unique_ptr<x11::Connection> connection;
   x11::KeyboardMap keyboard{*connection};
@@ -61,11 +61,12 @@ struct X11Desktop::Services {
   x11::KeyGrabs grabs{*connection, keyboard};
   x11::X11InputMonitor monitor{*connection, keyboard, screens,           ownWindows,
                                raw,         grabs,    x11::DoubleClick{}};
-  x11::X11EventSynthesis synthesis{*connection, keyboard, keyboardState, screens, postedKeys, grabs};
+  x11::X11EventSynthesis synthesis{*connection, keyboard,   keyboardState,
+                                   screens,     postedKeys, grabs};
   x11::X11HotKeyService hotKeys{*connection, keyboard, keyboardState, raw, postedKeys, grabs};
   x11::X11KeyboardLayouts layouts{keyboard, keyboardState};
   NotificationCenter notifications;
-  linux::SystemClock clock;
+  system::SystemClock clock;
   MemoryDefaultsStore defaults;
   simulated::RecordedWindowSystem windows;
   simulated::CountedAppReview review;

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "controller/content_view.h"
-#include "platform/linux/run_loop.h"
 #include "platform/screens.h"
+#include "platform/system/run_loop.h"
 #include "platform/trace.h"
 #include "platform/x11/event_synthesis.h"
 
@@ -18,7 +18,7 @@ namespace tapeloop::support {
 /// Windows can't be opened, settings are kept in memory. Belongs to the thread that made it.
 class X11Desktop {
  public:
-  using MakeTrace = std::function<std::unique_ptr<Trace>(linux::EpollRunLoop&)>;
+  using MakeTrace = std::function<std::unique_ptr<Trace>(system::EpollRunLoop&)>;
 
   /// Throws when there is no connection. Without `makeTrace` the trace goes nowhere.
   explicit X11Desktop(const std::string& display, const MakeTrace& makeTrace = {});

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/sqlite_defaults_store.h"
+#include "platform/system/sqlite_defaults_store.h"
 #include "window/program.h"
 
 namespace tapeloop::support {
@@ -78,7 +78,7 @@ TEST_F(LibraryWindowTests, AClickAndReturnLeaveATitleAsItIsStoredHoweverLongItIs
   program.process().clearLines();
   user.tapKey("Return");
   ASSERT_TRUE(program.writes("Saving name."));
-  const auto opened = linux::SqliteDefaultsStore::open(data.path() / "tapeloop/defaults.sqlite3");
+  const auto opened = system::SqliteDefaultsStore::open(data.path() / "tapeloop/defaults.sqlite3");
   ASSERT_TRUE(opened.store);
   std::string edited = list;
   edited.insert(edited.rfind("zero") + 4, "a");

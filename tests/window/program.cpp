@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "capture/recording_json.h"
-#include "platform/linux/sqlite_defaults_store.h"
+#include "platform/system/sqlite_defaults_store.h"
 
 namespace tapeloop::support {
 namespace {
@@ -127,7 +127,7 @@ void TestDesktop::moveNewest(const std::string& title, int x, int y) const {
 void store(const std::filesystem::path& dataFolder,
            const std::vector<std::pair<std::string, DefaultsValue>>& values) {
   const auto opened =
-      linux::SqliteDefaultsStore::open(dataFolder / "tapeloop" / "defaults.sqlite3");
+      system::SqliteDefaultsStore::open(dataFolder / "tapeloop" / "defaults.sqlite3");
   for (const auto& [key, value] : values) {
     if (!opened.store || opened.store->setObjectForKey(value, key) != StoreStatus::stored) {
       throw std::runtime_error("the store does not take " + key);

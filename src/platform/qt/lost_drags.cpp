@@ -6,12 +6,12 @@
 #include <QtCore/QCoreApplication>
 #include <xcb/xcb.h>
 
-#include "platform/linux/malloc_ptr.h"
+#include "platform/system/malloc_ptr.h"
 
 namespace tapeloop::qt {
 namespace {
 
-using linux::own;
+using system::own;
 
 enum Atom : std::size_t { position, leave, drop };
 constexpr std::array<std::string_view, 3> names{"XdndPosition", "XdndLeave", "XdndDrop"};

@@ -4,7 +4,7 @@
 
 namespace tapeloop::qt {
 
-RunLoopBridge::RunLoopBridge(linux::EpollRunLoop& loop)
+RunLoopBridge::RunLoopBridge(system::EpollRunLoop& loop)
     : loop_(loop), notifier_(loop.fileDescriptor(), QSocketNotifier::Read) {
   connect(&notifier_, &QSocketNotifier::activated, this, [this] { loop_.dispatch(); });
   // What Qt's own events left behind, such as a timer that a button started, is seen to before Qt

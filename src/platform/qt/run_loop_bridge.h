@@ -3,7 +3,7 @@
 #include <QtCore/QObject>
 #include <QtCore/QSocketNotifier>
 
-#include "platform/linux/run_loop.h"
+#include "platform/system/run_loop.h"
 
 namespace tapeloop::qt {
 
@@ -12,10 +12,10 @@ namespace tapeloop::qt {
 class RunLoopBridge : public QObject {
  public:
   /// `loop` outlives the bridge.
-  explicit RunLoopBridge(linux::EpollRunLoop& loop);
+  explicit RunLoopBridge(system::EpollRunLoop& loop);
 
  private:
-  linux::EpollRunLoop& loop_;
+  system::EpollRunLoop& loop_;
   QSocketNotifier notifier_;
 };
 

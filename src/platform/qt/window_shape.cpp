@@ -12,12 +12,12 @@
 #include <xcb/shape.h>
 #include <xcb/xcb.h>
 
-#include "platform/linux/malloc_ptr.h"
+#include "platform/system/malloc_ptr.h"
 
 namespace tapeloop::qt {
 namespace {
 
-using linux::own;
+using system::own;
 
 bool isComposited(xcb_connection_t* connection) {
   constexpr std::string_view compositor = "_NET_WM_CM_S0";

@@ -13,7 +13,7 @@
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
 
-#include "platform/linux/file_descriptor.h"
+#include "platform/system/file_descriptor.h"
 #include "platform/x11/xcb_reply.h"
 #include "platform/x11/xcb_xkb.h"
 
@@ -32,9 +32,9 @@ class TakenStandardError {
   TakenStandardError() {
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) return;
-    reader_ = linux::FileDescriptor(ends[0]);
-    const linux::FileDescriptor writer(ends[1]);
-    before_ = linux::FileDescriptor(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0));
+    reader_ = system::FileDescriptor(ends[0]);
+    const system::FileDescriptor writer(ends[1]);
+    before_ = system::FileDescriptor(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0));
     if (before_) dup2(writer.get(), STDERR_FILENO);
   }
   TakenStandardError(const TakenStandardError&) = delete;
@@ -51,8 +51,8 @@ class TakenStandardError {
   }
 
  private:
-  linux::FileDescriptor reader_;
-  linux::FileDescriptor before_;
+  system::FileDescriptor reader_;
+  system::FileDescriptor before_;
 };
 
 /// `reason` may be empty.
@@ -73,7 +73,7 @@ xcb_screen_t* screenOf(xcb_connection_t* xcb, int number) {
 
 }  // namespace
 
-std::unique_ptr<Connection> Connection::open(linux::EpollRunLoop& runLoop,
+std::unique_ptr<Connection> Connection::open(system::EpollRunLoop& runLoop,
                                              const std::string& displayName, std::string& error) {
   int screenNumber = 0;
   std::string reason;
@@ -92,8 +92,8 @@ std::unique_ptr<Connection> Connection::open(linux::EpollRunLoop& runLoop,
       new Connection(runLoop, displayName, xcb, screenOf(xcb, screenNumber)->root));
 }
 
-Connection::Connection(linux::EpollRunLoop& runLoop, std::string displayName, xcb_connection_t* xcb,
-                       std::uint32_t root)
+Connection::Connection(system::EpollRunLoop& runLoop, std::string displayName,
+                       xcb_connection_t* xcb, std::uint32_t root)
     : runLoop_(runLoop), displayName_(std::move(displayName)), xcb_(xcb), root_(root) {
   queryExtensions();
   // Changes of the root window and of the windows on it; a client has one mask for all of them.

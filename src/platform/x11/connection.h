@@ -7,8 +7,8 @@
 
 #include <xcb/xcb.h>
 
-#include "platform/linux/run_loop.h"
 #include "platform/signal.h"
+#include "platform/system/run_loop.h"
 
 namespace tapeloop::x11 {
 
@@ -31,7 +31,7 @@ class Connection {
  public:
   /// An empty `displayName` means the one of the environment. Null on failure, with one sentence
   /// for the user in `error`. `runLoop` outlives the connection.
-  static std::unique_ptr<Connection> open(linux::EpollRunLoop& runLoop,
+  static std::unique_ptr<Connection> open(system::EpollRunLoop& runLoop,
                                           const std::string& displayName, std::string& error);
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
@@ -41,7 +41,7 @@ class Connection {
   [[nodiscard]] std::uint32_t root() const { return root_; }
   [[nodiscard]] const std::string& displayName() const { return displayName_; }
   [[nodiscard]] const Extensions& extensions() const { return extensions_; }
-  [[nodiscard]] linux::EpollRunLoop& runLoop() const { return runLoop_; }
+  [[nodiscard]] system::EpollRunLoop& runLoop() const { return runLoop_; }
   /// The server is gone: requests are ignored and replies are null from then on.
   [[nodiscard]] bool isLost() const;
 
@@ -63,14 +63,14 @@ class Connection {
   Subscription onLost(std::function<void()> callback) { return lost_.connect(std::move(callback)); }
 
  private:
-  Connection(linux::EpollRunLoop& runLoop, std::string displayName, xcb_connection_t* xcb,
+  Connection(system::EpollRunLoop& runLoop, std::string displayName, xcb_connection_t* xcb,
              std::uint32_t root);
   void queryExtensions();
   void roundTrip() const;
   bool drain();
   void noticeLoss();
 
-  linux::EpollRunLoop& runLoop_;
+  system::EpollRunLoop& runLoop_;
   const std::string displayName_;
   xcb_connection_t* const xcb_;
   const std::uint32_t root_;
@@ -79,7 +79,7 @@ class Connection {
   Signal<> drained_;
   Signal<> lost_;
   bool lossNoticed_ = false;
-  linux::Watch watch_;
+  system::Watch watch_;
   Subscription beforeWait_;
 };
 

@@ -69,7 +69,7 @@ class RecordStream {
   unsigned sequence_ = 0;  // of the one request that all replies answer
   bool enabled_ = false;
   bool ended_ = false;
-  linux::Watch watch_;
+  system::Watch watch_;
   Subscription beforeWait_;
 };
 

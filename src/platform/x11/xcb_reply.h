@@ -1,12 +1,12 @@
 #pragma once
 
-#include "platform/linux/malloc_ptr.h"
+#include "platform/system/malloc_ptr.h"
 
 namespace tapeloop::x11 {
 
 /// A reply, event or error of XCB. Null when the request failed or the connection is lost.
 template <typename T>
-using XcbPtr = linux::MallocPtr<T>;
-using linux::own;
+using XcbPtr = system::MallocPtr<T>;
+using system::own;
 
 }  // namespace tapeloop::x11

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 
 /// Makes what is missing of the file and of the folders on the way to it, for the owner alone, and
 /// takes the rights of others from a file that is there. What goes wrong shows when the file is
@@ -26,4 +26,4 @@ std::optional<FileIdentity> identityOf(const std::filesystem::path& file);
 /// contents.
 std::optional<std::string> immutableName(const std::filesystem::path& file);
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

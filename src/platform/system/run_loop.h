@@ -5,11 +5,11 @@
 #include <memory>
 #include <optional>
 
-#include "platform/linux/file_descriptor.h"
 #include "platform/run_loop.h"
 #include "platform/signal.h"
+#include "platform/system/file_descriptor.h"
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 
 enum class Readiness : std::uint8_t { readable, writable };
 
@@ -87,4 +87,4 @@ class EpollRunLoop final : public RunLoop {
   std::optional<int> exitCode_;
 };
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

@@ -14,11 +14,11 @@
 #include <unistd.h>
 
 #include "controller/stored_recordings.h"
-#include "platform/linux/file_descriptor.h"
-#include "platform/linux/sqlite_defaults_store.h"
+#include "platform/system/file_descriptor.h"
+#include "platform/system/sqlite_defaults_store.h"
 #include "support/temporary_folder.h"
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 namespace {
 
 using Edit = StoredRecordings::Edit;
@@ -122,4 +122,4 @@ TEST(SavedRecordings, AreChangedAsTheyStandInTheStoreThatIsThereByThen) {
 }
 
 }  // namespace
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

@@ -1,4 +1,4 @@
-#include "platform/linux/signals.h"
+#include "platform/system/signals.h"
 
 #include <array>
 #include <atomic>
@@ -9,7 +9,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 namespace {
 
 constexpr std::size_t signalNumbers = 65;
@@ -75,4 +75,4 @@ void SignalWatch::read() {
   for (std::ptrdiff_t i = 0; i < count; ++i) callback(numbers[static_cast<std::size_t>(i)]);
 }
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

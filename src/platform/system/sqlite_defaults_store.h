@@ -9,10 +9,10 @@
 #include <string_view>
 
 #include "platform/defaults_store.h"
-#include "platform/linux/store_database.h"
 #include "platform/signal.h"
+#include "platform/system/store_database.h"
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 
 class EpollRunLoop;
 
@@ -92,4 +92,4 @@ class SqliteDefaultsStore final : public DefaultsStore {
   Subscription turns_;
 };
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

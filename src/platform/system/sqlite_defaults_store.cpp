@@ -1,4 +1,4 @@
-#include "platform/linux/sqlite_defaults_store.h"
+#include "platform/system/sqlite_defaults_store.h"
 
 #include <array>
 #include <bit>
@@ -11,9 +11,9 @@
 
 #include <sqlite3.h>
 
-#include "platform/linux/run_loop.h"
+#include "platform/system/run_loop.h"
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 namespace {
 
 namespace fs = std::filesystem;
@@ -291,4 +291,4 @@ bool SqliteDefaultsStore::endTurn() {
   return true;
 }
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

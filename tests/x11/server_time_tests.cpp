@@ -1,8 +1,8 @@
-#include "platform/x11/server_time.h"
-
 #include <cstdint>
 
 #include <gtest/gtest.h>
+
+#include "platform/x11/server_time.h"
 
 namespace tapeloop::x11 {
 namespace {

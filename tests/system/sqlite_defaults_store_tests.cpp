@@ -12,11 +12,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/linux/run_loop.h"
-#include "platform/linux/sqlite_defaults_store.h"
+#include "platform/system/run_loop.h"
+#include "platform/system/sqlite_defaults_store.h"
 #include "support/temporary_folder.h"
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 namespace {
 
 namespace fs = std::filesystem;
@@ -356,4 +356,4 @@ TEST_F(SqliteDefaultsStoreTest, LeavesAloneWhatAnotherConnectionHoldsAndAValueTh
 }
 
 }  // namespace
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

@@ -1,11 +1,11 @@
-#include "platform/linux/clock.h"
+#include "platform/system/clock.h"
 
 #include <chrono>
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 
 double SystemClock::date() const {
   return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

@@ -13,10 +13,10 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include "linux/epoll_harness.h"
-#include "platform/linux/signals.h"
+#include "platform/system/signals.h"
+#include "system/epoll_harness.h"
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 namespace {
 
 using testing::ElementsAre;
@@ -212,4 +212,4 @@ TEST_F(EpollRunLoopTest, ReportsSignalsInATurnAndRestoresWhatTheyDid) {
 }
 
 }  // namespace
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

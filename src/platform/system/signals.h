@@ -7,10 +7,10 @@
 
 #include <signal.h>
 
-#include "platform/linux/file_descriptor.h"
-#include "platform/linux/run_loop.h"
+#include "platform/system/file_descriptor.h"
+#include "platform/system/run_loop.h"
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 
 /// From now on a write into a pipe that nobody reads, or beyond what a file may grow to, is an
 /// error of that write and does not end the program.
@@ -41,4 +41,4 @@ class SignalWatch {
   Watch watch_;
 };
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

@@ -13,9 +13,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "platform/linux/trace.h"
+#include "platform/system/trace.h"
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 namespace {
 
 using testing::EndsWith;
@@ -198,4 +198,4 @@ TEST(StandardDescriptors, AreOpenAfterwards) {
 }
 
 }  // namespace
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

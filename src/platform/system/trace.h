@@ -7,12 +7,12 @@
 
 #include <unistd.h>
 
-#include "platform/linux/file_descriptor.h"
-#include "platform/linux/run_loop.h"
 #include "platform/signal.h"
+#include "platform/system/file_descriptor.h"
+#include "platform/system/run_loop.h"
 #include "platform/trace.h"
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 
 /// Opens /dev/null in place of those of the three standard descriptors that are closed, so that no
 /// file of the program gets their numbers and with them the trace. To be called first in `main`.
@@ -67,4 +67,4 @@ class StandardOutputTrace final : public Trace {
   bool waiting_ = false;
 };
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

@@ -2,7 +2,7 @@
 
 #include "platform/clock.h"
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 
 /// The calendar time of the machine.
 class SystemClock final : public Clock {
@@ -10,4 +10,4 @@ class SystemClock final : public Clock {
   [[nodiscard]] double date() const override;
 };
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

@@ -1,4 +1,4 @@
-#include "platform/linux/run_loop.h"
+#include "platform/system/run_loop.h"
 
 #include <algorithm>
 #include <array>
@@ -12,9 +12,9 @@
 #include <sys/timerfd.h>
 #include <time.h>
 
-#include "platform/linux/populated_memory.h"
+#include "platform/system/populated_memory.h"
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 namespace {
 
 constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
@@ -230,4 +230,4 @@ void EpollRunLoop::arm(std::optional<std::int64_t> deadline) {
   armed_ = deadline;
 }
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

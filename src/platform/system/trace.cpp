@@ -1,4 +1,4 @@
-#include "platform/linux/trace.h"
+#include "platform/system/trace.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -11,9 +11,9 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
-#include "platform/linux/signals.h"
+#include "platform/system/signals.h"
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 namespace {
 
 // Enough for writes to cost little beside the copying, small enough to stay in the cache.
@@ -165,4 +165,4 @@ void StandardOutputTrace::giveUp() {
   loseReader();
 }
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

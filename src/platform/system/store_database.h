@@ -7,12 +7,12 @@
 #include <string_view>
 
 #include "platform/defaults_store.h"
-#include "platform/linux/store_file.h"
+#include "platform/system/store_file.h"
 
 struct sqlite3;
 struct sqlite3_stmt;
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 
 struct SqliteClose {
   void operator()(sqlite3* database) const;
@@ -61,4 +61,4 @@ class StoreDatabase {
   Handle database_;
 };
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

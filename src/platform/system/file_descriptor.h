@@ -4,7 +4,7 @@
 
 #include <unistd.h>
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 
 /// Owns one open descriptor, or none.
 class FileDescriptor {
@@ -28,4 +28,4 @@ class FileDescriptor {
   int descriptor_ = -1;
 };
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

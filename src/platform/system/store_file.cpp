@@ -1,13 +1,13 @@
-#include "platform/linux/store_file.h"
+#include "platform/system/store_file.h"
 
 #include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include "platform/linux/file_descriptor.h"
+#include "platform/system/file_descriptor.h"
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 namespace {
 
 namespace fs = std::filesystem;
@@ -70,4 +70,4 @@ std::optional<std::string> immutableName(const fs::path& file) {
   return name + "?immutable=1";
 }
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

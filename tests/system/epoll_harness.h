@@ -5,9 +5,9 @@
 
 #include <poll.h>
 
-#include "platform/linux/run_loop.h"
+#include "platform/system/run_loop.h"
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 
 /// A run loop that is turned by its descriptor.
 struct EpollHarness {
@@ -28,4 +28,4 @@ struct EpollHarness {
   EpollRunLoop epollLoop;
 };
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <memory>
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 
 struct FreeDeleter {
   void operator()(void* memory) const { std::free(memory); }
@@ -18,4 +18,4 @@ MallocPtr<T> own(T* memory) {
   return MallocPtr<T>(memory);
 }
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

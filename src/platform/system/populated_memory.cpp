@@ -1,11 +1,11 @@
-#include "platform/linux/populated_memory.h"
+#include "platform/system/populated_memory.h"
 
 #include <cstddef>
 #include <new>
 
 #include <sys/mman.h>
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 namespace {
 
 class PopulatedMemory final : public std::pmr::memory_resource {
@@ -39,4 +39,4 @@ std::pmr::memory_resource& populatedMemory() {
   return memory;
 }
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system

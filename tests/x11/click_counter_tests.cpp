@@ -1,6 +1,6 @@
-#include "platform/x11/click_counter.h"
-
 #include <gtest/gtest.h>
+
+#include "platform/x11/click_counter.h"
 
 namespace tapeloop::x11 {
 namespace {

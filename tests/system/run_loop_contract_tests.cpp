@@ -8,8 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "linux/epoll_harness.h"
 #include "platform/simulated/run_loop.h"
+#include "system/epoll_harness.h"
 
 namespace tapeloop {
 namespace {
@@ -40,7 +40,7 @@ class RunLoopContract : public testing::Test {
   std::vector<std::string> fired_;
 };
 
-using Harnesses = testing::Types<linux::EpollHarness, VirtualHarness>;
+using Harnesses = testing::Types<system::EpollHarness, VirtualHarness>;
 TYPED_TEST_SUITE(RunLoopContract, Harnesses);
 
 TYPED_TEST(RunLoopContract, FiresInOrderOfDeadlinesAndThenOfCreation) {

@@ -10,8 +10,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/linux/sqlite_defaults_store.h"
 #include "platform/simulated/defaults_store.h"
+#include "platform/system/sqlite_defaults_store.h"
 #include "support/temporary_folder.h"
 
 namespace tapeloop {
@@ -22,8 +22,8 @@ using namespace std::string_literals;
 struct SqliteHarness {
   DefaultsStore& store() { return *opened.store; }
   support::TemporaryFolder folder;
-  linux::SqliteDefaultsStore::Opened opened =
-      linux::SqliteDefaultsStore::open(folder.path() / "defaults.sqlite3");
+  system::SqliteDefaultsStore::Opened opened =
+      system::SqliteDefaultsStore::open(folder.path() / "defaults.sqlite3");
 };
 
 // Hands everything on to a store in memory while it is told of no fault.

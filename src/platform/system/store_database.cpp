@@ -1,4 +1,4 @@
-#include "platform/linux/store_database.h"
+#include "platform/system/store_database.h"
 
 #include <cerrno>
 #include <string>
@@ -7,9 +7,9 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
-#include "platform/linux/signals.h"
+#include "platform/system/signals.h"
 
-namespace tapeloop::linux {
+namespace tapeloop::system {
 namespace {
 
 namespace fs = std::filesystem;
@@ -213,4 +213,4 @@ bool StoreDatabase::isInTransaction() const {
   return database_ && sqlite3_get_autocommit(get()) == 0;
 }
 
-}  // namespace tapeloop::linux
+}  // namespace tapeloop::system
