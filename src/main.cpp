@@ -22,7 +22,6 @@
 #include "platform/qt/view_registry.h"
 #include "platform/qt/window_system.h"
 #include "platform/qt/workspace.h"
-#include "platform/system/clock.h"
 #include "platform/system/run_loop.h"
 #include "platform/system/signals.h"
 #include "platform/system/sqlite_defaults_store.h"

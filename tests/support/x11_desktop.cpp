@@ -8,7 +8,6 @@
 #include "controller/settings.h"
 #include "platform/memory_defaults_store.h"
 #include "platform/simulated/simulated_desktop.h"
-#include "platform/system/clock.h"
 #include "platform/x11/connection.h"
 #include "platform/x11/hotkey_service.h"
 #include "platform/x11/input_monitor.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/app_review.h"
+#include "platform/desktop_services.h"
 
 namespace tapeloop::qt {
 

@@ -6,7 +6,7 @@
 #include <QtCore/QCoreApplication>
 #include <xcb/xcb.h>
 
-#include "platform/system/malloc_ptr.h"
+#include "platform/system/handles.h"
 
 namespace tapeloop::qt {
 namespace {

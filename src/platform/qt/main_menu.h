@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/main_menu.h"
+#include "platform/desktop_services.h"
 
 namespace tapeloop::qt {
 

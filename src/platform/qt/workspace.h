@@ -4,7 +4,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/workspace.h"
+#include "platform/desktop_services.h"
 
 namespace tapeloop::qt {
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -41,6 +42,10 @@ FileDescriptor require(int descriptor, const char* what) {
 }
 
 }  // namespace
+
+double SystemClock::date() const {
+  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
 
 /// The epoll set knows a descriptor once, whoever watches it. Entries are found by a key that is
 /// never used again, so that an event of a descriptor that was closed and opened anew within one

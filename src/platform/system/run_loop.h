@@ -5,11 +5,17 @@
 #include <memory>
 #include <optional>
 
+#include "platform/observable.h"
 #include "platform/run_loop.h"
-#include "platform/signal.h"
-#include "platform/system/file_descriptor.h"
+#include "platform/system/handles.h"
 
 namespace tapeloop::system {
+
+/// The calendar time of the machine.
+class SystemClock final : public Clock {
+ public:
+  [[nodiscard]] double date() const override;
+};
 
 enum class Readiness : std::uint8_t { readable, writable };
 

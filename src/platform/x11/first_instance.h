@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "platform/signal.h"
+#include "platform/observable.h"
 #include "platform/x11/connection.h"
 
 namespace tapeloop::x11 {

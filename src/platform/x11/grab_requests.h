@@ -3,7 +3,7 @@
 #include <functional>
 #include <memory>
 
-#include "platform/signal.h"
+#include "platform/observable.h"
 #include "platform/x11/connection.h"
 #include "platform/x11/keyboard_map.h"
 #include "platform/x11/record_stream.h"

@@ -7,7 +7,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/signal.h"
+#include "platform/observable.h"
 #include "platform/x11/connection.h"
 #include "platform/x11/key_positions.h"
 

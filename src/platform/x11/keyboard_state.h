@@ -4,7 +4,7 @@
 #include <deque>
 #include <functional>
 
-#include "platform/signal.h"
+#include "platform/observable.h"
 #include "platform/x11/connection.h"
 
 namespace tapeloop::x11 {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/permission.h"
+#include "platform/desktop_services.h"
 #include "platform/x11/connection.h"
 
 namespace tapeloop::x11 {

@@ -2,8 +2,8 @@
 
 #include <vector>
 
+#include "platform/observable.h"
 #include "platform/screens.h"
-#include "platform/signal.h"
 #include "platform/x11/connection.h"
 
 namespace tapeloop::x11 {

@@ -2,7 +2,7 @@
 
 #include <xcb/xcb.h>
 
-#include "platform/sound.h"
+#include "platform/desktop_services.h"
 #include "platform/x11/connection.h"
 
 namespace tapeloop::x11 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/system/malloc_ptr.h"
+#include "platform/system/handles.h"
 
 namespace tapeloop::x11 {
 
