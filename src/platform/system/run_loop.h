@@ -11,6 +11,10 @@
 
 namespace tapeloop::system {
 
+/// Nanoseconds on the clock of the timers. A local X server counts its milliseconds on the same
+/// one.
+[[nodiscard]] std::int64_t monotonicNow();
+
 /// The calendar time of the machine.
 class SystemClock final : public Clock {
  public:

@@ -7,7 +7,7 @@
 #include <xcb/xcbext.h>
 #include <xcb/xinput.h>
 
-#include "platform/x11/monotonic_clock.h"
+#include "platform/system/run_loop.h"
 #include "platform/x11/xcb_reply.h"
 
 namespace tapeloop::x11 {
@@ -109,7 +109,7 @@ void X11InputMonitor::stopStream() {
 
 void X11InputMonitor::hear(const RawEvent& event) {
   heldBack_ = true;
-  serverTime_.announce(event.time, monotonicNow());
+  serverTime_.announce(event.time, system::monotonicNow());
   // By the time that the event itself comes, the key may have moved the focus.
   if (event.type <= XCB_INPUT_RAW_KEY_RELEASE && canBeOurs()) {
     announceKey(

@@ -5,7 +5,7 @@
 #include <xcb/xcb.h>
 #include <xcb/xinput.h>
 
-#include "platform/x11/monotonic_clock.h"
+#include "platform/system/run_loop.h"
 #include "platform/x11/test_devices.h"
 #include "platform/x11/xcb_reply.h"
 
@@ -38,13 +38,13 @@ void PointerTracker::watch(bool on) {
 
 void PointerTracker::movedTo(Pixel place) {
   place_ = place;
-  movedAt_ = monotonicNow();
+  movedAt_ = system::monotonicNow();
 }
 
 bool PointerTracker::isAt(Pixel place) {
-  if (!place_ || monotonicNow() - movedAt_ > trusted) {
+  if (!place_ || system::monotonicNow() - movedAt_ > trusted) {
     place_ = ask();
-    movedAt_ = monotonicNow();
+    movedAt_ = system::monotonicNow();
   }
   return place_ == place;
 }

@@ -8,7 +8,7 @@
 #include <xcb/xcb.h>
 #include <xcb/xcbext.h>
 
-#include "platform/x11/monotonic_clock.h"
+#include "platform/system/run_loop.h"
 #include "platform/x11/xcb_reply.h"
 
 namespace tapeloop::x11 {
@@ -36,7 +36,7 @@ std::unique_ptr<RecordStream> RecordStream::start(Connection& control, Handler h
   xcb_record_range_t range{};
   range.device_events = {XCB_KEY_PRESS, XCB_MOTION_NOTIFY};
   return start(control, range, fromServer, [handler = std::move(handler)](const auto& reply) {
-    const std::int64_t arrival = monotonicNow();
+    const std::int64_t arrival = system::monotonicNow();
     const auto events = dataOf(reply);
     xcb_key_press_event_t event;  // buttons and motion have the same layout
     for (std::size_t offset = 0; offset + sizeof event <= events.size(); offset += sizeof event) {
