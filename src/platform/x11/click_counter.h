@@ -25,7 +25,7 @@ class ClickCounter {
  private:
   static constexpr std::size_t buttons = 4;  // 1 to 3 are counted
 
-  const DoubleClick limits_;
+  DoubleClick limits_;
   std::uint8_t latest_ = 0;  // button of the latest press; 0: none yet
   double timestamp_ = 0;
   int x_ = 0;

@@ -24,11 +24,13 @@ class X11InputMonitor final : public InputMonitor {
  public:
   /// What is handed in outlives the monitor.
   X11InputMonitor(Connection& connection, const KeyboardMap& keyboard, const X11Screens& screens,
-                  const OwnWindows& ownWindows, RawInput& input, const KeyGrabs& grabs,
-                  DoubleClick doubleClick);
+                  const OwnWindows& ownWindows, RawInput& input, const KeyGrabs& grabs);
   X11InputMonitor(const X11InputMonitor&) = delete;
   X11InputMonitor& operator=(const X11InputMonitor&) = delete;
   ~X11InputMonitor() override;
+
+  /// Other limits than the usual ones.
+  void setDoubleClick(DoubleClick limits) { clicks_ = ClickCounter(limits); }
 
   std::optional<MonitorToken> addGlobalMonitorForEventsMatchingMask(EventMask mask,
                                                                     Handler handler) override;
@@ -74,7 +76,7 @@ class X11InputMonitor final : public InputMonitor {
   RawInput& input_;
   const KeyGrabs& grabs_;
   ServerTime serverTime_;
-  ClickCounter clicks_;
+  ClickCounter clicks_{DoubleClick{}};
   RecordedKeys keys_;
 
   std::vector<std::shared_ptr<Monitor>> monitors_;
