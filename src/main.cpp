@@ -24,7 +24,7 @@
 #include "platform/system/trace.h"
 #include "platform/x11/connection.h"
 #include "platform/x11/desktop.h"
-#include "platform/x11/first_instance.h"
+#include "platform/x11/session.h"
 #include "views/main_window.h"
 #include "views/view_items.h"
 

@@ -7,8 +7,7 @@
 #include <xcb/xcbext.h>
 #include <xcb/xinput.h>
 
-#include "platform/x11/monotonic_clock.h"
-#include "platform/x11/xcb_reply.h"
+#include "platform/x11/protocol.h"
 
 namespace tapeloop::x11 {
 namespace {
