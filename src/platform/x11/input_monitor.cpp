@@ -7,8 +7,7 @@
 #include <xcb/xcbext.h>
 #include <xcb/xinput.h>
 
-#include "platform/system/run_loop.h"
-#include "platform/x11/xcb_reply.h"
+#include "platform/x11/protocol.h"
 
 namespace tapeloop::x11 {
 namespace {
@@ -109,7 +108,7 @@ void X11InputMonitor::stopStream() {
 
 void X11InputMonitor::hear(const RawEvent& event) {
   heldBack_ = true;
-  serverTime_.announce(event.time, system::monotonicNow());
+  serverTime_.announce(event.time, monotonicNow());
   // By the time that the event itself comes, the key may have moved the focus.
   if (event.type <= XCB_INPUT_RAW_KEY_RELEASE && canBeOurs()) {
     announceKey(
