@@ -9,16 +9,6 @@
 namespace tapeloop {
 namespace {
 
-constexpr EventMask bit(EventType type) {
-  return EventMask{1} << static_cast<std::uint32_t>(type);
-}
-
-constexpr EventMask capturedEvents =
-    bit(EventType::leftMouseDown) | bit(EventType::leftMouseUp) | bit(EventType::rightMouseDown) |
-    bit(EventType::rightMouseUp) | bit(EventType::mouseMoved) | bit(EventType::leftMouseDragged) |
-    bit(EventType::keyDown) | bit(EventType::keyUp) | bit(EventType::scrollWheel);
-static_assert(capturedEvents == 0x400C7E);
-
 constexpr double disabledOpacity = 0.3;
 constexpr const char* idleCaption = "Record";
 constexpr const char* armedCaption = "Click outside the window to start recording.";
@@ -74,7 +64,7 @@ void Capture::startRecording() {
                                          {0, state_.heightScreen});
   state_.eventLog.clear();
   state_.eventHandler = std::make_shared<GlobalEventMonitor>(
-      inputMonitor_, capturedEvents, [this](const InputEvent* event) { handle(*event); });
+      inputMonitor_, allEventKinds, [this](const InputEvent* event) { handle(*event); });
   state_.eventHandler->start();
 }
 

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <charconv>
 
-#include "capture/recording.h"
-
 namespace tapeloop {
 namespace {
 
@@ -38,7 +36,7 @@ class Writer {
 EventDescription::EventDescription(const InputEvent& event) {
   Writer line(buffer_.data(), buffer_.data() + buffer_.size());
   line << "Optional(";
-  line << eventKind(event.type).substr(1) << " at (" << event.locationInWindow.x << ", "
+  line << kindOf(event.type)->name.substr(1) << " at (" << event.locationInWindow.x << ", "
        << event.locationInWindow.y << ") time " << event.timestamp << " flags 0x";
   line.hexadecimal(event.modifierFlags) << ")";
   length_ = static_cast<std::size_t>(line.position() - buffer_.data());

@@ -7,11 +7,8 @@
 namespace tapeloop {
 namespace {
 
-constexpr EventMask bitOf(std::uint32_t type) {
-  return EventMask{1} << type;
-}
-// Mouse buttons that come up, left and right, and keys that go down.
-constexpr EventMask monitoredEvents = bitOf(2) | bitOf(4) | bitOf(10);
+constexpr EventMask monitoredEvents =
+    maskOf(EventType::leftMouseUp) | maskOf(EventType::rightMouseUp) | maskOf(EventType::keyDown);
 
 // A click this near is meant for the control.
 constexpr double boundsMargin = 3;

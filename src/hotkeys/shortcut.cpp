@@ -82,7 +82,8 @@ std::string upperCase(const std::string& text) {
 }  // namespace
 
 std::optional<Shortcut> shortcutOf(const InputEvent& event) {
-  if (event.type != EventType::keyDown && event.type != EventType::keyUp) return std::nullopt;
+  const EventKind* const kind = kindOf(event.type);
+  if (kind == nullptr || kind->eventClass != EventClass::key) return std::nullopt;
   return Shortcut{event.keyCode, modifierBits(event.modifierFlags)};
 }
 
