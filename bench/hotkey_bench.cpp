@@ -10,7 +10,7 @@
 #include <poll.h>
 #include <xcb/xcb.h>
 
-#include "controller/shortcut_names.h"
+#include "controller/shortcut_slots.h"
 #include "figures.h"
 #include "support/x11_desktop.h"
 #include "support/x_connection.h"

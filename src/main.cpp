@@ -13,36 +13,18 @@
 #include "controller/sheet_view.h"
 #include "hotkeys/recorder_texts.h"
 #include "platform/memory_defaults_store.h"
-#include "platform/qt/app_review.h"
 #include "platform/qt/application.h"
+#include "platform/qt/desktop_services.h"
 #include "platform/qt/local_input_monitor.h"
-#include "platform/qt/main_menu.h"
-#include "platform/qt/recorder_texts.h"
-#include "platform/qt/run_loop_bridge.h"
-#include "platform/qt/view_registry.h"
 #include "platform/qt/window_system.h"
-#include "platform/qt/workspace.h"
 #include "platform/system/clock.h"
 #include "platform/system/run_loop.h"
 #include "platform/system/signals.h"
 #include "platform/system/sqlite_defaults_store.h"
 #include "platform/system/trace.h"
 #include "platform/x11/connection.h"
-#include "platform/x11/event_synthesis.h"
-#include "platform/x11/first_instance.h"
-#include "platform/x11/grab_requests.h"
-#include "platform/x11/hotkey_service.h"
-#include "platform/x11/input_monitor.h"
-#include "platform/x11/key_grabs.h"
-#include "platform/x11/keyboard_layouts.h"
-#include "platform/x11/keyboard_map.h"
-#include "platform/x11/keyboard_state.h"
-#include "platform/x11/own_windows.h"
-#include "platform/x11/permission.h"
-#include "platform/x11/posted_keys.h"
-#include "platform/x11/raw_input.h"
-#include "platform/x11/screens.h"
-#include "platform/x11/sound.h"
+#include "platform/x11/desktop.h"
+#include "platform/x11/session.h"
 #include "views/main_window.h"
 #include "views/view_items.h"
 
@@ -94,49 +76,18 @@ class LossNotice {
   static constinit inline bool isDue = false;
 };
 
-/// The input side of the desktop on one X server.
-struct Input {
-  Input(x11::Connection& connection, x11::DoubleClick doubleClick)
-      : keyboard(connection),
-        keyboardState(connection),
-        raw(connection),
-        screens(connection),
-        ownWindows(connection),
-        grabs(connection, keyboard),
-        monitor(connection, keyboard, screens, ownWindows, raw, grabs, doubleClick),
-        synthesis(connection, keyboard, keyboardState, screens, postedKeys, grabs),
-        hotKeys(connection, keyboard, keyboardState, raw, postedKeys, grabs),
-        layouts(keyboard, keyboardState),
-        grabRequests(connection, keyboard),
-        permission(connection) {}
-
-  /// Lives as long as this. `client` is what the identifiers of Qt's own resources begin with.
-  [[nodiscard]] qt::NativeKeyboard nativeKeyboard(std::uint32_t client) {
-    return {[this](std::uint8_t keycode) { return keyboard.keyCodeOf(keycode); },
-            [this](std::uint16_t state) {
-              const bool isAnyUnnamed = keyboard.unnamedModifiers(state) != 0;
-              return keyboard.flagsOf(state) | (isAnyUnnamed ? modifier_flag::unnamed : 0);
-            },
-            [this](std::uint8_t keycode) { return keyboard.isModifierKey(keycode); },
-            [this, client](std::function<void()> callback) {
-              return grabRequests.watch(client, std::move(callback));
-            }};
-  }
-
-  x11::KeyboardMap keyboard;
-  x11::KeyboardState keyboardState;
-  x11::RawInput raw;
-  x11::PostedKeys postedKeys;
-  x11::X11Screens screens;
-  x11::OwnWindows ownWindows;
-  x11::KeyGrabs grabs;
-  x11::X11InputMonitor monitor;
-  x11::X11EventSynthesis synthesis;
-  x11::X11HotKeyService hotKeys;
-  x11::X11KeyboardLayouts layouts;
-  x11::GrabRequests grabRequests;
-  x11::X11Permission permission;
-};
+/// `client` is the base of the identifiers of Qt's own resources.
+qt::NativeKeyboard nativeKeyboard(x11::Desktop& x, std::uint32_t client) {
+  return {[&x](std::uint8_t keycode) { return x.keyboard.keyCodeOf(keycode); },
+          [&x](std::uint16_t state) {
+            const bool isAnyUnnamed = x.keyboard.unnamedModifiers(state) != 0;
+            return x.keyboard.flagsOf(state) | (isAnyUnnamed ? modifier_flag::unnamed : 0);
+          },
+          [&x](std::uint8_t keycode) { return x.keyboard.isModifierKey(keycode); },
+          [&x, client](std::function<void()> callback) {
+            return x.grabRequests.watch(client, std::move(callback));
+          }};
+}
 
 /// The window side. The views outlive the windows that show them.
 struct Display {
@@ -160,36 +111,36 @@ int run(char* program) {
   system::EpollRunLoop runLoop;
   system::StandardOutputTrace trace(runLoop);
   std::string error;
-  const auto connection = x11::Connection::open(runLoop, "", error);
+  auto connection = x11::Connection::open(runLoop, "", error);
   if (!connection) {
     complain(error);
     return couldNotStart;
   }
+  x11::Desktop x(std::move(connection));
   MainWindow* window = nullptr;
-  const x11::FirstInstance instance(*connection, [&window] {
+  const x11::FirstInstance instance(*x.connection, [&window] {
     if (window) window->bringToFront();
   });
   if (!instance.isFirst()) return 0;
   const auto [store, problem] = openStore(runLoop);
   if (!problem.empty()) complain(problem);
 
-  qt::Application application(program, complain, couldNotStart);
-  const qt::RunLoopBridge bridge(runLoop);
+  qt::Application application(program, runLoop, complain, couldNotStart);
   const auto end = [&application](int signal) { application.quit(128 + signal); };
   const system::SignalWatch endSignals(runLoop, {SIGTERM, SIGINT}, end);
   std::optional<system::SignalWatch> hangup;
   if (!isIgnored(SIGHUP)) hangup.emplace(runLoop, std::initializer_list<int>{SIGHUP}, end);
   const LossNotice lossNotice;
-  const auto loss = connection->onLost([&application] {
+  const auto loss = x.connection->onLost([&application] {
     LossNotice::give();
     application.quit(lostDisplay);
   });
 
   const auto doubleClick = application.doubleClick();
-  Input input(*connection, {doubleClick.seconds, doubleClick.pixels});
+  x.inputMonitor.setDoubleClick({doubleClick.seconds, doubleClick.pixels});
   const auto ids = application.clientIds();
-  input.ownWindows.addClient(ids.base, ids.mask);
-  const std::string missing = input.permission.advice();
+  x.ownWindows.addClient(ids.base, ids.mask);
+  const std::string missing = x.permission.advice();
   if (!missing.empty()) complain(missing);
   Display display(*store, missing);
   system::SystemClock clock;
@@ -197,20 +148,30 @@ int run(char* program) {
   qt::Workspace workspace(application.dataFolder());
   qt::MainMenu menu;
   NotificationCenter notifications;
-  const Desktop desktop{runLoop,          clock,         trace,           *store,
-                        input.permission, input.monitor, input.synthesis, input.screens,
-                        display.windows,  review,        workspace,       menu,
-                        input.hotKeys,    input.layouts, notifications};
+  const Desktop desktop{.runLoop = runLoop,
+                        .clock = clock,
+                        .trace = trace,
+                        .defaults = *store,
+                        .permission = x.permission,
+                        .inputMonitor = x.inputMonitor,
+                        .eventSynthesis = x.eventSynthesis,
+                        .screens = x.screens,
+                        .windows = display.windows,
+                        .review = review,
+                        .workspace = workspace,
+                        .mainMenu = menu,
+                        .hotKeys = x.hotKeys,
+                        .keyboardLayouts = x.keyboardLayouts,
+                        .notifications = notifications};
 
   Settings settings(*store);
   AppDelegate delegate(desktop, settings);
   ContentView contentView(desktop, settings);
-  qt::LocalInputMonitor localInput(input.nativeKeyboard(ids.base));
-  x11::X11Sound sound(*connection);
+  qt::LocalInputMonitor localInput(nativeKeyboard(x, ids.base));
   const RecorderTexts texts(qt::loadRecorderTexts(application.dataFolder()));
   SheetView sheet(contentView.showSheetView(), settings, trace,
-                  {contentView.keyboardShortcuts(), notifications, input.hotKeys, input.layouts,
-                   localInput, menu, sound, texts, runLoop});
+                  {contentView.keyboardShortcuts(), notifications, x.hotKeys, x.keyboardLayouts,
+                   localInput, menu, x.sound, texts, runLoop});
   delegate.applicationDidFinishLaunching();
   MainWindow mainWindow(display.engine, contentView, sheet, menu.mainMenu(), *store);
   if (!mainWindow.isShown()) {

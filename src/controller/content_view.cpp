@@ -1,6 +1,6 @@
 #include "controller/content_view.h"
 
-#include "controller/shortcut_names.h"
+#include "controller/shortcut_slots.h"
 #include "hotkeys/key_combo.h"
 
 namespace tapeloop {
@@ -60,8 +60,8 @@ void ContentView::onAppear() {
 
 void ContentView::onToolbarAppear() {
   hotKey_->setKeyDownHandler([this] { escapeKeyPressed(); });
-  keyboardShortcuts_.onKeyUp(toggleUnicornMode, [this] { capture_.recordShortcutAction(); });
-  keyboardShortcuts_.onKeyUp(toggleUnicornMode2,
+  keyboardShortcuts_.onKeyUp(recordShortcut, [this] { capture_.recordShortcutAction(); });
+  keyboardShortcuts_.onKeyUp(playShortcut,
                              [this] { playback_.startPlayback(PlayVariant::shortcut); });
 }
 

@@ -5,7 +5,7 @@
 #include <charconv>
 #include <cmath>
 
-#include "controller/shortcut_names.h"
+#include "controller/shortcut_slots.h"
 
 namespace tapeloop {
 namespace {
@@ -44,8 +44,8 @@ SheetView::SheetView(Observable<bool>& showSheetView, Settings& settings, Trace&
       playCount(settings.playCount),
       showSheetView_(showSheetView),
       trace_(trace),
-      recordShortcut_(recorders, toggleUnicornMode),
-      playShortcut_(recorders, toggleUnicornMode2) {
+      recordShortcut_(recorders, tapeloop::recordShortcut),
+      playShortcut_(recorders, tapeloop::playShortcut) {
   // The captions follow their values for as long as the sheet is shown.
   subscriptions_.push_back(timesToRepeat.subscribe([this] {
     if (!showSheetView_.get()) return;

@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "controller/library_fixture.h"
-#include "controller/shortcut_names.h"
+#include "controller/shortcut_slots.h"
 
 namespace tapeloop {
 namespace {
@@ -127,7 +127,7 @@ TEST_F(ContentViewTest, RecordsAndPlaysTwiceWithAWait) {
   lines();
 
   view->onToolbarAppear();
-  view->keyboardShortcuts().setShortcut(toggleUnicornMode2, commandP);
+  view->keyboardShortcuts().setShortcut(playShortcut, commandP);
   EXPECT_FALSE(desktop.hotKeys.press({35, cmdKey}));
   EXPECT_FALSE(view->captureState().isPlaying.get());
   desktop.hotKeys.release({35, cmdKey});

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "controller/library_fixture.h"
-#include "controller/shortcut_names.h"
+#include "controller/shortcut_slots.h"
 
 namespace tapeloop {
 namespace {
@@ -30,7 +30,7 @@ TEST_F(FormatDocument, HasExamplesThatLoadAndDoWhatItSays) {
   ASSERT_EQ(blocks.size(), 2U);
   storeText(blocks[0]);
   const auto wrote = desktop.defaults.setObjectForKey(
-      blocks[1], "KeyboardShortcuts_" + toggleUnicornMode.rawValue);
+      blocks[1], "KeyboardShortcuts_" + recordShortcut.rawValue);
   ASSERT_EQ(wrote, StoreStatus::stored);
   open();
   openSidebar();
@@ -49,7 +49,7 @@ TEST_F(FormatDocument, HasExamplesThatLoadAndDoWhatItSays) {
   EXPECT_EQ(keyWithCode(events[4].event.keyCode), Key::h);
   EXPECT_EQ(events[4].event.flags, modifier_flag::shift);
 
-  const auto shortcut = view->keyboardShortcuts().shortcut(toggleUnicornMode);
+  const auto shortcut = view->keyboardShortcuts().shortcut(recordShortcut);
   EXPECT_EQ(shortcut, (Shortcut{keyCodeOf(Key::r), controlKey | optionKey}));
 }
 

@@ -2,7 +2,7 @@
 #include <memory>
 
 #include "controller/sheet_view.h"
-#include "controller/shortcut_names.h"
+#include "controller/shortcut_slots.h"
 #include "support/simulated_fixture.h"
 
 namespace tapeloop {
@@ -107,8 +107,8 @@ TEST_F(SheetViewTest, ThePickersRespondWhileThereIsAWaitBetweenRuns) {
 TEST_F(SheetViewTest, EachFieldEditsItsOwnSlot) {
   sheet.playShortcut().becomeFirstResponder();
   desktop.localInput.send(keyDown(0, 96));
-  EXPECT_EQ(shortcuts.shortcut(toggleUnicornMode2), (Shortcut{96, 0}));
-  EXPECT_FALSE(shortcuts.shortcut(toggleUnicornMode));
+  EXPECT_EQ(shortcuts.shortcut(playShortcut), (Shortcut{96, 0}));
+  EXPECT_FALSE(shortcuts.shortcut(recordShortcut));
 }
 
 }  // namespace

@@ -9,18 +9,7 @@
 #include "platform/memory_defaults_store.h"
 #include "platform/simulated/simulated_desktop.h"
 #include "platform/system/clock.h"
-#include "platform/x11/connection.h"
-#include "platform/x11/hotkey_service.h"
-#include "platform/x11/input_monitor.h"
-#include "platform/x11/key_grabs.h"
-#include "platform/x11/keyboard_layouts.h"
-#include "platform/x11/keyboard_map.h"
-#include "platform/x11/keyboard_state.h"
-#include "platform/x11/own_windows.h"
-#include "platform/x11/permission.h"
-#include "platform/x11/posted_keys.h"
-#include "platform/x11/raw_input.h"
-#include "platform/x11/screens.h"
+#include "platform/x11/desktop.h"
 
 namespace tapeloop::support {
 
@@ -46,25 +35,11 @@ std::unique_ptr<x11::Connection> connect(system::EpollRunLoop& loop, const std::
 struct X11Desktop::Services {
   Services(const std::string& display, const MakeTrace& makeTrace)
       : trace(makeTrace ? makeTrace(loop) : std::make_unique<NoTrace>()),
-        connection(connect(loop, display)) {}
+        x(connect(loop, display)) {}
 
   system::EpollRunLoop loop;
   std::unique_ptr<Trace> trace;
-  std::unique_ptr<x11::Connection> connection;
-  x11::KeyboardMap keyboard{*connection};
-  x11::X11Screens screens{*connection};
-  x11::OwnWindows ownWindows{*connection};
-  x11::X11Permission permission{*connection};
-  x11::KeyboardState keyboardState{*connection};
-  x11::RawInput raw{*connection};
-  x11::PostedKeys postedKeys;
-  x11::KeyGrabs grabs{*connection, keyboard};
-  x11::X11InputMonitor monitor{*connection, keyboard, screens,           ownWindows,
-                               raw,         grabs,    x11::DoubleClick{}};
-  x11::X11EventSynthesis synthesis{*connection, keyboard,   keyboardState,
-                                   screens,     postedKeys, grabs};
-  x11::X11HotKeyService hotKeys{*connection, keyboard, keyboardState, raw, postedKeys, grabs};
-  x11::X11KeyboardLayouts layouts{keyboard, keyboardState};
+  x11::Desktop x;
   NotificationCenter notifications;
   system::SystemClock clock;
   MemoryDefaultsStore defaults;
@@ -73,10 +48,10 @@ struct X11Desktop::Services {
   simulated::RecordedWorkspace workspace;
   simulated::RecordedMainMenu menu;
   Settings settings{defaults};
-  ContentView contentView{
-      Desktop{loop, clock, *trace, defaults, permission, monitor, synthesis, screens, windows,
-              review, workspace, menu, hotKeys, layouts, notifications},
-      settings};
+  ContentView contentView{Desktop{loop, clock, *trace, defaults, x.permission, x.inputMonitor,
+                                  x.eventSynthesis, x.screens, windows, review, workspace, menu,
+                                  x.hotKeys, x.keyboardLayouts, notifications},
+                          settings};
 };
 
 X11Desktop::X11Desktop(const std::string& display, const MakeTrace& makeTrace)
@@ -113,7 +88,7 @@ bool X11Desktop::runUntilElsewhere(const std::function<bool()>& condition,
 }
 
 void X11Desktop::sync() {
-  auto* xcb = services_->connection->xcb();
+  auto* xcb = services_->x.connection->xcb();
   std::free(xcb_get_input_focus_reply(xcb, xcb_get_input_focus(xcb), nullptr));
 }
 
@@ -121,23 +96,23 @@ ContentView& X11Desktop::contentView() {
   return services_->contentView;
 }
 x11::X11EventSynthesis& X11Desktop::synthesis() {
-  return services_->synthesis;
+  return services_->x.eventSynthesis;
 }
 InputMonitor& X11Desktop::inputMonitor() {
-  return services_->monitor;
+  return services_->x.inputMonitor;
 }
 
 HotKeyService& X11Desktop::hotKeys() {
-  return services_->hotKeys;
+  return services_->x.hotKeys;
 }
 KeyboardLayouts& X11Desktop::keyboardLayouts() {
-  return services_->layouts;
+  return services_->x.keyboardLayouts;
 }
 std::vector<Screen> X11Desktop::screens() const {
-  return services_->screens.screens();
+  return services_->x.screens.screens();
 }
 bool X11Desktop::isConnectionLost() const {
-  return services_->connection->isLost();
+  return services_->x.connection->isLost();
 }
 
 void X11Desktop::startCapture() {

@@ -2,7 +2,7 @@
 #include <string_view>
 #include <vector>
 
-#include "controller/shortcut_names.h"
+#include "controller/shortcut_slots.h"
 #include "hotkeys/shortcut.h"
 #include "x11_fixture.h"
 
@@ -19,8 +19,8 @@ class Hardware : public X11Test {
  protected:
   Hardware() : X11Test({.hardware = true}) {
     auto& shortcuts = desktop.contentView().keyboardShortcuts();
-    shortcuts.setShortcut(toggleUnicornMode, Shortcut{15, controlKey | optionKey});
-    shortcuts.setShortcut(toggleUnicornMode2, Shortcut{35, controlKey | optionKey});
+    shortcuts.setShortcut(recordShortcut, Shortcut{15, controlKey | optionKey});
+    shortcuts.setShortcut(playShortcut, Shortcut{35, controlKey | optionKey});
     desktop.sync();
   }
   [[nodiscard]] bool isRecording() {

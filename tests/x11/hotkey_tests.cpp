@@ -8,7 +8,7 @@
 #include <xcb/xcb.h>
 #include <xcb/xinput.h>
 
-#include "controller/shortcut_names.h"
+#include "controller/shortcut_slots.h"
 #include "hotkeys/shortcut.h"
 #include "support/x_connection.h"
 #include "x11_fixture.h"
@@ -31,8 +31,8 @@ const Shortcut controlOptionP{35, controlKey | optionKey};
 class HotKeys : public X11Test {
  protected:
   HotKeys() {
-    shortcuts().setShortcut(toggleUnicornMode, controlOptionR);
-    shortcuts().setShortcut(toggleUnicornMode2, controlOptionP);
+    shortcuts().setShortcut(recordShortcut, controlOptionR);
+    shortcuts().setShortcut(playShortcut, controlOptionP);
     desktop.sync();
   }
   KeyboardShortcuts& shortcuts() { return desktop.contentView().keyboardShortcuts(); }
@@ -149,7 +149,7 @@ TEST_F(HotKeys, RecordShortcutTogglesOnReleaseOfTheWholeAndLeavesNoTrace) {
   }
   EXPECT_THAT(codes, ElementsAre(7, 7, 16, 16));
   // A stored code beyond 16 bits is no key, and not the one that its lower bits name.
-  shortcuts().setShortcut(toggleUnicornMode, Shortcut{65536 + 15, controlKey | optionKey});
+  shortcuts().setShortcut(recordShortcut, Shortcut{65536 + 15, controlKey | optionKey});
   strike("r");
   settle();
   EXPECT_FALSE(isRecording());
@@ -300,7 +300,7 @@ TEST_F(HotKeys, LocksAndLayoutsMakeNoDifference) {
   }
   // Shift is not a lock because a key can lock it.
   server.setKeyboardLayout("us", "caps:shiftlock");
-  shortcuts().setShortcut(toggleUnicornMode2, Shortcut{15, controlKey | optionKey | shiftKey});
+  shortcuts().setShortcut(playShortcut, Shortcut{15, controlKey | optionKey | shiftKey});
   settle();
   strikeAndExpectToggle("without Shift");
   down({"Shift_L"});
@@ -315,13 +315,13 @@ TEST_F(HotKeys, LocksAndLayoutsMakeNoDifference) {
 TEST_F(HotKeys, WhatAnotherProgramHasIsKnownAndNeverActsUntilItIsFreeAgain) {
   for (const GrabKind kind : {GrabKind::core, GrabKind::everyKeyboard, GrabKind::coreKeyboard}) {
     SCOPED_TRACE(static_cast<int>(kind));
-    shortcuts().setShortcut(toggleUnicornMode, std::nullopt);
+    shortcuts().setShortcut(recordShortcut, std::nullopt);
     {
       const XConnection other(server.display());
       grab(other, kind, poster.keycode("r"), XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1);
       EXPECT_TRUE(isSystemShortcut(controlOptionR, desktop.hotKeys()));
       // Stored earlier, and refused at the start of this run.
-      shortcuts().setShortcut(toggleUnicornMode, controlOptionR);
+      shortcuts().setShortcut(recordShortcut, controlOptionR);
       strike("r");
       settle();
       EXPECT_FALSE(isRecording()) << "the other program acts";
@@ -359,7 +359,7 @@ TEST_F(HotKeys, WhatIsPostedReachesTheApplicationWhileAShortcutIsHeld) {
 
 TEST_F(HotKeys, NoPostedKeyIsLostOrActsWhileAShortcutIsStruckAgainAndAgain) {
   constexpr int posted = 3000;
-  shortcuts().setShortcut(toggleUnicornMode2, Shortcut{96, 0});
+  shortcuts().setShortcut(playShortcut, Shortcut{96, 0});
   desktop.sync();
   std::vector<Stroke> strokes;
   for (int i = 0; i < posted; ++i) {

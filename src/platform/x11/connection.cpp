@@ -14,8 +14,7 @@
 #include <xcb/xtest.h>
 
 #include "platform/system/file_descriptor.h"
-#include "platform/x11/xcb_reply.h"
-#include "platform/x11/xcb_xkb.h"
+#include "platform/x11/protocol.h"
 
 namespace tapeloop::x11 {
 namespace {

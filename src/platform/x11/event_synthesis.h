@@ -7,10 +7,8 @@
 #include "platform/x11/key_grabs.h"
 #include "platform/x11/keyboard_map.h"
 #include "platform/x11/keyboard_state.h"
-#include "platform/x11/pointer_tracker.h"
-#include "platform/x11/posted_keys.h"
 #include "platform/x11/screens.h"
-#include "platform/x11/test_devices.h"
+#include "platform/x11/xtest_devices.h"
 
 namespace tapeloop::x11 {
 

@@ -8,8 +8,7 @@
 #include <xcb/xinput.h>
 
 #include "platform/x11/buttons.h"
-#include "platform/x11/monotonic_clock.h"
-#include "platform/x11/xcb_reply.h"
+#include "platform/x11/protocol.h"
 
 namespace tapeloop::x11 {
 namespace {
@@ -26,14 +25,13 @@ constexpr bool isKey(std::uint8_t type) {
 
 X11InputMonitor::X11InputMonitor(Connection& connection, const KeyboardMap& keyboard,
                                  const X11Screens& screens, const OwnWindows& ownWindows,
-                                 RawInput& input, const KeyGrabs& grabs, DoubleClick doubleClick)
+                                 RawInput& input, const KeyGrabs& grabs)
     : connection_(connection),
       keyboard_(keyboard),
       screens_(screens),
       ownWindows_(ownWindows),
       input_(input),
       grabs_(grabs),
-      clicks_(doubleClick),
       keys_(keyboard),
       keyAims_(256, Aim::unknown) {
   events_ = connection_.onEvent([this](const xcb_generic_event_t& event) { handle(event); });

@@ -6,15 +6,12 @@
 #include <vector>
 
 #include "platform/input_monitor.h"
-#include "platform/x11/click_counter.h"
 #include "platform/x11/key_grabs.h"
 #include "platform/x11/keyboard_map.h"
 #include "platform/x11/own_windows.h"
-#include "platform/x11/raw_input.h"
-#include "platform/x11/record_stream.h"
-#include "platform/x11/recorded_keys.h"
+#include "platform/x11/record.h"
+#include "platform/x11/recorded_values.h"
 #include "platform/x11/screens.h"
-#include "platform/x11/server_time.h"
 
 namespace tapeloop::x11 {
 
@@ -24,11 +21,13 @@ class X11InputMonitor final : public InputMonitor {
  public:
   /// What is handed in outlives the monitor.
   X11InputMonitor(Connection& connection, const KeyboardMap& keyboard, const X11Screens& screens,
-                  const OwnWindows& ownWindows, RawInput& input, const KeyGrabs& grabs,
-                  DoubleClick doubleClick);
+                  const OwnWindows& ownWindows, RawInput& input, const KeyGrabs& grabs);
   X11InputMonitor(const X11InputMonitor&) = delete;
   X11InputMonitor& operator=(const X11InputMonitor&) = delete;
   ~X11InputMonitor() override;
+
+  /// Other limits than the usual ones.
+  void setDoubleClick(DoubleClick limits) { clicks_ = ClickCounter(limits); }
 
   std::optional<MonitorToken> addGlobalMonitorForEventsMatchingMask(EventMask mask,
                                                                     Handler handler) override;
@@ -74,7 +73,7 @@ class X11InputMonitor final : public InputMonitor {
   RawInput& input_;
   const KeyGrabs& grabs_;
   ServerTime serverTime_;
-  ClickCounter clicks_;
+  ClickCounter clicks_{DoubleClick{}};
   RecordedKeys keys_;
 
   std::vector<std::shared_ptr<Monitor>> monitors_;

@@ -1,17 +1,19 @@
-#include "platform/x11/record_stream.h"
+#include "platform/x11/record.h"
 
 #include <cstring>
+#include <memory>
 #include <utility>
 
 #include <poll.h>
 #include <xcb/record.h>
 #include <xcb/xcb.h>
 #include <xcb/xcbext.h>
+#include <xcb/xinput.h>
 
-#include "platform/x11/monotonic_clock.h"
-#include "platform/x11/xcb_reply.h"
+#include "platform/x11/protocol.h"
 
 namespace tapeloop::x11 {
+
 namespace {
 
 // Categories of a reply to EnableContext.
@@ -158,6 +160,93 @@ bool RecordStream::drain() {
   if (xcb_connection_has_error(data_) != 0) ended_ = true;
   if (ended_) watch_ = {};
   return false;
+}
+
+RawInput::RawInput(Connection& connection)
+    : connection_(connection),
+      events_(connection.onEvent([this](const xcb_generic_event_t& event) { handle(event); })) {}
+
+Subscription RawInput::onKey(Handler handler) {
+  return count(keyListeners_, key_.connect(std::move(handler)));
+}
+Subscription RawInput::onAny(Handler handler) {
+  return count(anyListeners_, any_.connect(std::move(handler)));
+}
+
+Subscription RawInput::count(int& listeners, Subscription subscription) {
+  ++listeners;
+  select();
+  const auto kept = std::make_shared<Subscription>(std::move(subscription));
+  return Subscription([this, &listeners, kept] {
+    kept->reset();
+    --listeners;
+    select();
+  });
+}
+
+void RawInput::select() const {
+  if (!connection_.extensions().xinput) return;
+  struct {
+    xcb_input_event_mask_t head;
+    std::uint32_t mask;
+  } selection{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, 0};
+  if (keyListeners_ + anyListeners_ > 0) {
+    selection.mask |=
+        XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE;
+  }
+  if (anyListeners_ > 0) {
+    selection.mask |= XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS |
+                      XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE |
+                      XCB_INPUT_XI_EVENT_MASK_RAW_MOTION;
+  }
+  xcb_input_xi_select_events(connection_.xcb(), connection_.root(), 1, &selection.head);
+  xcb_flush(connection_.xcb());
+}
+
+void RawInput::handle(const xcb_generic_event_t& event) {
+  if ((event.response_type & 0x7f) != XCB_GE_GENERIC) return;
+  const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
+  if (generic.extension != connection_.extensions().xinputOpcode) return;
+  if (generic.event_type < XCB_INPUT_RAW_KEY_PRESS || generic.event_type > XCB_INPUT_RAW_MOTION) {
+    return;
+  }
+  // The five kinds have the same layout up to here.
+  const auto& raw = reinterpret_cast<const xcb_input_raw_key_press_event_t&>(event);
+  const RawEvent told{generic.event_type, static_cast<std::uint8_t>(raw.detail), raw.time,
+                      generic.full_sequence};
+  any_(told);
+  if (told.type <= XCB_INPUT_RAW_KEY_RELEASE) key_(told);
+}
+
+Subscription GrabRequests::watch(std::uint32_t client, std::function<void()> callback) {
+  xcb_record_range_t range{};
+  range.core_requests = {XCB_GRAB_KEYBOARD, XCB_GRAB_KEYBOARD};
+  if (connection_.extensions().xinput) {
+    const std::uint8_t opcode = connection_.extensions().xinputOpcode;
+    range.ext_requests = {{opcode, opcode}, {XCB_INPUT_XI_GRAB_DEVICE, XCB_INPUT_XI_GRAB_DEVICE}};
+  }
+  Signal<> wanted;
+  auto subscription = std::make_shared<Subscription>(wanted.connect(std::move(callback)));
+  stream_ = RecordStream::startForRequests(
+      connection_, range, [this, client, wanted](const RecordedRequest& request) {
+        if (request.client == client || !isForKeyboard(request)) return;
+        // Whoever hears of it may end the stream, which is in use now.
+        connection_.runLoop().dispatchAfter(0, wanted);
+      });
+  return Subscription([this, subscription] {
+    subscription->reset();
+    stream_.reset();
+  });
+}
+
+bool GrabRequests::isForKeyboard(const RecordedRequest& request) const {
+  const std::uint8_t opcode = request.bytes[0];
+  if (opcode == XCB_GRAB_KEYBOARD) return true;
+  xcb_input_xi_grab_device_request_t grab;
+  if (request.bytes.size() < sizeof grab) return false;
+  std::memcpy(&grab, request.bytes.data(), sizeof grab);
+  // The pointer is grabbed in this way too, for every menu.
+  return grab.deviceid == keyboard_.device();
 }
 
 }  // namespace tapeloop::x11

@@ -1,11 +1,14 @@
-#include "platform/qt/recorder_texts.h"
+#include "platform/qt/desktop_services.h"
 
 #include <cstdio>
 
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QLocale>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QString>
+#include <QtCore/QUrl>
+#include <QtGui/QDesktopServices>
 
 namespace tapeloop::qt {
 namespace {
@@ -21,7 +24,18 @@ QString unescaped(QString text) {
 
 }  // namespace
 
-// A line for each text: "key" = "text";
+bool Workspace::openURL(std::string_view url) {
+  constexpr std::string_view shipped = "tapeloop:";
+  if (!url.starts_with(shipped)) {
+    return QDesktopServices::openUrl(
+        QUrl(QString::fromUtf8(url.data(), static_cast<qsizetype>(url.size()))));
+  }
+  const std::string file = pages_ + '/' + std::string(url.substr(shipped.size()));
+  const QFileInfo page(QString::fromStdString(file));
+  return page.exists() && QDesktopServices::openUrl(QUrl::fromLocalFile(page.absoluteFilePath()));
+}
+
+// Each line of the file reads: "key" = "text";
 std::map<std::string, std::string, std::less<>> loadRecorderTexts(const std::string& dataFolder) {
   std::map<std::string, std::string, std::less<>> texts;
   const QString bundle = QString::fromStdString(dataFolder + '/' + bundleName + ".bundle/");
