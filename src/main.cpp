@@ -17,7 +17,6 @@
 #include "platform/qt/desktop_services.h"
 #include "platform/qt/local_input_monitor.h"
 #include "platform/qt/window_system.h"
-#include "platform/system/clock.h"
 #include "platform/system/run_loop.h"
 #include "platform/system/signals.h"
 #include "platform/system/sqlite_defaults_store.h"

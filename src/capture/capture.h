@@ -1,8 +1,8 @@
 #pragma once
 
 #include "capture/capture_state.h"
+#include "platform/desktop_services.h"
 #include "platform/input_monitor.h"
-#include "platform/permission.h"
 #include "platform/run_loop.h"
 #include "platform/trace.h"
 #include "platform/window_system.h"

@@ -11,7 +11,7 @@
 #include "hotkeys/carbon_keyboard_shortcuts.h"
 #include "hotkeys/shortcut.h"
 #include "platform/defaults_store.h"
-#include "platform/notification_center.h"
+#include "platform/desktop_services.h"
 
 namespace tapeloop {
 

@@ -8,13 +8,12 @@
 
 #include "hotkeys/keyboard_shortcuts.h"
 #include "hotkeys/recorder_texts.h"
-#include "platform/geometry.h"
+#include "platform/desktop_services.h"
+#include "platform/input_monitor.h"
 #include "platform/keyboard_layout.h"
-#include "platform/local_input_monitor.h"
-#include "platform/main_menu.h"
 #include "platform/observable.h"
 #include "platform/run_loop.h"
-#include "platform/sound.h"
+#include "platform/screens.h"
 
 namespace tapeloop {
 

@@ -6,10 +6,10 @@
 #include <optional>
 #include <string>
 
+#include "platform/desktop_services.h"
 #include "platform/hotkey_service.h"
 #include "platform/input_event.h"
 #include "platform/keyboard_layout.h"
-#include "platform/main_menu.h"
 
 namespace tapeloop {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/geometry.h"
+#include "platform/screens.h"
 
 namespace tapeloop {
 

@@ -1,4 +1,4 @@
-#include "platform/simulated/input_monitor.h"
+#include "platform/simulated/input.h"
 
 #include <algorithm>
 #include <utility>
