@@ -1,13 +1,38 @@
 #include "capture/capture.h"
 
+#include <algorithm>
+#include <charconv>
 #include <memory>
+#include <utility>
 
-#include "capture/event_description.h"
-#include "capture/indicator_window.h"
-#include "capture/recording_view.h"
+#include "capture/indicator_windows.h"
 
 namespace tapeloop {
 namespace {
+
+/// Appends to a buffer that is known to be long enough.
+class Writer {
+ public:
+  Writer(char* begin, char* end) : next_(begin), end_(end) {}
+
+  Writer& operator<<(std::string_view text) {
+    next_ = std::copy(text.begin(), text.end(), next_);
+    return *this;
+  }
+  Writer& operator<<(double number) {
+    next_ = std::to_chars(next_, end_, number).ptr;
+    return *this;
+  }
+  Writer& hexadecimal(std::uint64_t number) {
+    next_ = std::to_chars(next_, end_, number, 16).ptr;
+    return *this;
+  }
+  [[nodiscard]] char* position() const { return next_; }
+
+ private:
+  char* next_;
+  char* end_;
+};
 
 constexpr double disabledOpacity = 0.3;
 constexpr const char* idleCaption = "Record";
@@ -15,6 +40,33 @@ constexpr const char* armedCaption = "Click outside the window to start recordin
 constexpr const char* capturingCaption = "Stop Recording";
 
 }  // namespace
+
+GlobalEventMonitor::GlobalEventMonitor(InputMonitor& service, EventMask mask,
+                                       InputMonitor::Handler handler)
+    : service_(service), mask_(mask), handler_(std::move(handler)) {}
+
+GlobalEventMonitor::~GlobalEventMonitor() {
+  stop();
+}
+
+void GlobalEventMonitor::start() {
+  monitor_ = service_.addGlobalMonitorForEventsMatchingMask(mask_, handler_);
+}
+
+void GlobalEventMonitor::stop() {
+  // Emptied first: the handler runs once more for what is still under way.
+  if (const auto token = std::exchange(monitor_, std::nullopt)) service_.removeMonitor(*token);
+}
+
+// The longest line has three numbers of 24 characters, flags of 16 and under 60 of wording.
+EventDescription::EventDescription(const InputEvent& event) {
+  Writer line(buffer_.data(), buffer_.data() + buffer_.size());
+  line << "Optional(";
+  line << kindOf(event.type)->name.substr(1) << " at (" << event.locationInWindow.x << ", "
+       << event.locationInWindow.y << ") time " << event.timestamp << " flags 0x";
+  line.hexadecimal(event.modifierFlags) << ")";
+  length_ = static_cast<std::size_t>(line.position() - buffer_.data());
+}
 
 Capture::Capture(CaptureState& state, const CaptureSettings& settings, Permission& permission,
                  InputMonitor& inputMonitor, WindowSystem& windows, RunLoop& runLoop, Trace& trace)
