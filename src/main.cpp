@@ -11,7 +11,7 @@
 #include "controller/content_view.h"
 #include "controller/settings.h"
 #include "controller/sheet_view.h"
-#include "hotkeys/recorder_texts.h"
+#include "hotkeys/recorder_cocoa.h"
 #include "platform/memory_defaults_store.h"
 #include "platform/qt/application.h"
 #include "platform/qt/desktop_services.h"

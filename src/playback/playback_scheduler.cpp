@@ -8,8 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "capture/escape_window.h"
-#include "capture/indicator_window.h"
+#include "capture/indicator_windows.h"
 
 namespace tapeloop {
 namespace {

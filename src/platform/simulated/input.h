@@ -80,7 +80,7 @@ class ScriptedLocalInputMonitor final : public LocalInputMonitor {
   EventPass send(const InputEvent& event) {
     const auto monitors = monitors_;
     for (const auto& [token, monitor] : monitors) {
-      if ((monitor.mask >> static_cast<unsigned>(event.type) & 1U) == 0) continue;
+      if (!admits(monitor.mask, event.type)) continue;
       if (monitor.handler(event) == EventPass::swallow) return EventPass::swallow;
     }
     return EventPass::passOn;
