@@ -4,7 +4,7 @@
 
 #include <QtQml/QQmlEngine>
 
-#include "platform/qt/view_registry.h"
+#include "platform/qt/window_system.h"
 
 namespace tapeloop {
 
