@@ -52,7 +52,8 @@ Item {
             onCountChanged: if (currentIndex < 0 && count > 0)
                 currentIndex = 0
             clip: true
-            reuseItems: true
+            // Rows are not reused: with Qt 6.8 screen readers don't find one that was.
+            reuseItems: false
             // The pointer drags rows; the list scrolls with the wheel and the bar.
             interactive: false
             boundsBehavior: Flickable.StopAtBounds
