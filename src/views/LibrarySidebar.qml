@@ -52,8 +52,7 @@ Item {
             onCountChanged: if (currentIndex < 0 && count > 0)
                 currentIndex = 0
             clip: true
-            // Rows are not reused: with Qt 6.8 screen readers don't find one that was.
-            reuseItems: false
+            // `reuseItems` stays off: with Qt 6.8 screen readers don't find a row that was reused.
             // The pointer drags rows; the list scrolls with the wheel and the bar.
             interactive: false
             boundsBehavior: Flickable.StopAtBounds
