@@ -11,7 +11,6 @@
 #include "controller/settings.h"
 #include "controller/toolbar.h"
 #include "hotkeys/hot_key.h"
-#include "hotkeys/hot_keys_controller.h"
 #include "hotkeys/keyboard_shortcuts.h"
 #include "platform/desktop.h"
 #include "playback/playback.h"

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/signal.h"
+#include "platform/observable.h"
 
 namespace tapeloop {
 

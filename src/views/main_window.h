@@ -7,7 +7,7 @@
 #include <QtQuick/QQuickWindow>
 
 #include "controller/content_view.h"
-#include "platform/main_menu.h"
+#include "platform/desktop_services.h"
 #include "platform/qt/window_frame.h"
 #include "views/content_view_model.h"
 

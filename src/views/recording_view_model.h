@@ -5,7 +5,7 @@
 #include <QtCore/QObject>
 #include <QtQml/qqmlregistration.h>
 
-#include "capture/recording_view.h"
+#include "capture/indicator_windows.h"
 
 namespace tapeloop {
 

@@ -10,8 +10,7 @@
 #include <QtQuick/QQuickItem>
 
 #include "app/authorize_view.h"
-#include "capture/escape_window.h"
-#include "capture/recording_view.h"
+#include "capture/indicator_windows.h"
 #include "views/information_button_model.h"
 #include "views/recording_view_model.h"
 #include "views/symbol_provider.h"

@@ -15,7 +15,7 @@
 #include <QtQuick/QSGRendererInterface>
 #include <xcb/xcb.h>
 
-#include "platform/system/malloc_ptr.h"
+#include "platform/system/handles.h"
 
 namespace tapeloop::qt {
 namespace {

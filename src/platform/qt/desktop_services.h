@@ -6,9 +6,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/app_review.h"
-#include "platform/main_menu.h"
-#include "platform/workspace.h"
+#include "platform/desktop_services.h"
 
 namespace tapeloop::qt {
 

@@ -12,9 +12,9 @@ std::optional<EventType> typeOf(const QMouseEvent& mouse) {
   const bool down = mouse.type() == QEvent::MouseButtonPress;
   switch (mouse.button()) {
     case Qt::LeftButton:
-      return down ? EventType::leftMouseDown : EventType::leftMouseUp;
+      return typeOfButton(MouseButton::left, down);
     case Qt::RightButton:
-      return down ? EventType::rightMouseDown : EventType::rightMouseUp;
+      return typeOfButton(MouseButton::right, down);
     default:
       return std::nullopt;
   }
@@ -93,7 +93,7 @@ bool LocalInputMonitor::isMonitored(const QKeyEvent& key) const {
 
 bool LocalInputMonitor::admits(EventType type) const {
   return std::any_of(monitors_.begin(), monitors_.end(), [type](const auto& entry) {
-    return (entry.second.mask >> static_cast<unsigned>(type) & 1U) != 0;
+    return tapeloop::admits(entry.second.mask, type);
   });
 }
 
@@ -102,7 +102,7 @@ bool LocalInputMonitor::swallows(const InputEvent& event) {
   const auto monitors = monitors_;
   for (const auto& [token, monitor] : monitors) {
     if (monitors_.count(token) == 0) continue;
-    if ((monitor.mask >> static_cast<unsigned>(event.type) & 1U) == 0) continue;
+    if (!tapeloop::admits(monitor.mask, event.type)) continue;
     if (monitor.handler(event) == EventPass::swallow) return true;
   }
   return false;

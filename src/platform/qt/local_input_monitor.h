@@ -11,7 +11,7 @@
 #include <QtGui/QMouseEvent>
 #include <QtGui/QWindow>
 
-#include "platform/local_input_monitor.h"
+#include "platform/input_monitor.h"
 
 namespace tapeloop::qt {
 

@@ -16,7 +16,7 @@
 #include <xcb/shape.h>
 #include <xcb/xcb.h>
 
-#include "platform/system/malloc_ptr.h"
+#include "platform/system/handles.h"
 
 namespace tapeloop::qt {
 namespace {

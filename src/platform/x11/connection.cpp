@@ -13,7 +13,7 @@
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
 
-#include "platform/system/file_descriptor.h"
+#include "platform/system/handles.h"
 #include "platform/x11/protocol.h"
 
 namespace tapeloop::x11 {

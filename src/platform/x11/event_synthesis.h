@@ -39,8 +39,8 @@ class X11EventSynthesis final : public EventSynthesis {
  private:
   class Session;
 
-  void postMouse(const SyntheticEvent& event);
-  void postKey(const SyntheticEvent& event);
+  void postMouse(const SyntheticEvent& event, const EventKind& kind);
+  void postKey(const SyntheticEvent& event, bool goesDown);
   void postScroll(const SyntheticEvent& event);
   void postNotches(std::int64_t& pixels, std::int32_t added, std::uint8_t forward,
                    std::uint8_t backward);

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/signal.h"
+#include "platform/observable.h"
 #include "platform/x11/connection.h"
 
 struct xkb_keymap;

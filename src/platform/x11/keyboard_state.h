@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "platform/keyboard_layout.h"
-#include "platform/signal.h"
+#include "platform/observable.h"
 #include "platform/x11/connection.h"
 #include "platform/x11/keyboard_map.h"
 

@@ -4,11 +4,11 @@
 // macro, so they come first.
 #include <cstddef>
 #include <cstdint>
-#include <ctime>
 
 #include <xcb/xcb.h>
 
-#include "platform/system/malloc_ptr.h"
+#include "platform/system/handles.h"
+#include "platform/system/run_loop.h"
 
 #define explicit explicit_  // NOLINT(cppcoreguidelines-macro-usage)
 #include <xcb/xkb.h>
@@ -19,13 +19,7 @@ namespace tapeloop::x11 {
 /// A reply, event or error of XCB. Null when the request failed or the connection is lost.
 template <typename T>
 using XcbPtr = system::MallocPtr<T>;
+using system::monotonicNow;
 using system::own;
-
-/// Nanoseconds. The server counts its milliseconds on the same clock.
-inline std::int64_t monotonicNow() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
-}
 
 }  // namespace tapeloop::x11

@@ -7,7 +7,7 @@
 
 #include <xcb/record.h>
 
-#include "platform/signal.h"
+#include "platform/observable.h"
 #include "platform/x11/connection.h"
 #include "platform/x11/keyboard_map.h"
 

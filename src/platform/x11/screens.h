@@ -4,8 +4,8 @@
 #include <optional>
 #include <vector>
 
+#include "platform/observable.h"
 #include "platform/screens.h"
-#include "platform/signal.h"
 #include "platform/x11/connection.h"
 
 namespace tapeloop::x11 {

@@ -6,9 +6,8 @@
 
 #include <xcb/xcb.h>
 
-#include "platform/permission.h"
-#include "platform/signal.h"
-#include "platform/sound.h"
+#include "platform/desktop_services.h"
+#include "platform/observable.h"
 #include "platform/x11/connection.h"
 
 namespace tapeloop::x11 {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -7,9 +9,9 @@
 #include <utility>
 #include <vector>
 
+#include "platform/desktop_services.h"
+#include "platform/input_monitor.h"
 #include "platform/keyboard_layout.h"
-#include "platform/local_input_monitor.h"
-#include "platform/sound.h"
 
 namespace tapeloop::simulated {
 
@@ -78,7 +80,7 @@ class ScriptedLocalInputMonitor final : public LocalInputMonitor {
   EventPass send(const InputEvent& event) {
     const auto monitors = monitors_;
     for (const auto& [token, monitor] : monitors) {
-      if ((monitor.mask >> static_cast<unsigned>(event.type) & 1U) == 0) continue;
+      if (!admits(monitor.mask, event.type)) continue;
       if (monitor.handler(event) == EventPass::swallow) return EventPass::swallow;
     }
     return EventPass::passOn;
@@ -98,6 +100,36 @@ class CountedSound final : public Sound {
  public:
   void NSBeep() override { ++beeps; }
   int beeps = 0;
+};
+
+/// Delivers the events that it is told to.
+class ScriptedInputMonitor final : public InputMonitor {
+ public:
+  std::optional<MonitorToken> addGlobalMonitorForEventsMatchingMask(EventMask mask,
+                                                                    Handler handler) override;
+  void removeMonitor(MonitorToken token) override;
+
+  /// To every monitor that admits the event's type.
+  void deliver(const InputEvent& event);
+  /// The event happens now, and is delivered only when its monitor is being removed.
+  void holdBack(const InputEvent& event) { heldBack_.push_back(event); }
+  /// From now on installing fails.
+  void refuseMonitors() { refuses_ = true; }
+
+  [[nodiscard]] std::size_t installed() const { return monitors_.size(); }
+
+ private:
+  struct Monitor {
+    MonitorToken token;
+    EventMask mask;
+    Handler handler;
+  };
+  static void deliver(const InputEvent& event, const Monitor& monitor);
+
+  std::vector<std::shared_ptr<Monitor>> monitors_;
+  std::vector<InputEvent> heldBack_;
+  std::uint64_t nextToken_ = 1;
+  bool refuses_ = false;
 };
 
 }  // namespace tapeloop::simulated

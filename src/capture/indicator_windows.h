@@ -30,4 +30,12 @@ class RecordingView final : public View, public std::enable_shared_from_this<Rec
   TimerRef blinkTimer_;  // null before the view appeared
 };
 
+/// The hint "Press Escape to Stop" that is on screen during playback. It has no state.
+class EscapeWindow final : public View {};
+
+/// Opens a small window that floats above all others, lets clicks through and shows nothing but
+/// `view`. `topLeft` is where its top-left corner goes. Null when the window can't be made.
+std::shared_ptr<Window> openIndicatorWindow(WindowSystem& windows, std::shared_ptr<View> view,
+                                            Point topLeft);
+
 }  // namespace tapeloop

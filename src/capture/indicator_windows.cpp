@@ -1,9 +1,12 @@
-#include "capture/indicator_window.h"
+#include "capture/indicator_windows.h"
 
 #include <utility>
 
 namespace tapeloop {
 namespace {
+
+constexpr double blinkPeriod = 2.0;
+constexpr double shownFor = 1.0;
 
 constexpr Rect contentRect{{0, 0}, {500, 500}};
 constexpr double cornerRadius = 10;
@@ -16,6 +19,28 @@ void addStyle(Window& window, StyleMask bits) {
 }
 
 }  // namespace
+
+RecordingView::~RecordingView() {
+  onDisappear();
+}
+
+void RecordingView::onAppear() {
+  onDisappear();  // a view that appears again must not blink twice
+  blinkTimer_ = runLoop_.scheduledTimerWithTimeInterval(blinkPeriod, TimerRepeats::yes,
+                                                        [this](const TimerRef&) { blink(); });
+  blinkTimer_->fire();
+}
+
+void RecordingView::onDisappear() {
+  if (blinkTimer_) blinkTimer_->invalidate();
+}
+
+void RecordingView::blink() {
+  circleOpacity_.set(1.0);
+  runLoop_.dispatchAfter(shownFor, [view = weak_from_this()] {
+    if (const auto self = view.lock()) self->circleOpacity_.set(0.0);
+  });
+}
 
 std::shared_ptr<Window> openIndicatorWindow(WindowSystem& windows, std::shared_ptr<View> view,
                                             Point topLeft) {

@@ -1,4 +1,4 @@
-#include "platform/simulated/input_monitor.h"
+#include "platform/simulated/input.h"
 
 #include <algorithm>
 #include <utility>
@@ -30,7 +30,7 @@ void ScriptedInputMonitor::deliver(const InputEvent& event) {
 }
 
 void ScriptedInputMonitor::deliver(const InputEvent& event, const Monitor& monitor) {
-  if (monitor.mask >> static_cast<std::uint32_t>(event.type) & 1) monitor.handler(&event);
+  if (admits(monitor.mask, event.type)) monitor.handler(&event);
 }
 
 }  // namespace tapeloop::simulated

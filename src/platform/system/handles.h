@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdlib>
+#include <memory>
 #include <utility>
 
 #include <unistd.h>
@@ -27,5 +29,18 @@ class FileDescriptor {
  private:
   int descriptor_ = -1;
 };
+
+struct FreeDeleter {
+  void operator()(void* memory) const { std::free(memory); }
+};
+
+/// What a C library hands out for the caller to free.
+template <typename T>
+using MallocPtr = std::unique_ptr<T, FreeDeleter>;
+
+template <typename T>
+MallocPtr<T> own(T* memory) {
+  return MallocPtr<T>(memory);
+}
 
 }  // namespace tapeloop::system
