@@ -28,14 +28,10 @@ FocusScope {
     Accessible.role: Accessible.ListItem
     Accessible.name: recordingName
     Component.onCompleted: rows.appear(index)
-    ListView.onReused: {
-        visible = true;
-        rows.appear(index);
-    }
-    // The pointer leaves the row, not the item, which will be another row.
-    ListView.onPooled: {
-        visible = false;
-        field.focus = false;
+    // A row that was scrolled out of sight is destroyed without the pointer having left it.
+    Component.onDestruction: {
+        if (index < 0 || !rows)
+            return;
         rows.hoverLoad(index, false);
         rows.hoverTrash(index, false);
         rows.focusTrash(index, false);

@@ -8,8 +8,8 @@
 
 #include <unistd.h>
 
-#include "capture/recording_json.h"
 #include "platform/system/sqlite_defaults_store.h"
+#include "support/recording_lists.h"
 
 namespace tapeloop::support {
 namespace {
@@ -172,7 +172,7 @@ std::string listOf(const std::vector<std::string>& titles) {
     recordings[i].title = titles[i];
     recordings[i].uniqueID = Uuid::random();
   }
-  return encodeRecordings(recordings).value();
+  return testing::listText(recordings);
 }
 
 std::vector<std::string> asOrdinaryUser() {
