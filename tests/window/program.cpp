@@ -225,12 +225,6 @@ bool Application::focuses(const std::string& name) {
   });
 }
 
-bool Application::hasShown(Role role, const std::string& name) {
-  const std::pair part(role, name);
-  return eventually(
-      [&] { return std::ranges::count(AccessibilityBus::instance().shown(), part) > 0; });
-}
-
 void Application::press(const std::string& button) {
   if (!named(Role::button, button).press()) throw std::runtime_error(button + " takes no press");
 }

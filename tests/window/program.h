@@ -114,8 +114,6 @@ class Application {
   [[nodiscard]] bool loses(Role role, const std::string& name);
   /// Waits until the keyboard acts on what has this name.
   [[nodiscard]] bool focuses(const std::string& name);
-  /// Waits until this has come into view since the first call of AccessibilityBus::shown().
-  [[nodiscard]] static bool hasShown(Role role, const std::string& name);
   /// What is to be read and acted on, from the program as a whole down.
   [[nodiscard]] Element accessible();
 
