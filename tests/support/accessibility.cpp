@@ -34,6 +34,11 @@ std::string taken(gchar* text) {
   return copy;
 }
 
+// The library caches no values, since only a main loop would keep them up to date. It has to cache
+// states: when a GTK program announces a new part, the library looks up its state, and without a
+// cache it asks the program while that waits for the library. `is` clears the cache.
+constexpr auto kept = ATSPI_CACHE_STATES;
+
 std::string firstLine(ChildProcess& service) {
   const auto line = service.waitForLine(0, std::chrono::seconds(20));
   if (!line) throw std::runtime_error("the accessibility services did not start");
@@ -68,6 +73,7 @@ std::string Element::text() const {
 }
 
 bool Element::is(State state) const {
+  atspi_accessible_clear_cache(accessible_.get());
   const Owned<AtspiStateSet> states(atspi_accessible_get_state_set(accessible_.get()));
   return states && atspi_state_set_contains(states.get(), static_cast<AtspiStateType>(state));
 }
@@ -152,15 +158,14 @@ std::vector<std::string> AccessibilityBus::environment() const {
 
 std::optional<Element> AccessibilityBus::program(pid_t pid) const {
   const Owned<AtspiAccessible> desktop(atspi_get_desktop(0));
-  // The cache would be updated only by a main loop, which does not run here.
-  atspi_accessible_set_cache_mask(desktop.get(), ATSPI_CACHE_NONE);
+  atspi_accessible_set_cache_mask(desktop.get(), kept);
   const int count = atspi_accessible_get_child_count(desktop.get(), Ignored());
   for (int i = 0; i < count; ++i) {
     auto* const program = atspi_accessible_get_child_at_index(desktop.get(), i, Ignored());
     if (!program) continue;
     Element element(program);
     if (static_cast<pid_t>(atspi_accessible_get_process_id(program, Ignored())) != pid) continue;
-    atspi_accessible_set_cache_mask(program, ATSPI_CACHE_NONE);
+    atspi_accessible_set_cache_mask(program, kept);
     return element;
   }
   return std::nullopt;
