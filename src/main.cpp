@@ -31,7 +31,6 @@
 #include "platform/x11/desktop.h"
 #include "platform/x11/first_instance.h"
 #include "views/main_window.h"
-#include "views/view_items.h"
 
 namespace tapeloop {
 namespace {

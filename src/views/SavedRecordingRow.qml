@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Tapeloop
 
@@ -36,10 +38,7 @@ FocusScope {
     ListView.onPooled: {
         visible = false;
         field.focus = false;
-        rows.hoverLoad(index, false);
-        rows.hoverTrash(index, false);
-        rows.focusTrash(index, false);
-        rows.hoverRow(index, false);
+        rows.leave(index);
     }
     Keys.onMenuPressed: menu.popup(root, 20, 20)
 
@@ -84,9 +83,16 @@ FocusScope {
     PopupMenu {
         id: menu
 
-        MenuRow {
-            text: "Load Recording"
-            onTriggered: root.rows.loadFromMenu(root.index)
+        Repeater {
+            model: root.rows.menuTitles
+
+            MenuRow {
+                required property int index
+                required property string modelData
+
+                text: modelData
+                onTriggered: root.rows.chooseFromMenu(index, root.index)
+            }
         }
     }
 

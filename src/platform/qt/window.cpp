@@ -10,18 +10,10 @@
 #include <QtGui/QScreen>
 #include <QtGui/QSurfaceFormat>
 
+#include "platform/qt/color.h"
 #include "platform/qt/window_shape.h"
 
 namespace tapeloop::qt {
-namespace {
-
-QColor toQt(Color color) {
-  return QColor::fromRgbF(static_cast<float>(color.red), static_cast<float>(color.green),
-                          static_cast<float>(color.blue), static_cast<float>(color.alpha));
-}
-
-}  // namespace
-
 /// The native side: tells the view when it comes on screen and leaves, and moves with the pointer.
 class Window::Frame final : public QQuickWindow {
  public:
