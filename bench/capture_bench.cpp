@@ -9,7 +9,7 @@
 #include <unistd.h>
 
 #include "figures.h"
-#include "platform/system/file_descriptor.h"
+#include "platform/system/handles.h"
 #include "platform/system/trace.h"
 #include "support/x11_desktop.h"
 #include "support/x_observer.h"

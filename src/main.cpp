@@ -11,25 +11,19 @@
 #include "controller/content_view.h"
 #include "controller/settings.h"
 #include "controller/sheet_view.h"
-#include "hotkeys/recorder_texts.h"
+#include "hotkeys/recorder_cocoa.h"
 #include "platform/memory_defaults_store.h"
-#include "platform/qt/app_review.h"
 #include "platform/qt/application.h"
+#include "platform/qt/desktop_services.h"
 #include "platform/qt/local_input_monitor.h"
-#include "platform/qt/main_menu.h"
-#include "platform/qt/recorder_texts.h"
-#include "platform/qt/run_loop_bridge.h"
-#include "platform/qt/view_registry.h"
 #include "platform/qt/window_system.h"
-#include "platform/qt/workspace.h"
-#include "platform/system/clock.h"
 #include "platform/system/run_loop.h"
 #include "platform/system/signals.h"
 #include "platform/system/sqlite_defaults_store.h"
 #include "platform/system/trace.h"
 #include "platform/x11/connection.h"
 #include "platform/x11/desktop.h"
-#include "platform/x11/first_instance.h"
+#include "platform/x11/session.h"
 #include "views/main_window.h"
 
 namespace tapeloop {
@@ -129,8 +123,7 @@ int run(char* program) {
   const auto [store, problem] = openStore(runLoop);
   if (!problem.empty()) complain(problem);
 
-  qt::Application application(program, complain, couldNotStart);
-  const qt::RunLoopBridge bridge(runLoop);
+  qt::Application application(program, runLoop, complain, couldNotStart);
   const auto end = [&application](int signal) { application.quit(128 + signal); };
   const system::SignalWatch endSignals(runLoop, {SIGTERM, SIGINT}, end);
   std::optional<system::SignalWatch> hangup;

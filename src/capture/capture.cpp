@@ -1,23 +1,38 @@
 #include "capture/capture.h"
 
+#include <algorithm>
+#include <charconv>
 #include <memory>
+#include <utility>
 
-#include "capture/event_description.h"
-#include "capture/indicator_window.h"
-#include "capture/recording_view.h"
+#include "capture/indicator_windows.h"
 
 namespace tapeloop {
 namespace {
 
-constexpr EventMask bit(EventType type) {
-  return EventMask{1} << static_cast<std::uint32_t>(type);
-}
+/// Appends to a buffer that is known to be long enough.
+class Writer {
+ public:
+  Writer(char* begin, char* end) : next_(begin), end_(end) {}
 
-constexpr EventMask capturedEvents =
-    bit(EventType::leftMouseDown) | bit(EventType::leftMouseUp) | bit(EventType::rightMouseDown) |
-    bit(EventType::rightMouseUp) | bit(EventType::mouseMoved) | bit(EventType::leftMouseDragged) |
-    bit(EventType::keyDown) | bit(EventType::keyUp) | bit(EventType::scrollWheel);
-static_assert(capturedEvents == 0x400C7E);
+  Writer& operator<<(std::string_view text) {
+    next_ = std::copy(text.begin(), text.end(), next_);
+    return *this;
+  }
+  Writer& operator<<(double number) {
+    next_ = std::to_chars(next_, end_, number).ptr;
+    return *this;
+  }
+  Writer& hexadecimal(std::uint64_t number) {
+    next_ = std::to_chars(next_, end_, number, 16).ptr;
+    return *this;
+  }
+  [[nodiscard]] char* position() const { return next_; }
+
+ private:
+  char* next_;
+  char* end_;
+};
 
 constexpr double disabledOpacity = 0.3;
 constexpr const char* idleCaption = "Record";
@@ -25,6 +40,33 @@ constexpr const char* armedCaption = "Click outside the window to start recordin
 constexpr const char* capturingCaption = "Stop Recording";
 
 }  // namespace
+
+GlobalEventMonitor::GlobalEventMonitor(InputMonitor& service, EventMask mask,
+                                       InputMonitor::Handler handler)
+    : service_(service), mask_(mask), handler_(std::move(handler)) {}
+
+GlobalEventMonitor::~GlobalEventMonitor() {
+  stop();
+}
+
+void GlobalEventMonitor::start() {
+  monitor_ = service_.addGlobalMonitorForEventsMatchingMask(mask_, handler_);
+}
+
+void GlobalEventMonitor::stop() {
+  // Emptied first: the handler runs once more for what is still under way.
+  if (const auto token = std::exchange(monitor_, std::nullopt)) service_.removeMonitor(*token);
+}
+
+// The longest line has three numbers of 24 characters, flags of 16 and under 60 of wording.
+EventDescription::EventDescription(const InputEvent& event) {
+  Writer line(buffer_.data(), buffer_.data() + buffer_.size());
+  line << "Optional(";
+  line << kindOf(event.type)->name.substr(1) << " at (" << event.locationInWindow.x << ", "
+       << event.locationInWindow.y << ") time " << event.timestamp << " flags 0x";
+  line.hexadecimal(event.modifierFlags) << ")";
+  length_ = static_cast<std::size_t>(line.position() - buffer_.data());
+}
 
 Capture::Capture(CaptureState& state, const CaptureSettings& settings, Permission& permission,
                  InputMonitor& inputMonitor, WindowSystem& windows, RunLoop& runLoop, Trace& trace)
@@ -74,7 +116,7 @@ void Capture::startRecording() {
                                          {0, state_.heightScreen});
   state_.eventLog.clear();
   state_.eventHandler = std::make_shared<GlobalEventMonitor>(
-      inputMonitor_, capturedEvents, [this](const InputEvent* event) { handle(*event); });
+      inputMonitor_, allEventKinds, [this](const InputEvent* event) { handle(*event); });
   state_.eventHandler->start();
 }
 

@@ -1,16 +1,49 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
-#include "capture/button_properties.h"
-#include "capture/event_log.h"
-#include "capture/global_event_monitor.h"
+#include "platform/input_event.h"
 #include "platform/observable.h"
 #include "platform/window_system.h"
 
 namespace tapeloop {
+
+inline constexpr Color tapeloopRed = rgb(220, 90, 80);
+
+/// What the styles of the record and play buttons share.
+struct ButtonProperties {
+  State<Color> unpressedColor{tapeloopRed};
+  State<double> startStopOpacity{1.0};
+};
+
+/// The events of the current capture, in order of delivery: the unsaved recording.
+class EventLog {
+ public:
+  using Events = std::vector<InputEvent>;
+
+  [[nodiscard]] bool empty() const { return events_->empty(); }
+  [[nodiscard]] std::size_t size() const { return events_->size(); }
+  [[nodiscard]] const InputEvent& front() const { return events_->front(); }
+  [[nodiscard]] const InputEvent& back() const { return events_->back(); }
+  [[nodiscard]] const InputEvent& operator[](std::size_t index) const { return (*events_)[index]; }
+  [[nodiscard]] Events::const_iterator begin() const { return events_->begin(); }
+  [[nodiscard]] Events::const_iterator end() const { return events_->end(); }
+
+  /// The events themselves, kept by whoever still has to post them when the log is emptied.
+  [[nodiscard]] std::shared_ptr<const Events> events() const { return events_; }
+
+  void append(const InputEvent& event) { events_->push_back(event); }
+  void clear() { events_ = std::make_shared<Events>(); }
+
+ private:
+  std::shared_ptr<Events> events_ = std::make_shared<Events>();
+};
+
+class GlobalEventMonitor;
 
 enum class FontStyle : std::uint8_t { title, callout };
 

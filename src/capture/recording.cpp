@@ -28,42 +28,16 @@ class Hasher {
 
 }  // namespace
 
-std::string_view eventKind(EventType type) {
-  switch (type) {
-    case EventType::leftMouseDown:
-      return ".leftMouseDown";
-    case EventType::leftMouseUp:
-      return ".leftMouseUp";
-    case EventType::rightMouseDown:
-      return ".rightMouseDown";
-    case EventType::rightMouseUp:
-      return ".rightMouseUp";
-    case EventType::mouseMoved:
-      return ".mouseMoved";
-    case EventType::leftMouseDragged:
-      return ".leftMouseDragged";
-    case EventType::keyDown:
-      return ".keyDown";
-    case EventType::keyUp:
-      return ".keyUp";
-    case EventType::scrollWheel:
-      return ".scrollWheel";
-  }
-  return {};
-}
-
 void Recording::append(const InputEvent& event) {
-  const std::string_view kind = eventKind(event.type);
-  if (kind.empty()) return;
-  const bool isScroll = event.type == EventType::scrollWheel;
-  const bool isKey = event.type == EventType::keyDown || event.type == EventType::keyUp;
-  const bool isButton =
-      event.type == EventType::leftMouseDown || event.type == EventType::leftMouseUp ||
-      event.type == EventType::rightMouseDown || event.type == EventType::rightMouseUp;
+  const EventKind* const kind = kindOf(event.type);
+  if (kind == nullptr) return;
+  const bool isScroll = kind->eventClass == EventClass::scroll;
+  const bool isKey = kind->eventClass == EventClass::key;
+  const bool isButton = kind->eventClass == EventClass::button;
   timestampArray.push_back(event.timestamp);
   locXArray.push_back(event.locationInWindow.x);
   locYArray.push_back(event.locationInWindow.y);
-  typeArray.emplace_back(kind);
+  typeArray.emplace_back(kind->name);
   scrollingDeltaXArray.push_back(isScroll ? event.scrollingDeltaX : 0);
   scrollingDeltaYArray.push_back(isScroll ? event.scrollingDeltaY : 0);
   charArray.push_back(isKey ? event.keyCode : std::uint16_t{0});

@@ -3,9 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "platform/input_event.h"
@@ -33,9 +31,6 @@ struct Recording {
   void append(const InputEvent& event);
   friend bool operator==(const Recording&, const Recording&) = default;
 };
-
-/// The kind string of an event type; empty for types that recordings do not hold.
-std::string_view eventKind(EventType type);
 
 /// A record of `events`, titled "New Recording", with an identity of its own.
 Recording makeRecording(const std::vector<InputEvent>& events);

@@ -4,7 +4,6 @@
 #include <string>
 #include <utility>
 
-#include "capture/json_number.h"
 #include "capture/json_reader.h"
 #include "capture/recording_json.h"
 

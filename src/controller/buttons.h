@@ -1,8 +1,8 @@
 #pragma once
 
+#include "platform/desktop_services.h"
 #include "platform/observable.h"
 #include "platform/trace.h"
-#include "platform/workspace.h"
 
 namespace tapeloop {
 

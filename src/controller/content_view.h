@@ -10,7 +10,6 @@
 #include "controller/recording_library.h"
 #include "controller/settings.h"
 #include "hotkeys/hot_key.h"
-#include "hotkeys/hot_keys_controller.h"
 #include "hotkeys/keyboard_shortcuts.h"
 #include "platform/desktop.h"
 #include "playback/playback.h"

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "platform/observable.h"
-#include "platform/signal.h"
 #include "platform/window_system.h"
 
 namespace tapeloop {

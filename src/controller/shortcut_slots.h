@@ -1,6 +1,6 @@
 #pragma once
 
-#include "capture/button_properties.h"
+#include "capture/capture_state.h"
 #include "hotkeys/keyboard_shortcuts.h"
 
 namespace tapeloop {

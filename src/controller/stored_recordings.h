@@ -8,7 +8,7 @@
 
 #include "capture/recording_list.h"
 #include "platform/defaults_store.h"
-#include "platform/signal.h"
+#include "platform/observable.h"
 
 namespace tapeloop {
 

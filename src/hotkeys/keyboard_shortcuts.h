@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
@@ -8,12 +9,50 @@
 #include <unordered_set>
 #include <vector>
 
-#include "hotkeys/carbon_keyboard_shortcuts.h"
 #include "hotkeys/shortcut.h"
 #include "platform/defaults_store.h"
-#include "platform/notification_center.h"
+#include "platform/desktop_services.h"
+#include "platform/hotkey_service.h"
 
 namespace tapeloop {
+
+/// Registers the combinations of named shortcuts with the hotkey service and hands on their presses
+/// and releases. Main thread only.
+class CarbonKeyboardShortcuts {
+ public:
+  using Action = std::function<void(const Shortcut&)>;
+
+  /// `service` outlives this.
+  explicit CarbonKeyboardShortcuts(HotKeyService& service) : service_(service) {}
+  CarbonKeyboardShortcuts(const CarbonKeyboardShortcuts&) = delete;
+  CarbonKeyboardShortcuts& operator=(const CarbonKeyboardShortcuts&) = delete;
+  ~CarbonKeyboardShortcuts();
+
+  /// A shortcut that the service refuses is never pressed.
+  void registerShortcut(const Shortcut& shortcut, HotKeyClaim claim, Action onKeyDown,
+                        Action onKeyUp);
+  /// Every registration of these keys.
+  void unregisterShortcut(const Shortcut& shortcut);
+  void setClaim(const Shortcut& shortcut, HotKeyClaim claim);
+  /// Hands on what was typed until now.
+  void catchUp() { service_.catchUp(); }
+
+ private:
+  struct Registration {
+    Shortcut shortcut;
+    std::int64_t carbonHotKeyId;
+    EventHotKeyRef carbonHotKey;
+    Action onKeyDown;
+    Action onKeyUp;
+  };
+
+  OSStatus handle(const HotKeyEvent* event);
+
+  HotKeyService& service_;
+  std::map<std::int64_t, Registration> registrations_;  // by registration id
+  std::int64_t count_ = 0;                              // the latest registration id
+  std::optional<EventHandlerRef> handler_;
+};
 
 /// A slot that holds one combination, which the user chooses.
 struct Name {

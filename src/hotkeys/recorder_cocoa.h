@@ -2,21 +2,37 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "hotkeys/keyboard_shortcuts.h"
-#include "hotkeys/recorder_texts.h"
-#include "platform/geometry.h"
+#include "platform/desktop_services.h"
+#include "platform/input_monitor.h"
 #include "platform/keyboard_layout.h"
-#include "platform/local_input_monitor.h"
-#include "platform/main_menu.h"
 #include "platform/observable.h"
 #include "platform/run_loop.h"
-#include "platform/sound.h"
+#include "platform/screens.h"
 
 namespace tapeloop {
+
+/// What the recorder control says, by key. Keys that nobody has given a text have an English one.
+class RecorderTexts {
+ public:
+  RecorderTexts() = default;
+  explicit RecorderTexts(std::map<std::string, std::string, std::less<>> texts)
+      : texts_(std::move(texts)) {}
+
+  /// UTF-8. Empty for an unknown key.
+  [[nodiscard]] std::string_view text(std::string_view key) const;
+  /// The text of the key with `argument` in the place of its first "%@".
+  [[nodiscard]] std::string format(std::string_view key, std::string_view argument) const;
+
+ private:
+  std::map<std::string, std::string, std::less<>> texts_;
+};
 
 /// What a recorder control works with. All of it outlives the control.
 struct RecorderServices {

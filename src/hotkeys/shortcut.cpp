@@ -7,7 +7,11 @@
 #include <stdexcept>
 #include <utility>
 
-#include "hotkeys/hotkey_modifiers.h"
+#include <rapidjson/document.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+#include "hotkeys/key_combo.h"
 
 namespace tapeloop {
 namespace {
@@ -79,10 +83,17 @@ std::string upperCase(const std::string& text) {
   return upper;
 }
 
+constexpr const char* keyCodeMember = "carbonKeyCode";
+constexpr const char* modifiersMember = "carbonModifiers";
+// Deep nesting is parsed without recursion.
+constexpr unsigned parseFlags =
+    rapidjson::kParseValidateEncodingFlag | rapidjson::kParseIterativeFlag;
+
 }  // namespace
 
 std::optional<Shortcut> shortcutOf(const InputEvent& event) {
-  if (event.type != EventType::keyDown && event.type != EventType::keyUp) return std::nullopt;
+  const EventKind* const kind = kindOf(event.type);
+  if (kind == nullptr || kind->eventClass != EventClass::key) return std::nullopt;
   return Shortcut{event.keyCode, modifierBits(event.modifierFlags)};
 }
 
@@ -133,6 +144,35 @@ const MenuItem* menuItemOwning(const Shortcut& shortcut, const Menu& menu,
     if (const auto* owner = menuItemOwning(shortcut, item.submenu, layouts)) return owner;
   }
   return nullptr;
+}
+
+std::string toJson(const Shortcut& shortcut) {
+  rapidjson::StringBuffer buffer;
+  rapidjson::Writer writer(buffer);
+  writer.StartObject();
+  writer.Key(keyCodeMember);
+  writer.Int64(shortcut.carbonKeyCode);
+  writer.Key(modifiersMember);
+  writer.Int64(shortcut.carbonModifiers);
+  writer.EndObject();
+  return {buffer.GetString(), buffer.GetSize()};
+}
+
+std::optional<Shortcut> shortcutFromJson(std::string_view text) {
+  // The parser takes a zero byte for the end.
+  if (text.find('\0') != std::string_view::npos) return std::nullopt;
+  rapidjson::Document document;
+  document.Parse<parseFlags>(text.data(), text.size());
+  if (document.HasParseError() || !document.IsObject()) return std::nullopt;
+  // Constant, so that their comparisons are no different the other way round.
+  const rapidjson::Value& object = document;
+  const auto keyCode = object.FindMember(keyCodeMember);
+  const auto modifiers = object.FindMember(modifiersMember);
+  if (keyCode == object.MemberEnd() || !keyCode->value.IsInt64() ||
+      modifiers == object.MemberEnd() || !modifiers->value.IsInt64()) {
+    return std::nullopt;
+  }
+  return Shortcut{keyCode->value.GetInt64(), modifiers->value.GetInt64()};
 }
 
 }  // namespace tapeloop

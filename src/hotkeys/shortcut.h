@@ -5,11 +5,12 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
+#include "platform/desktop_services.h"
 #include "platform/hotkey_service.h"
 #include "platform/input_event.h"
 #include "platform/keyboard_layout.h"
-#include "platform/main_menu.h"
 
 namespace tapeloop {
 
@@ -34,6 +35,11 @@ struct Shortcut {
 /// The first item, depth first, that the shortcut would choose. Lives as long as the menu.
 [[nodiscard]] const MenuItem* menuItemOwning(const Shortcut& shortcut, const Menu& menu,
                                              KeyboardLayouts& layouts);
+
+/// A JSON object with the integer members "carbonKeyCode" and "carbonModifiers".
+[[nodiscard]] std::string toJson(const Shortcut& shortcut);
+/// Members come in any order, others are ignored. Nothing for a text of another form.
+[[nodiscard]] std::optional<Shortcut> shortcutFromJson(std::string_view text);
 
 }  // namespace tapeloop
 

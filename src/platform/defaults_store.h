@@ -7,7 +7,7 @@
 #include <string_view>
 #include <variant>
 
-#include "platform/signal.h"
+#include "platform/observable.h"
 
 namespace tapeloop {
 

@@ -1,20 +1,15 @@
 #pragma once
 
-#include "platform/app_review.h"
-#include "platform/clock.h"
 #include "platform/defaults_store.h"
+#include "platform/desktop_services.h"
 #include "platform/event_synthesis.h"
 #include "platform/hotkey_service.h"
 #include "platform/input_monitor.h"
 #include "platform/keyboard_layout.h"
-#include "platform/main_menu.h"
-#include "platform/notification_center.h"
-#include "platform/permission.h"
 #include "platform/run_loop.h"
 #include "platform/screens.h"
 #include "platform/trace.h"
 #include "platform/window_system.h"
-#include "platform/workspace.h"
 
 namespace tapeloop {
 

@@ -8,7 +8,6 @@
 
 namespace tapeloop {
 
-enum class MouseButton : std::uint32_t { left = 0, right = 1 };
 enum class ScrollUnit : std::uint32_t { pixel = 0 };
 /// Where a posted event enters: with what the hardware sends.
 enum class TapLocation : std::uint32_t { hid = 0 };

@@ -6,6 +6,32 @@ namespace tapeloop {
 
 namespace {
 
+// Every event type has a row in `eventKinds`: -Wswitch tells of a type that is missing here, and
+// the assertion of one that has no row.
+constexpr bool isEventType(EventType type) {
+  switch (type) {
+    case EventType::leftMouseDown:
+    case EventType::leftMouseUp:
+    case EventType::rightMouseDown:
+    case EventType::rightMouseUp:
+    case EventType::mouseMoved:
+    case EventType::leftMouseDragged:
+    case EventType::keyDown:
+    case EventType::keyUp:
+    case EventType::scrollWheel:
+      return true;
+  }
+  return false;
+}
+constexpr bool everyTypeHasARow() {
+  for (std::uint32_t number = 0; number < 64; ++number) {
+    const auto type = static_cast<EventType>(number);
+    if (isEventType(type) != (kindOf(type) != nullptr)) return false;
+  }
+  return true;
+}
+static_assert(everyTypeHasARow());
+
 constexpr std::pair<std::uint64_t, std::string_view> modifiersInOrder[] = {
     {modifier_flag::shift, ".shift"},     {modifier_flag::capsLock, ".capsLock"},
     {modifier_flag::command, ".command"}, {modifier_flag::function, ".function"},

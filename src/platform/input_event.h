@@ -1,10 +1,11 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
-#include "platform/geometry.h"
+#include "platform/screens.h"
 
 namespace tapeloop {
 
@@ -22,8 +23,66 @@ enum class EventType : std::uint32_t {
   scrollWheel = 22,
 };
 
+/// Decides which properties of an event are recorded, and how it is posted.
+enum class EventClass : std::uint8_t { motion, button, scroll, key };
+enum class MouseButton : std::uint32_t { left = 0, right = 1 };
+
+/// One kind of event that is captured, recorded and posted.
+struct EventKind {
+  EventType type;
+  std::string_view name;  ///< In recordings.
+  EventClass eventClass;
+  bool goesDown = false;  ///< A press of a button or a key.
+  MouseButton button = MouseButton::left;
+};
+
+/// Every kind, in the order in which they are posted for a row that names several. What is said of
+/// a kind here is all that distinguishes it: capture, recordings, posting and the release of what
+/// is held look it up.
+inline constexpr std::array eventKinds{
+    EventKind{EventType::mouseMoved, ".mouseMoved", EventClass::motion},
+    EventKind{EventType::rightMouseDown, ".rightMouseDown", EventClass::button, true,
+              MouseButton::right},
+    EventKind{EventType::rightMouseUp, ".rightMouseUp", EventClass::button, false,
+              MouseButton::right},
+    EventKind{EventType::leftMouseDown, ".leftMouseDown", EventClass::button, true},
+    EventKind{EventType::leftMouseUp, ".leftMouseUp", EventClass::button, false},
+    EventKind{EventType::leftMouseDragged, ".leftMouseDragged", EventClass::motion},
+    EventKind{EventType::scrollWheel, ".scrollWheel", EventClass::scroll},
+    EventKind{EventType::keyDown, ".keyDown", EventClass::key, true},
+    EventKind{EventType::keyUp, ".keyUp", EventClass::key, false},
+};
+
+/// Null for a type that is no kind of its own.
+constexpr const EventKind* kindOf(EventType type) {
+  for (const EventKind& kind : eventKinds) {
+    if (kind.type == type) return &kind;
+  }
+  return nullptr;
+}
+/// The event type of a press or a release of `button`.
+constexpr EventType typeOfButton(MouseButton button, bool goesDown) {
+  for (const EventKind& kind : eventKinds) {
+    const bool isButton = kind.eventClass == EventClass::button && kind.button == button;
+    if (isButton && kind.goesDown == goesDown) return kind.type;
+  }
+  return {};
+}
+
 /// Bit n admits the event type with number n.
 using EventMask = std::uint64_t;
+constexpr EventMask maskOf(EventType type) {
+  return EventMask{1} << static_cast<std::uint32_t>(type);
+}
+constexpr bool admits(EventMask mask, EventType type) {
+  return (mask & maskOf(type)) != 0;
+}
+/// Admits every kind.
+inline constexpr EventMask allEventKinds = [] {
+  EventMask mask = 0;
+  for (const EventKind& kind : eventKinds) mask |= maskOf(kind.type);
+  return mask;
+}();
 
 /// The bits of `InputEvent::modifierFlags` and of a synthetic event's flags.
 namespace modifier_flag {

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/signal.h"
+#include "platform/observable.h"
 
 namespace tapeloop {
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "platform/defaults_store.h"
-#include "platform/signal.h"
+#include "platform/observable.h"
 
 namespace tapeloop {
 

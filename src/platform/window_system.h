@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/geometry.h"
+#include "platform/screens.h"
 
 namespace tapeloop {
 

@@ -9,36 +9,9 @@
 namespace tapeloop {
 namespace {
 
-constexpr std::array mouseTypes = {
-    EventType::mouseMoved,    EventType::rightMouseDown, EventType::rightMouseUp,
-    EventType::leftMouseDown, EventType::leftMouseUp,    EventType::leftMouseDragged,
-};
-
-bool isRightButton(EventType type) {
-  return type == EventType::rightMouseDown || type == EventType::rightMouseUp;
+bool carriesClickCount(const EventKind& kind) {
+  return kind.eventClass == EventClass::button && kind.button == MouseButton::left;
 }
-
-bool carriesClickCount(EventType type) {
-  return type == EventType::leftMouseDown || type == EventType::leftMouseUp;
-}
-
-// The entries of one row, as far as the columns reach.
-class Row {
- public:
-  Row(const Recording& recording, std::size_t index) : recording_(recording), index_(index) {}
-
-  [[nodiscard]] bool names(EventType type) const {
-    return recording_.typeArray[index_].find(eventKind(type)) != std::string::npos;
-  }
-  template <typename... Columns>
-  [[nodiscard]] bool reaches(const Columns&... columns) const {
-    return ((index_ < columns.size()) && ...);
-  }
-
- private:
-  const Recording& recording_;
-  const std::size_t index_;
-};
 
 std::int32_t truncated(double value) {
   using Limits = std::numeric_limits<std::int32_t>;
@@ -60,59 +33,56 @@ std::string modifierSetText(std::uint64_t flags) {
 }  // namespace
 
 void EventSynthesizer::postLoggedEvent(const InputEvent& event) {
-  switch (event.type) {
-    case EventType::mouseMoved:
-    case EventType::rightMouseDown:
-    case EventType::rightMouseUp:
-    case EventType::leftMouseDown:
-    case EventType::leftMouseUp:
-    case EventType::leftMouseDragged:
-      return postMouse(event.type, event.locationInWindow, event.clickCount);
-    case EventType::scrollWheel:
+  const EventKind* const kind = kindOf(event.type);
+  if (kind == nullptr) return;
+  switch (kind->eventClass) {
+    case EventClass::motion:
+    case EventClass::button:
+      return postMouse(*kind, event.locationInWindow, event.clickCount);
+    case EventClass::scroll:
       return postScroll(event.scrollingDeltaX, event.scrollingDeltaY);
-    case EventType::keyDown:
-      trace_.writeLine([&] { return modifierSetText(event.modifierFlags); });
-      return postKey(event.keyCode, true, event.modifierFlags & modifier_flag::all);
-    case EventType::keyUp:
-      return postKey(event.keyCode, false, event.modifierFlags & modifier_flag::all);
+    case EventClass::key:
+      if (kind->goesDown) trace_.writeLine([&] { return modifierSetText(event.modifierFlags); });
+      return postKey(event.keyCode, kind->goesDown, event.modifierFlags & modifier_flag::all);
   }
 }
 
+// A kind is looked for inside the text of a row and not compared with it, and a text that names
+// several kinds posts each of them.
 void EventSynthesizer::postRecordedEvent(const Recording& recording, std::size_t index) {
-  const Recording& r = recording;
-  const Row row(r, index);
-  if (!row.reaches(r.typeArray)) return;
-  // A kind is looked for inside the text and not compared with it, and a text that names several
-  // kinds posts each of them.
-  if (row.reaches(r.locXArray, r.locYArray)) {
-    for (const EventType type : mouseTypes) {
-      if (!row.names(type)) continue;
-      if (!carriesClickCount(type)) {
-        postMouse(type, {r.locXArray[index], r.locYArray[index]}, 0);
-      } else if (row.reaches(r.clickCountArray)) {
-        postMouse(type, {r.locXArray[index], r.locYArray[index]}, r.clickCountArray[index]);
-      }
-    }
+  if (index >= recording.typeArray.size()) return;
+  const std::string& names = recording.typeArray[index];
+  for (const EventKind& kind : eventKinds) {
+    if (names.find(kind.name) != std::string::npos) postRow(recording, index, kind);
   }
-  if (row.names(EventType::scrollWheel) &&
-      row.reaches(r.scrollingDeltaXArray, r.scrollingDeltaYArray)) {
-    postScroll(r.scrollingDeltaXArray[index], r.scrollingDeltaYArray[index]);
-  }
-  if (!row.reaches(r.charArray, r.modifierArray)) return;
-  const std::uint64_t modifiers = modifiersNamed(r.modifierArray[index]);
-  if (row.names(EventType::keyDown)) postKey(r.charArray[index], true, modifiers);
-  if (row.names(EventType::keyUp)) postKey(r.charArray[index], false, modifiers);
 }
 
-void EventSynthesizer::postMouse(EventType type, Point location, std::int64_t clickCount) {
+void EventSynthesizer::postRow(const Recording& r, std::size_t i, const EventKind& kind) {
+  const auto reaches = [i](const auto&... columns) { return ((i < columns.size()) && ...); };
+  switch (kind.eventClass) {
+    case EventClass::motion:
+    case EventClass::button:
+      if (!reaches(r.locXArray, r.locYArray)) return;
+      if (!carriesClickCount(kind)) return postMouse(kind, {r.locXArray[i], r.locYArray[i]}, 0);
+      if (!reaches(r.clickCountArray)) return;
+      return postMouse(kind, {r.locXArray[i], r.locYArray[i]}, r.clickCountArray[i]);
+    case EventClass::scroll:
+      if (!reaches(r.scrollingDeltaXArray, r.scrollingDeltaYArray)) return;
+      return postScroll(r.scrollingDeltaXArray[i], r.scrollingDeltaYArray[i]);
+    case EventClass::key:
+      if (!reaches(r.charArray, r.modifierArray)) return;
+      return postKey(r.charArray[i], kind.goesDown, modifiersNamed(r.modifierArray[i]));
+  }
+}
+
+void EventSynthesizer::postMouse(const EventKind& kind, Point location, std::int64_t clickCount) {
   // Asked for every event: screens may be rearranged in the middle of a run.
   const auto screens = screens_.screens();
   if (screens.empty()) return;
   const Point position{location.x, screens.front().frame.size.height - location.y};
-  auto event = synthesis_.CGEventCreateMouseEvent(
-      type, position, isRightButton(type) ? MouseButton::right : MouseButton::left);
+  auto event = synthesis_.CGEventCreateMouseEvent(kind.type, position, kind.button);
   if (!event) return;
-  if (carriesClickCount(type)) {
+  if (carriesClickCount(kind)) {
     CGEventSetIntegerValueField(*event, EventField::mouseClickState, clickCount);
   }
   synthesis_.CGEventPost(TapLocation::hid, *event);

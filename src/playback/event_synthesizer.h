@@ -24,7 +24,8 @@ class EventSynthesizer {
   void postRecordedEvent(const Recording& recording, std::size_t index);
 
  private:
-  void postMouse(EventType type, Point location, std::int64_t clickCount);
+  void postRow(const Recording& recording, std::size_t index, const EventKind& kind);
+  void postMouse(const EventKind& kind, Point location, std::int64_t clickCount);
   void postScroll(double deltaX, double deltaY);
   void postKey(std::uint16_t keyCode, bool keyDown, std::uint64_t modifierFlags);
 

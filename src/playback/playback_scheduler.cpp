@@ -4,8 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "capture/escape_window.h"
-#include "capture/indicator_window.h"
+#include "capture/indicator_windows.h"
 #include "playback/date_interval.h"
 #include "playback/playback_speed.h"
 

@@ -8,7 +8,7 @@
 
 #include "capture/capture_state.h"
 #include "platform/event_synthesis.h"
-#include "platform/signal.h"
+#include "platform/observable.h"
 #include "platform/timer_queue.h"
 #include "playback/event_synthesizer.h"
 #include "playback/playback_services.h"

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "platform/clock.h"
 #include "platform/event_synthesis.h"
 #include "platform/run_loop.h"
 #include "platform/screens.h"

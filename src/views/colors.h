@@ -4,7 +4,7 @@
 #include <QtGui/QColor>
 #include <QtQml/qqmlregistration.h>
 
-#include "capture/button_properties.h"
+#include "capture/capture_state.h"
 #include "platform/qt/color.h"
 
 namespace tapeloop {

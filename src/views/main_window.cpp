@@ -8,8 +8,7 @@
 #include <QtQuick/QQuickItem>
 
 #include "app/authorize_view.h"
-#include "capture/escape_window.h"
-#include "capture/recording_view.h"
+#include "capture/indicator_windows.h"
 #include "views/symbol_provider.h"
 
 // Generated; registers the types at the start of the program. Something has to refer to it, or the

@@ -7,9 +7,9 @@
 #include <QtQuick/QQuickWindow>
 
 #include "controller/content_view.h"
-#include "platform/main_menu.h"
-#include "platform/qt/frame_autosave.h"
-#include "platform/qt/view_registry.h"
+#include "platform/desktop_services.h"
+#include "platform/qt/window_frame.h"
+#include "platform/qt/window_system.h"
 #include "views/content_view_model.h"
 
 namespace tapeloop {

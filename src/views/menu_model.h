@@ -7,7 +7,7 @@
 #include <QtCore/QVariant>
 #include <QtQml/qqmlregistration.h>
 
-#include "platform/main_menu.h"
+#include "platform/desktop_services.h"
 
 namespace tapeloop {
 

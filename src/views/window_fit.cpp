@@ -3,7 +3,7 @@
 #include <QtCore/QRect>
 #include <QtGui/QScreen>
 
-#include "platform/qt/screen_area.h"
+#include "platform/qt/window_frame.h"
 
 namespace tapeloop {
 

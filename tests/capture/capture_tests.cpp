@@ -3,8 +3,7 @@
 #include <string>
 
 #include "capture/capture.h"
-#include "capture/event_description.h"
-#include "capture/recording_view.h"
+#include "capture/indicator_windows.h"
 #include "support/simulated_fixture.h"
 
 namespace tapeloop {

@@ -102,8 +102,8 @@ TEST_F(ContentViewTest, ButtonsFollowThePointerTheToolbarsNotWhileRecording) {
     return std::vector{toolbar.settingsButtonOpacity.get(), toolbar.saveButtonOpacity.get(),
                        toolbar.listButtonOpacity.get(), button.infoButtonOpacity.get()};
   };
-  for (auto* each : {&toolbar.settingsButtonOpacity, &toolbar.saveButtonOpacity,
-                     &toolbar.listButtonOpacity}) {
+  for (auto* each :
+       {&toolbar.settingsButtonOpacity, &toolbar.saveButtonOpacity, &toolbar.listButtonOpacity}) {
     each->hover(true);
   }
   EXPECT_TRUE(toolbar.hoveringOverSettings.get());

@@ -5,7 +5,7 @@
 #include "fuzz/targets.h"
 #include "hotkeys/key_combo.h"
 #include "hotkeys/keyboard_shortcuts.h"
-#include "hotkeys/shortcut_json.h"
+#include "hotkeys/shortcut.h"
 #include "platform/simulated/simulated_desktop.h"
 
 namespace tapeloop::fuzz {

@@ -1,8 +1,7 @@
 #include <memory>
 
-#include "hotkeys/carbon_keyboard_shortcuts.h"
 #include "hotkeys/hot_key.h"
-#include "hotkeys/hot_keys_controller.h"
+#include "hotkeys/keyboard_shortcuts.h"
 #include "support/simulated_fixture.h"
 
 namespace tapeloop {

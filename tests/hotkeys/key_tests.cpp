@@ -3,7 +3,6 @@
 #include <memory>
 #include <string>
 
-#include "hotkeys/hotkey_modifiers.h"
 #include "hotkeys/key_combo.h"
 #include "hotkeys/shortcut.h"
 #include "support/simulated_fixture.h"

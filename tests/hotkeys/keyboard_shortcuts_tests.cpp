@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "hotkeys/keyboard_shortcuts.h"
-#include "hotkeys/shortcut_json.h"
+#include "hotkeys/shortcut.h"
 #include "support/simulated_fixture.h"
 
 namespace tapeloop {

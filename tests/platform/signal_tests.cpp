@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 
 #include "platform/observable.h"
-#include "platform/signal.h"
 
 namespace tapeloop {
 namespace {

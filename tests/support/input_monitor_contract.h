@@ -15,7 +15,7 @@ namespace tapeloop::support {
 /// pointer move once, and comes back when that has been delivered.
 inline void expectHandlersMayAddAndRemoveMonitors(InputMonitor& monitor,
                                                   const std::function<void()>& move) {
-  constexpr EventMask moves = EventMask{1} << static_cast<unsigned>(EventType::mouseMoved);
+  constexpr EventMask moves = maskOf(EventType::mouseMoved);
   std::vector<std::string> heard;
   std::vector<MonitorToken> tokens;
   const auto add = [&](

@@ -8,7 +8,7 @@
 #include "controller/settings.h"
 #include "platform/memory_defaults_store.h"
 #include "platform/simulated/simulated_desktop.h"
-#include "platform/system/clock.h"
+#include "platform/system/run_loop.h"
 #include "platform/x11/desktop.h"
 
 namespace tapeloop::support {

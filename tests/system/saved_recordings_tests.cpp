@@ -14,7 +14,7 @@
 #include <unistd.h>
 
 #include "controller/stored_recordings.h"
-#include "platform/system/file_descriptor.h"
+#include "platform/system/handles.h"
 #include "platform/system/sqlite_defaults_store.h"
 #include "support/temporary_folder.h"
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/x11/click_counter.h"
+#include "platform/x11/recorded_values.h"
 
 namespace tapeloop::x11 {
 namespace {

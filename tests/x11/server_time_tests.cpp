@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/x11/server_time.h"
+#include "platform/x11/recorded_values.h"
 
 namespace tapeloop::x11 {
 namespace {

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 #include <utility>
 
 #include <QtCore/QAbstractEventDispatcher>
@@ -14,10 +15,14 @@
 #include <QtQuick/QSGRendererInterface>
 #include <xcb/xcb.h>
 
+#include "platform/system/handles.h"
+
 namespace tapeloop::qt {
 namespace {
 
-/// An environment variable that holds while Qt starts and is not handed on to other programs.
+using system::own;
+
+/// Sets an environment variable while Qt starts. Programs that are started later don't get it.
 class TemporaryVariable {
  public:
   TemporaryVariable(const char* name, const char* value)
@@ -39,46 +44,127 @@ class TemporaryVariable {
   const bool wasSet_;
 };
 
-// Global, since Qt hands nothing else to its handler.
+// Global, since a message handler of Qt has no context argument.
 void (*tellUser)(const std::string& sentence) = nullptr;
 int exitCodeOfFailure = 1;
 
-/// Standard error is for what the user has to know. Qt's remarks are for whoever works on the
-/// program, and are written when the environment asks for them.
-void hear(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+/// Qt's messages are for developers and are written only if QT_LOGGING_RULES is set. A fatal one is
+/// told to the user.
+void handleMessage(QtMsgType type, const QMessageLogContext& context, const QString& text) {
   if (qEnvironmentVariableIsSet("QT_LOGGING_RULES")) {
     std::fprintf(stderr, "%s\n", qUtf8Printable(qFormatLogMessage(type, context, text)));
   }
   if (type != QtFatalMsg) return;
   tellUser(text.section(QLatin1Char('\n'), 0, 0).toStdString());
-  // Qt would abort, as if the fault were the program's.
+  // Returning would make Qt abort, which looks like a crash of the program.
   std::_Exit(exitCodeOfFailure);
 }
 
+xcb_atom_t internAtom(xcb_connection_t* connection, std::string_view name) {
+  const auto length = static_cast<std::uint16_t>(name.size());
+  const auto reply = own(xcb_intern_atom_reply(
+      connection, xcb_intern_atom(connection, 0, length, name.data()), nullptr));
+  return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
+/// Workaround for Qt 6, which does not notice when the source of a drag from another program exits
+/// in the middle of the drag: the drop area would stay on the screen until the next drag. When the
+/// window of the source is destroyed, Qt gets the XdndLeave that the source could not send.
+class LostDrags final : public QAbstractNativeEventFilter {
+ public:
+  /// Of Qt itself.
+  explicit LostDrags(xcb_connection_t* connection)
+      : connection_(connection),
+        enter_(internAtom(connection, "XdndEnter")),
+        position_(internAtom(connection, "XdndPosition")),
+        leave_(internAtom(connection, "XdndLeave")) {
+    QCoreApplication::instance()->installNativeEventFilter(this);
+  }
+
+  bool nativeEventFilter(const QByteArray&, void* message, qintptr*) override {
+    switch (static_cast<const xcb_generic_event_t*>(message)->response_type & 0x7F) {
+      case XCB_CLIENT_MESSAGE: {
+        const auto& event = *static_cast<const xcb_client_message_event_t*>(message);
+        if (event.type == enter_) source_ = XCB_WINDOW_NONE;
+        if (event.type != position_) break;
+        target_ = event.window;
+        // Not yet at the XdndEnter: Qt selects events on the source after this filter has run.
+        if (std::exchange(source_, event.data.data32[0]) == XCB_WINDOW_NONE) watchSource();
+        break;
+      }
+      case XCB_DESTROY_NOTIFY:
+        // After a drag that has ended Qt ignores the message.
+        if (static_cast<const xcb_destroy_notify_event_t*>(message)->window == source_) sendLeave();
+        break;
+      default:
+        break;
+    }
+    return false;
+  }
+
+ private:
+  // Adds to the events that Qt has selected on the window.
+  void watchSource() const {
+    const auto attributes = own(xcb_get_window_attributes_reply(
+        connection_, xcb_get_window_attributes(connection_, source_), nullptr));
+    if (!attributes) return;
+    const std::uint32_t events = attributes->your_event_mask | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    // Checked, so that Qt does not write about the error if the window is gone by now.
+    (void)own(xcb_request_check(
+        connection_,
+        xcb_change_window_attributes_checked(connection_, source_, XCB_CW_EVENT_MASK, &events)));
+  }
+
+  void sendLeave() {
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = target_;
+    message.type = leave_;
+    message.data.data32[0] = std::exchange(source_, XCB_WINDOW_NONE);
+    xcb_send_event(connection_, 0, target_, XCB_EVENT_MASK_NO_EVENT,
+                   reinterpret_cast<const char*>(&message));
+    xcb_flush(connection_);
+  }
+
+  xcb_connection_t* const connection_;
+  const xcb_atom_t enter_;
+  const xcb_atom_t position_;
+  const xcb_atom_t leave_;
+  xcb_window_t source_ = XCB_WINDOW_NONE;  // of the latest drag
+  xcb_window_t target_ = XCB_WINDOW_NONE;
+};
+
 }  // namespace
 
-Application::Application(char* program, void (*complain)(const std::string& sentence), int failure)
+Application::Application(char* program, system::EpollRunLoop& loop,
+                         void (*complain)(const std::string& sentence), int failure)
     : arguments_{program, nullptr} {
   tellUser = complain;
   exitCodeOfFailure = failure;
-  qInstallMessageHandler(hear);
+  qInstallMessageHandler(handleMessage);
   QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
   QCoreApplication::setApplicationName("tapeloop");
   QCoreApplication::setApplicationVersion(TAPELOOP_VERSION);
   QGuiApplication::setApplicationDisplayName("Tapeloop");
   QGuiApplication::setDesktopFileName(TAPELOOP_ID);
-  // The plain dispatcher serves descriptors in order of arrival; GLib's puts them after its own.
+  // Qt's own dispatcher serves descriptors in order of arrival. The one on GLib serves them after
+  // GLib's own sources.
   const TemporaryVariable plainDispatcher("QT_NO_GLIB", "1");
-  // Recording and playing need X11, whatever else Qt would choose.
+  // Recording and playing need X11. In a Wayland session Qt would choose Wayland.
   const TemporaryVariable platform("QT_QPA_PLATFORM", "xcb");
-  // The X library loses a descriptor that comes while many events do, and gives up the connection.
-  // Pictures go through the socket instead of memory that is passed so.
-  const TemporaryVariable noPassedMemory("QT_XCB_NO_MITSHM", "1");
+  // Workaround for a fault of libxcb: it loses a file descriptor that arrives together with many
+  // events, and then closes the connection. Without shared memory no descriptors are passed.
+  const TemporaryVariable noSharedMemory("QT_XCB_NO_MITSHM", "1");
   application_ = std::make_unique<QGuiApplication>(argumentCount_, arguments_);
   if (const auto* x11 = application_->nativeInterface<QNativeInterface::QX11Application>()) {
-    const ClientIds ids = clientIds();
-    lostDrags_ = std::make_unique<LostDrags>(x11->connection(), ids.base, ids.mask);
+    lostDrags_ = std::make_unique<LostDrags>(x11->connection());
   }
+  runLoop_ = std::make_unique<QSocketNotifier>(loop.fileDescriptor(), QSocketNotifier::Read);
+  QObject::connect(runLoop_.get(), &QSocketNotifier::activated, [&loop] { loop.dispatch(); });
+  // Qt's own events may leave something to do, such as a timer that a button has started.
+  QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock,
+                   runLoop_.get(), [&loop] { loop.endTurn(); });
 }
 
 Application::~Application() = default;
@@ -92,7 +178,7 @@ DoubleClickHints Application::doubleClick() const {
 std::string Application::dataFolder() const {
   const QString program = QCoreApplication::applicationDirPath();
   const QDir installed(program + QStringLiteral("/" TAPELOOP_DATA_FOLDER));
-  // The user's own folder of that name is at the same place beside a build tree in ~/.local.
+  // For a build tree in ~/.local this path is the user's data folder, which has no such page.
   if (installed.exists(QStringLiteral("privacy-policy.html")))
     return installed.canonicalPath().toStdString();
   return (program + QStringLiteral("/share/tapeloop")).toStdString();

@@ -12,15 +12,15 @@ std::optional<EventType> typeOf(const QMouseEvent& mouse) {
   const bool down = mouse.type() == QEvent::MouseButtonPress;
   switch (mouse.button()) {
     case Qt::LeftButton:
-      return down ? EventType::leftMouseDown : EventType::leftMouseUp;
+      return typeOfButton(MouseButton::left, down);
     case Qt::RightButton:
-      return down ? EventType::rightMouseDown : EventType::rightMouseUp;
+      return typeOfButton(MouseButton::right, down);
     default:
       return std::nullopt;
   }
 }
 
-std::uint8_t keycodeOf(const QKeyEvent& key) {
+std::uint8_t xKeycode(const QKeyEvent& key) {
   return static_cast<std::uint8_t>(key.nativeScanCode());
 }
 
@@ -34,23 +34,23 @@ std::optional<LocalMonitorToken> LocalInputMonitor::addLocalMonitorForEventsMatc
     EventMask mask, Handler handler) {
   const LocalMonitorToken token{++latestToken_};
   monitors_.emplace(token, Monitor{mask, std::move(handler)});
-  holdKeyboard();
+  updateKeyboardGrab();
   return token;
 }
 
 void LocalInputMonitor::removeMonitor(LocalMonitorToken token) {
   monitors_.erase(token);
-  holdKeyboard();
+  updateKeyboardGrab();
 }
 
-void LocalInputMonitor::holdKeyboard() {
+void LocalInputMonitor::updateKeyboardGrab() {
   QWindow* const wanted = admits(EventType::keyDown) ? QGuiApplication::focusWindow() : nullptr;
-  if (holder_ == wanted) return;
-  if (holder_) holder_->setKeyboardGrabEnabled(false);
+  if (grabbing_ == wanted) return;
+  if (grabbing_) grabbing_->setKeyboardGrabEnabled(false);
   if (wanted) wanted->setKeyboardGrabEnabled(true);
-  holder_ = wanted;
+  grabbing_ = wanted;
   grabRequests_.reset();
-  if (holder_) grabRequests_ = keyboard_.onGrabRequest([this] { keyboardWanted_(); });
+  if (grabbing_) grabRequests_ = keyboard_.onGrabRequest([this] { keyboardWanted_(); });
 }
 
 bool LocalInputMonitor::eventFilter(QObject* receiver, QEvent* event) {
@@ -58,17 +58,18 @@ bool LocalInputMonitor::eventFilter(QObject* receiver, QEvent* event) {
   InputEvent input;
   switch (event->type()) {
     case QEvent::ShortcutOverride:
-      // Else a shortcut of the window would take the key before anyone sees it here.
+      // Accepted, so that Qt sends the key as a KeyPress and does not trigger a shortcut of the
+      // window.
       if (!isMonitored(*static_cast<QKeyEvent*>(event))) return false;
       event->accept();
       return true;
     case QEvent::KeyPress: {
       const auto& key = *static_cast<QKeyEvent*>(event);
-      // The window hands on to its items what it is given.
+      // Qt sends the event to the window, then again to the item that has the focus.
       if (!receiver->isWindowType() || !isMonitored(key)) return false;
       input.type = EventType::keyDown;
       input.keyCode =
-          key.key() == Qt::Key_Escape ? escapeKeyCode : keyboard_.keyCodeOf(keycodeOf(key));
+          key.key() == Qt::Key_Escape ? escapeKeyCode : keyboard_.virtualKey(xKeycode(key));
       input.modifierFlags = keyboard_.flagsOf(static_cast<std::uint16_t>(key.nativeModifiers()));
       return swallows(input);
     }
@@ -87,21 +88,21 @@ bool LocalInputMonitor::eventFilter(QObject* receiver, QEvent* event) {
 }
 
 bool LocalInputMonitor::isMonitored(const QKeyEvent& key) const {
-  return admits(EventType::keyDown) && !keyboard_.isModifierKey(keycodeOf(key));
+  return admits(EventType::keyDown) && !keyboard_.isModifierKey(xKeycode(key));
 }
 
 bool LocalInputMonitor::admits(EventType type) const {
   return std::any_of(monitors_.begin(), monitors_.end(), [type](const auto& entry) {
-    return (entry.second.mask >> static_cast<unsigned>(type) & 1U) != 0;
+    return tapeloop::admits(entry.second.mask, type);
   });
 }
 
-// A handler may remove monitors: those get nothing more.
+// A handler may remove monitors. Those are not called any more.
 bool LocalInputMonitor::swallows(const InputEvent& event) {
   const auto monitors = monitors_;
   for (const auto& [token, monitor] : monitors) {
     if (monitors_.count(token) == 0) continue;
-    if ((monitor.mask >> static_cast<unsigned>(event.type) & 1U) == 0) continue;
+    if (!tapeloop::admits(monitor.mask, event.type)) continue;
     if (monitor.handler(event) == EventPass::swallow) return true;
   }
   return false;

@@ -11,24 +11,23 @@
 #include <QtGui/QMouseEvent>
 #include <QtGui/QWindow>
 
-#include "platform/local_input_monitor.h"
+#include "platform/input_monitor.h"
 
 namespace tapeloop::qt {
 
-/// What the X server's key numbers mean.
+/// Translates the X server's numbers for keys and modifiers.
 struct NativeKeyboard {
-  std::function<std::uint16_t(std::uint8_t keycode)> keyCodeOf;
+  std::function<std::uint16_t(std::uint8_t keycode)> virtualKey;
   std::function<std::uint64_t(std::uint16_t state)> flagsOf;
   std::function<bool(std::uint8_t keycode)> isModifierKey;
-  /// Another client tries to grab the keyboard.
+  /// Calls back when another client tries to grab the keyboard.
   std::function<Subscription(std::function<void()> callback)> onGrabRequest;
 };
 
-/// Filters the events of Qt's windows. While keys are monitored the window that has the focus gets
-/// all of them, also those that the desktop or another program has grabbed. Main thread only.
+/// Filters the events of Qt's windows. While keys are monitored the focused window grabs the
+/// keyboard, so it also gets keys that the desktop or another program has grabbed.
 class LocalInputMonitor final : public QObject, public tapeloop::LocalInputMonitor {
  public:
-  /// There is an application.
   explicit LocalInputMonitor(NativeKeyboard keyboard);
 
   std::optional<LocalMonitorToken> addLocalMonitorForEventsMatchingMask(EventMask mask,
@@ -46,7 +45,7 @@ class LocalInputMonitor final : public QObject, public tapeloop::LocalInputMonit
     Handler handler;
   };
 
-  void holdKeyboard();
+  void updateKeyboardGrab();
   [[nodiscard]] bool isMonitored(const QKeyEvent& key) const;
   [[nodiscard]] bool admits(EventType type) const;
   [[nodiscard]] bool swallows(const InputEvent& event);
@@ -54,9 +53,9 @@ class LocalInputMonitor final : public QObject, public tapeloop::LocalInputMonit
   const NativeKeyboard keyboard_;
   std::map<LocalMonitorToken, Monitor> monitors_;
   std::uint64_t latestToken_ = 0;
-  QPointer<QWindow> holder_;  // has the keyboard to itself
+  QPointer<QWindow> grabbing_;  // the window that grabs the keyboard; or null
   Signal<> keyboardWanted_;
-  Subscription grabRequests_;  // while a window holds the keyboard
+  Subscription grabRequests_;  // while a window grabs the keyboard
 };
 
 }  // namespace tapeloop::qt

@@ -11,16 +11,17 @@
 #include <QtGui/QSurfaceFormat>
 
 #include "platform/qt/color.h"
-#include "platform/qt/window_shape.h"
 
 namespace tapeloop::qt {
-/// The native side: tells the view when it comes on screen and leaves, and moves with the pointer.
+
+/// The native window. Tells the view when it comes on screen and leaves, and can be moved by its
+/// background.
 class Window::Frame final : public QQuickWindow {
  public:
   std::shared_ptr<View> view;
   QPointer<QQuickItem> item;
   bool movable = false;
-  bool wanted = false;  // asked to the front and not closed since
+  bool wanted = false;  // brought to the front and not closed since
 
  protected:
   bool event(QEvent* event) override {
@@ -28,7 +29,7 @@ class Window::Frame final : public QQuickWindow {
     if (event->type() == QEvent::Show && view) view->onAppear();
     if (event->type() == QEvent::Hide && view) view->onDisappear();
     if (event->type() == QEvent::Close && event->isAccepted()) wanted = false;  // by the user
-    // Only now do the items have it: `mousePressEvent` comes before they do.
+    // After QQuickWindow::event, so that the items have had the press.
     if (event->type() == QEvent::MouseButtonPress && movable) moveUnlessTaken(*event);
     return handled;
   }
@@ -63,7 +64,7 @@ void Window::makeKeyAndOrderFront() {
   changed();
 }
 
-// This and the buttons are set again before each update cycle, and mostly change nothing.
+// Called before each update cycle, mostly with the same value.
 void Window::setMovableByWindowBackground(bool movable) {
   if (movable_ == movable) return;
   movable_ = movable;
@@ -78,7 +79,7 @@ void Window::setLevel(WindowLevel level) {
 void Window::setBackgroundColor(Color color) {
   frame_->setColor(toQt(color));
   if (color.alpha < 1) {
-    // An alpha channel is chosen when the native window is made.
+    // The native window gets an alpha channel only if the format asks for it before it is made.
     auto format = frame_->format();
     format.setAlphaBufferSize(8);
     frame_->setFormat(format);
@@ -152,12 +153,7 @@ void Window::changed() {
 }
 
 void Window::display() {
-  if (queued_) realize();
-}
-
-void Window::realize() {
-  queued_ = false;
-  if (!frame_->wanted) return;
+  if (!std::exchange(queued_, false) || !frame_->wanted) return;
   frame_->movable = movable_ && !ignoresMouseEvents_;
   if (frame_->flags() != flags()) frame_->setFlags(flags());
   fitContent();
@@ -173,7 +169,7 @@ void Window::fitContent() {
   QSize size(static_cast<int>(std::ceil(item_->implicitWidth())),
              static_cast<int>(std::ceil(item_->implicitHeight())));
   if (size.isEmpty()) return;
-  // What is beyond the screen is out of reach, and so would be a title bar around all of it.
+  // Limited to the screen; with a title bar to nine tenths of it, so that the bar fits, too.
   if (const QScreen* screen = frame_->screen()) {
     const double share = (mask_ & style_mask::titled) != 0 ? 0.9 : 1;
     size = size.boundedTo(screen->availableGeometry().size() * share);
@@ -181,14 +177,14 @@ void Window::fitContent() {
   const bool resizable = (mask_ & style_mask::resizable) != 0;
   frame_->setMinimumSize(size);
   if (!resizable) frame_->setMaximumSize(size);
-  // The user may have made it larger.
+  // A visible resizable window keeps the size that the user has given it.
   if (!resizable || !frame_->isVisible()) frame_->resize(size);
   item_->setSize(frame_->size());
 }
 
 void Window::place() {
   const auto* primary = QGuiApplication::primaryScreen();
-  // A window that is open stays where the user has put it.
+  // A visible window stays where the user has moved it.
   if (!frame_->isVisible()) {
     if (autosave_ && autosave_->restore()) return;
     if (centered_ && primary) {
@@ -197,8 +193,9 @@ void Window::place() {
     }
   }
   if (!topLeft_ || !primary) return;
-  // Points are pixels of the server; Qt scales a screen about its top-left corner. Where it does, a
-  // window grows about the middle that it would have, and stays within the screen.
+  // `topLeft_` is in pixels of the server, and Qt's coordinates are scaled by `ratio`. A window
+  // that is larger by that is placed so that its centre is where it would be unscaled, within the
+  // screen.
   const QRect area = primary->geometry();
   const double ratio = primary->devicePixelRatio();
   const auto placed = [ratio](double pixels, int size, int room) {
@@ -211,26 +208,21 @@ void Window::place() {
 }
 
 Qt::WindowFlags Window::flags() const {
+  const bool titled = (mask_ & style_mask::titled) != 0;
   const bool floating = level_ == WindowLevel::floating;
-  if (mask_ & style_mask::titled) {
-    Qt::WindowFlags flags = Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint;
-    const auto isHidden = [this](WindowButton button) {
-      return (hiddenButtons_ >> static_cast<unsigned>(button) & 1) != 0;
-    };
-    if (mask_ & style_mask::closable && !isHidden(WindowButton::close)) {
-      flags |= Qt::WindowCloseButtonHint;
-    }
-    if (mask_ & style_mask::miniaturizable && !isHidden(WindowButton::miniaturize)) {
-      flags |= Qt::WindowMinimizeButtonHint;
-    }
-    if (floating) flags |= Qt::WindowStaysOnTopHint;
-    if (ignoresMouseEvents_) flags |= Qt::WindowTransparentForInput;
-    return flags;
-  }
-  // A tool tip is none of the windows whose last one ends the program.
-  Qt::WindowFlags flags = Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus;
-  if (floating) flags |= Qt::WindowStaysOnTopHint | Qt::BypassWindowManagerHint;
-  if (ignoresMouseEvents_) flags |= Qt::WindowTransparentForInput;
+  const auto has = [&](StyleMask style, WindowButton button) {
+    return titled && (mask_ & style) != 0 &&
+           (hiddenButtons_ >> static_cast<unsigned>(button) & 1) == 0;
+  };
+  Qt::WindowFlags flags = Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint;
+  // Qt ends the program with its last open window, and does not count tool tips.
+  if (!titled) flags = Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus;
+  flags.setFlag(Qt::WindowCloseButtonHint, has(style_mask::closable, WindowButton::close));
+  flags.setFlag(Qt::WindowMinimizeButtonHint,
+                has(style_mask::miniaturizable, WindowButton::miniaturize));
+  flags.setFlag(Qt::WindowStaysOnTopHint, floating);
+  flags.setFlag(Qt::BypassWindowManagerHint, floating && !titled);
+  flags.setFlag(Qt::WindowTransparentForInput, ignoresMouseEvents_);
   return flags;
 }
 

@@ -5,6 +5,10 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>
 #include <QtCore/QPointer>
+#include <QtQuick/QQuickItem>
+#include <QtQuick/QQuickWindow>
+
+#include "platform/qt/window.h"
 
 namespace tapeloop::qt {
 namespace {
@@ -21,7 +25,7 @@ class AdoptedWindow final : public WindowChrome {
   }
   void setStandardWindowButtonHidden(WindowButton button, bool hidden) override {
     if (!window_ || button != WindowButton::zoom) return;
-    // Flags that are set make a new frame, even if they are the same.
+    // Setting flags makes the window manager draw the frame anew, even if they are the same.
     if (window_->flags().testFlag(Qt::WindowMaximizeButtonHint) == hidden) {
       window_->setFlag(Qt::WindowMaximizeButtonHint, !hidden);
     }
@@ -32,6 +36,13 @@ class AdoptedWindow final : public WindowChrome {
 };
 
 }  // namespace
+
+std::unique_ptr<QQuickItem> ViewRegistry::makeItem(const std::shared_ptr<View>& view) const {
+  if (!view) return nullptr;
+  const View& seen = *view;
+  const auto maker = makers_.find(typeid(seen));
+  return maker == makers_.end() ? nullptr : maker->second(view);
+}
 
 WindowSystem::~WindowSystem() {
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);

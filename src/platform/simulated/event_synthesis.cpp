@@ -14,7 +14,7 @@ class RecordedEventSynthesis::Session final : public PostingSession {
     const double time = state->runLoop->now();
     for (const MouseButton button : std::exchange(state->buttons, {})) {
       SyntheticEvent event;
-      event.type = button == MouseButton::left ? EventType::leftMouseUp : EventType::rightMouseUp;
+      event.type = typeOfButton(button, false);
       event.button = button;
       state->released.push_back({time, event});
     }
@@ -67,26 +67,17 @@ std::optional<SyntheticEvent> RecordedEventSynthesis::CGEventCreateScrollWheelEv
 
 void RecordedEventSynthesis::CGEventPost(TapLocation, const SyntheticEvent& event) {
   state_->posted.push_back({state_->runLoop->now(), event});
-  switch (event.type) {
-    case EventType::leftMouseDown:
-    case EventType::rightMouseDown:
-      state_->buttons.insert(event.button);
-      break;
-    case EventType::leftMouseUp:
-    case EventType::rightMouseUp:
-      state_->buttons.erase(event.button);
-      break;
-    case EventType::keyDown:
-      state_->keys.insert(event.keyCode);
-      break;
-    case EventType::keyUp:
-      state_->keys.erase(event.keyCode);
-      break;
-    case EventType::mouseMoved:
-    case EventType::leftMouseDragged:
-    case EventType::scrollWheel:
-      break;
-  }
+  const EventKind* const kind = kindOf(event.type);
+  const auto hold = [kind](auto& held, auto what) {
+    if (kind->goesDown) {
+      held.insert(what);
+    } else {
+      held.erase(what);
+    }
+  };
+  if (kind != nullptr && kind->eventClass == EventClass::button)
+    hold(state_->buttons, event.button);
+  if (kind != nullptr && kind->eventClass == EventClass::key) hold(state_->keys, event.keyCode);
 }
 
 std::shared_ptr<EventSynthesis::PostingSession> RecordedEventSynthesis::beginPosting() {

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "platform/clock.h"
 #include "platform/run_loop.h"
 #include "platform/timer_queue.h"
 

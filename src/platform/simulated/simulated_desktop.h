@@ -10,13 +10,24 @@
 #include "platform/simulated/defaults_store.h"
 #include "platform/simulated/event_synthesis.h"
 #include "platform/simulated/hotkey_service.h"
-#include "platform/simulated/input_monitor.h"
-#include "platform/simulated/keyboard.h"
+#include "platform/simulated/input.h"
 #include "platform/simulated/run_loop.h"
-#include "platform/simulated/trace.h"
 #include "platform/simulated/window_system.h"
 
 namespace tapeloop::simulated {
+
+/// Keeps the lines of the trace.
+class TraceLines final : public Trace {
+ public:
+  [[nodiscard]] const std::vector<std::string>& lines() const { return lines_; }
+  /// The lines since the last call.
+  std::vector<std::string> take() { return std::exchange(lines_, {}); }
+
+ private:
+  void write(std::string_view line) override { lines_.emplace_back(line); }
+
+  std::vector<std::string> lines_;
+};
 
 class GrantedPermission final : public Permission {
  public:

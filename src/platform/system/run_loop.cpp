@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -26,12 +27,6 @@ constexpr int hookRounds = 8;
 constexpr std::size_t eventsPerTurn = 64;
 constexpr std::uint64_t timerKey = 0;
 
-std::int64_t monotonicTime() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return now.tv_sec * nanosecondsPerSecond + now.tv_nsec;
-}
-
 FileDescriptor require(int descriptor, const char* what) {
   if (descriptor < 0) {
     std::perror(what);
@@ -41,6 +36,16 @@ FileDescriptor require(int descriptor, const char* what) {
 }
 
 }  // namespace
+
+std::int64_t monotonicNow() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return now.tv_sec * nanosecondsPerSecond + now.tv_nsec;
+}
+
+double SystemClock::date() const {
+  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
 
 /// The epoll set knows a descriptor once, whoever watches it. Entries are found by a key that is
 /// never used again, so that an event of a descriptor that was closed and opened anew within one
@@ -133,7 +138,7 @@ TimerRef EpollRunLoop::scheduledTimerWithTimeInterval(double interval, TimerRepe
 }
 
 void EpollRunLoop::takeTime() {
-  sample_ = monotonicTime();
+  sample_ = monotonicNow();
 }
 
 Watch EpollRunLoop::watch(int descriptor, std::function<void()> callback, Readiness readiness) {
@@ -155,7 +160,7 @@ Subscription EpollRunLoop::addBeforeWait(Hook hook) {
 }
 
 std::int64_t EpollRunLoop::sample() {
-  if (!sample_) sample_ = monotonicTime();
+  if (!sample_) sample_ = monotonicNow();
   return *sample_;
 }
 
@@ -185,7 +190,7 @@ void EpollRunLoop::turn(int timeout) {
   std::array<epoll_event, eventsPerTurn> events;
   const int count =
       epoll_wait(epoll_.get(), events.data(), static_cast<int>(events.size()), timeout);
-  sample_ = monotonicTime();
+  sample_ = monotonicNow();
   for (int i = 0; i < count; ++i) {
     if (events[i].data.u64 != timerKey) watches_->report(events[i].data.u64, events[i].events);
   }
@@ -199,7 +204,7 @@ void EpollRunLoop::fireTimers() {
   std::int64_t start = 0;
   for (int fired = 0; timers_.fireNext(now); ++fired) {
     if (fired % firingsBetweenClockReads != 0) continue;
-    const std::int64_t time = monotonicTime();
+    const std::int64_t time = monotonicNow();
     if (fired == 0) start = time;
     if (time - start >= timerBudget) break;
   }

@@ -5,11 +5,21 @@
 #include <memory>
 #include <optional>
 
+#include "platform/observable.h"
 #include "platform/run_loop.h"
-#include "platform/signal.h"
-#include "platform/system/file_descriptor.h"
+#include "platform/system/handles.h"
 
 namespace tapeloop::system {
+
+/// Nanoseconds on the clock of the timers. A local X server counts its milliseconds on the same
+/// one.
+[[nodiscard]] std::int64_t monotonicNow();
+
+/// The calendar time of the machine.
+class SystemClock final : public Clock {
+ public:
+  [[nodiscard]] double date() const override;
+};
 
 enum class Readiness : std::uint8_t { readable, writable };
 

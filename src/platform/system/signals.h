@@ -7,7 +7,7 @@
 
 #include <signal.h>
 
-#include "platform/system/file_descriptor.h"
+#include "platform/system/handles.h"
 #include "platform/system/run_loop.h"
 
 namespace tapeloop::system {

@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "platform/defaults_store.h"
-#include "platform/signal.h"
+#include "platform/observable.h"
 #include "platform/system/store_database.h"
 
 namespace tapeloop::system {

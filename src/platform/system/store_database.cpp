@@ -2,11 +2,15 @@
 
 #include <cerrno>
 #include <string>
+#include <system_error>
 #include <utility>
 
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/system/handles.h"
 #include "platform/system/signals.h"
 
 namespace tapeloop::system {
@@ -34,6 +38,62 @@ constexpr int knownForm = 0;
 constexpr const char* selectForm = "PRAGMA user_version";
 // What every store has.
 constexpr const char* selectColumns = "SELECT key, type, value FROM defaults";
+
+void syncFolder(const fs::path& folder) {
+  const FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (descriptor) ::fsync(descriptor.get());
+}
+
+/// Makes what is missing of the file and of the folders on the way to it, for the owner alone, and
+/// takes the rights of others from a file that is there. What goes wrong shows when the file is
+/// opened.
+void makePrivateFile(const fs::path& file) {
+  const fs::path folder = file.parent_path();
+  fs::path made;
+  for (const fs::path& part : folder) {
+    const fs::path parent = made;
+    made /= part;
+    if (::mkdir(made.c_str(), S_IRWXU) == 0) syncFolder(parent.empty() ? "." : parent);
+  }
+  // SQLite gives its log and its index the mode of the file.
+  const FileDescriptor created(
+      ::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  if (created) {
+    syncFolder(folder.empty() ? "." : folder);
+    return;
+  }
+  struct stat status {};
+  const bool isFile = ::stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+  if (isFile && (status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+    ::chmod(file.c_str(), status.st_mode & S_IRWXU);
+  }
+}
+
+/// The name under which SQLite reads a file that nobody writes to, in a folder where it may not
+/// make the files that the log mode needs. Nothing if a log was left behind: it belongs to the
+/// contents.
+std::optional<std::string> immutableName(const fs::path& file) {
+  std::error_code error;
+  const auto logSize = fs::file_size(file.string() + "-wal", error);
+  if (!error && logSize > 0) return std::nullopt;
+  std::string name = "file:";
+  for (const char c : file.string()) {
+    switch (c) {
+      case '%':
+        name += "%25";
+        break;
+      case '?':
+        name += "%3f";
+        break;
+      case '#':
+        name += "%23";
+        break;
+      default:
+        name += c;
+    }
+  }
+  return name + "?immutable=1";
+}
 
 StoreStatus statusOfSystemError(int error) {
   switch (error) {
@@ -140,6 +200,12 @@ Handle openForReading(const fs::path& file) {
 }
 
 }  // namespace
+
+std::optional<FileIdentity> identityOf(const fs::path& file) {
+  struct stat status {};
+  if (::stat(file.c_str(), &status) != 0) return std::nullopt;
+  return FileIdentity{status.st_dev, status.st_ino};
+}
 
 void SqliteClose::operator()(sqlite3* database) const {
   sqlite3_close(database);

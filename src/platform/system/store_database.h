@@ -1,18 +1,27 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string_view>
 
 #include "platform/defaults_store.h"
-#include "platform/system/store_file.h"
 
 struct sqlite3;
 struct sqlite3_stmt;
 
 namespace tapeloop::system {
+
+/// Tells a file from every other that exists at the same time, whatever its name is.
+struct FileIdentity {
+  std::uint64_t device = 0;
+  std::uint64_t number = 0;
+  friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
+};
+/// Nothing if there is no such file, or none that can be looked at.
+std::optional<FileIdentity> identityOf(const std::filesystem::path& file);
 
 struct SqliteClose {
   void operator()(sqlite3* database) const;

@@ -7,8 +7,8 @@
 
 #include <unistd.h>
 
-#include "platform/signal.h"
-#include "platform/system/file_descriptor.h"
+#include "platform/observable.h"
+#include "platform/system/handles.h"
 #include "platform/system/run_loop.h"
 #include "platform/trace.h"
 

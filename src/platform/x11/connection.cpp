@@ -13,9 +13,8 @@
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
 
-#include "platform/system/file_descriptor.h"
-#include "platform/x11/xcb_reply.h"
-#include "platform/x11/xcb_xkb.h"
+#include "platform/system/handles.h"
+#include "platform/x11/protocol.h"
 
 namespace tapeloop::x11 {
 namespace {

@@ -7,7 +7,7 @@
 
 #include <xcb/xcb.h>
 
-#include "platform/signal.h"
+#include "platform/observable.h"
 #include "platform/system/run_loop.h"
 
 namespace tapeloop::x11 {

@@ -5,19 +5,16 @@
 
 #include "platform/x11/connection.h"
 #include "platform/x11/event_synthesis.h"
-#include "platform/x11/grab_requests.h"
 #include "platform/x11/hotkey_service.h"
 #include "platform/x11/input_monitor.h"
 #include "platform/x11/key_grabs.h"
-#include "platform/x11/keyboard_layouts.h"
 #include "platform/x11/keyboard_map.h"
 #include "platform/x11/keyboard_state.h"
 #include "platform/x11/own_windows.h"
-#include "platform/x11/permission.h"
-#include "platform/x11/posted_keys.h"
-#include "platform/x11/raw_input.h"
+#include "platform/x11/record.h"
 #include "platform/x11/screens.h"
-#include "platform/x11/sound.h"
+#include "platform/x11/session.h"
+#include "platform/x11/xtest_devices.h"
 
 namespace tapeloop::x11 {
 

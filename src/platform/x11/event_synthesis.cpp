@@ -6,21 +6,13 @@
 
 #include <xcb/xcb.h>
 
-#include "platform/input_event.h"
+#include "platform/x11/buttons.h"
 
 namespace tapeloop::x11 {
 namespace {
 
-constexpr std::int64_t pixelsPerNotch = 10;
 // The server moves nothing for more notches than anyone could turn; it would only be kept busy.
 constexpr std::int64_t mostNotchesAtOnce = 1000;
-
-constexpr std::uint8_t leftButton = 1;
-constexpr std::uint8_t rightButton = 3;
-constexpr std::uint8_t wheelUp = 4;
-constexpr std::uint8_t wheelDown = 5;
-constexpr std::uint8_t wheelLeft = 6;
-constexpr std::uint8_t wheelRight = 7;
 
 std::int16_t toPixel(double value) {
   using Limits = std::numeric_limits<std::int16_t>;
@@ -93,24 +85,25 @@ std::optional<SyntheticEvent> X11EventSynthesis::CGEventCreateScrollWheelEvent2(
 }
 
 void X11EventSynthesis::CGEventPost(TapLocation, const SyntheticEvent& event) {
-  switch (event.type) {
-    case EventType::keyDown:
-    case EventType::keyUp:
-      postKey(event);
+  const EventKind* const kind = kindOf(event.type);
+  if (kind == nullptr) return;
+  switch (kind->eventClass) {
+    case EventClass::motion:
+    case EventClass::button:
+      postMouse(event, *kind);
       break;
-    case EventType::scrollWheel:
+    case EventClass::scroll:
       postScroll(event);
       break;
-    default:
-      postMouse(event);
+    case EventClass::key:
+      postKey(event, kind->goesDown);
       break;
   }
   xcb_flush(connection_.xcb());
 }
 
-void X11EventSynthesis::postMouse(const SyntheticEvent& event) {
-  const bool isMotion =
-      event.type == EventType::mouseMoved || event.type == EventType::leftMouseDragged;
+void X11EventSynthesis::postMouse(const SyntheticEvent& event, const EventKind& kind) {
+  const bool isMotion = kind.eventClass == EventClass::motion;
   const Pixel place = pixelOf(event.position);
   // The server reports a move even to where the pointer already is, and a recording holds no move
   // before each click.
@@ -118,22 +111,15 @@ void X11EventSynthesis::postMouse(const SyntheticEvent& event) {
     devices_.moveTo(place.x, place.y);
     pointer_.movedTo(place);
   }
-  const std::uint8_t button = event.button == MouseButton::right ? rightButton : leftButton;
-  switch (event.type) {
-    case EventType::leftMouseDown:
-    case EventType::rightMouseDown:
-      devices_.pressButton(button);
-      break;
-    case EventType::leftMouseUp:
-    case EventType::rightMouseUp:
-      devices_.releaseButton(button);
-      break;
-    default:
-      break;
+  if (isMotion) return;
+  if (kind.goesDown) {
+    devices_.pressButton(numberOf(event.button));
+  } else {
+    devices_.releaseButton(numberOf(event.button));
   }
 }
 
-void X11EventSynthesis::postKey(const SyntheticEvent& event) {
+void X11EventSynthesis::postKey(const SyntheticEvent& event, bool goesDown) {
   // The keyboard may have changed since the event was made.
   const auto keycode = keyboard_.keycodeOf(event.keyCode);
   if (!keycode) return;
@@ -146,7 +132,7 @@ void X11EventSynthesis::postKey(const SyntheticEvent& event) {
   state_.lockForPosting(keyboard_.realModifiersOf(modifier_flag::all) | numLock,
                         isKeypadKey ? modifiers | numLock : modifiers);
   grabs_.letThrough(*keycode, modifiers);
-  if (event.type == EventType::keyUp) {
+  if (!goesDown) {
     devices_.releaseKey(*keycode);
   } else {
     // A press of a key that is down is a repeat; the server ignores one unless the key comes up
@@ -159,8 +145,8 @@ void X11EventSynthesis::postKey(const SyntheticEvent& event) {
 }
 
 void X11EventSynthesis::postScroll(const SyntheticEvent& event) {
-  postNotches(pixelsUp_, event.wheel1, wheelUp, wheelDown);
-  postNotches(pixelsLeft_, event.wheel2, wheelLeft, wheelRight);
+  postNotches(pixelsUp_, event.wheel1, button_number::wheelUp, button_number::wheelDown);
+  postNotches(pixelsLeft_, event.wheel2, button_number::wheelLeft, button_number::wheelRight);
 }
 
 void X11EventSynthesis::postNotches(std::int64_t& pixels, std::int32_t added, std::uint8_t forward,

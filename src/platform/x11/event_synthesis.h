@@ -7,10 +7,8 @@
 #include "platform/x11/key_grabs.h"
 #include "platform/x11/keyboard_map.h"
 #include "platform/x11/keyboard_state.h"
-#include "platform/x11/pointer_tracker.h"
-#include "platform/x11/posted_keys.h"
 #include "platform/x11/screens.h"
-#include "platform/x11/test_devices.h"
+#include "platform/x11/xtest_devices.h"
 
 namespace tapeloop::x11 {
 
@@ -41,8 +39,8 @@ class X11EventSynthesis final : public EventSynthesis {
  private:
   class Session;
 
-  void postMouse(const SyntheticEvent& event);
-  void postKey(const SyntheticEvent& event);
+  void postMouse(const SyntheticEvent& event, const EventKind& kind);
+  void postKey(const SyntheticEvent& event, bool goesDown);
   void postScroll(const SyntheticEvent& event);
   void postNotches(std::int64_t& pixels, std::int32_t added, std::uint8_t forward,
                    std::uint8_t backward);

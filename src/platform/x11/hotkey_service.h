@@ -12,8 +12,8 @@
 #include "platform/x11/key_grabs.h"
 #include "platform/x11/keyboard_map.h"
 #include "platform/x11/keyboard_state.h"
-#include "platform/x11/posted_keys.h"
-#include "platform/x11/raw_input.h"
+#include "platform/x11/record.h"
+#include "platform/x11/xtest_devices.h"
 
 namespace tapeloop::x11 {
 

@@ -7,29 +7,16 @@
 #include <xcb/xcbext.h>
 #include <xcb/xinput.h>
 
-#include "platform/x11/monotonic_clock.h"
-#include "platform/x11/xcb_reply.h"
+#include "platform/x11/buttons.h"
+#include "platform/x11/protocol.h"
 
 namespace tapeloop::x11 {
 namespace {
 
-constexpr double pixelsPerNotch = 10;
 // Not every key that is announced is recorded; of old ones there is no use.
 constexpr std::size_t mostAnnouncedKeys = 4096;
 constexpr std::uint16_t heldButtons = XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_2 | XCB_BUTTON_MASK_3;
 
-enum Button : std::uint8_t {
-  left = 1,
-  right = 3,
-  wheelUp = 4,
-  wheelDown = 5,
-  wheelLeft = 6,
-  wheelRight = 7
-};
-
-constexpr bool isWheel(std::uint8_t button) {
-  return button >= wheelUp && button <= wheelRight;
-}
 constexpr bool isKey(std::uint8_t type) {
   return type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE;
 }
@@ -255,31 +242,23 @@ std::optional<InputEvent> X11InputMonitor::translate(const DeviceEvent& event, d
     case XCB_BUTTON_PRESS:
       if (isWheel(event.detail)) {
         result.type = EventType::scrollWheel;
-        if (event.detail == wheelUp) result.scrollingDeltaY = pixelsPerNotch;
-        if (event.detail == wheelDown) result.scrollingDeltaY = -pixelsPerNotch;
-        if (event.detail == wheelLeft) result.scrollingDeltaX = pixelsPerNotch;
-        if (event.detail == wheelRight) result.scrollingDeltaX = -pixelsPerNotch;
+        if (event.detail == button_number::wheelUp) result.scrollingDeltaY = pixelsPerNotch;
+        if (event.detail == button_number::wheelDown) result.scrollingDeltaY = -pixelsPerNotch;
+        if (event.detail == button_number::wheelLeft) result.scrollingDeltaX = pixelsPerNotch;
+        if (event.detail == button_number::wheelRight) result.scrollingDeltaX = -pixelsPerNotch;
         return result;
       }
-      result.clickCount = clicks_.press(event.detail, timestamp, event.x, event.y);
-      if (event.detail == left) {
-        result.type = EventType::leftMouseDown;
-      } else if (event.detail == right) {
-        result.type = EventType::rightMouseDown;
-      } else {
-        return std::nullopt;
-      }
+      [[fallthrough]];
+    case XCB_BUTTON_RELEASE: {
+      const bool goesDown = event.type == XCB_BUTTON_PRESS;
+      // Presses of other buttons count too: they end a row of clicks.
+      result.clickCount = goesDown ? clicks_.press(event.detail, timestamp, event.x, event.y)
+                                   : clicks_.release(event.detail);
+      const auto button = buttonWithNumber(event.detail);
+      if (!button) return std::nullopt;
+      result.type = typeOfButton(*button, goesDown);
       return result;
-    case XCB_BUTTON_RELEASE:
-      result.clickCount = clicks_.release(event.detail);
-      if (event.detail == left) {
-        result.type = EventType::leftMouseUp;
-      } else if (event.detail == right) {
-        result.type = EventType::rightMouseUp;
-      } else {
-        return std::nullopt;
-      }
-      return result;
+    }
     default:
       return std::nullopt;
   }
@@ -288,9 +267,8 @@ std::optional<InputEvent> X11InputMonitor::translate(const DeviceEvent& event, d
 void X11InputMonitor::deliver(const InputEvent& event) {
   // Handlers may add and remove monitors: new ones wait for the next event, and those that are gone
   // hear of nothing more.
-  const auto number = static_cast<unsigned>(event.type);
   for (const auto& monitor : std::vector(monitors_)) {
-    if (monitor->mask >> number & 1U) monitor->handler(&event);
+    if (admits(monitor->mask, event.type)) monitor->handler(&event);
   }
 }
 

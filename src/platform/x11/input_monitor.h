@@ -6,15 +6,12 @@
 #include <vector>
 
 #include "platform/input_monitor.h"
-#include "platform/x11/click_counter.h"
 #include "platform/x11/key_grabs.h"
 #include "platform/x11/keyboard_map.h"
 #include "platform/x11/own_windows.h"
-#include "platform/x11/raw_input.h"
-#include "platform/x11/record_stream.h"
-#include "platform/x11/recorded_keys.h"
+#include "platform/x11/record.h"
+#include "platform/x11/recorded_values.h"
 #include "platform/x11/screens.h"
-#include "platform/x11/server_time.h"
 
 namespace tapeloop::x11 {
 

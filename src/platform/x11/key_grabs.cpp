@@ -6,8 +6,7 @@
 #include <xcb/xcb.h>
 #include <xcb/xinput.h>
 
-#include "platform/x11/xcb_reply.h"
-#include "platform/x11/xcb_xkb.h"
+#include "platform/x11/protocol.h"
 
 namespace tapeloop::x11 {
 namespace {

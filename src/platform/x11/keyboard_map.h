@@ -5,15 +5,25 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <vector>
 
-#include "platform/signal.h"
+#include "platform/observable.h"
 #include "platform/x11/connection.h"
-#include "platform/x11/key_positions.h"
 
 struct xkb_keymap;
 
 namespace tapeloop::x11 {
+
+/// A key code that stands for an X keycode and no place: of a key that has no virtual key code of
+/// its own, or of one of the keypad that is posted without Num Lock.
+constexpr std::uint16_t keyCodeWithoutPlace(std::uint8_t keycode) {
+  return static_cast<std::uint16_t>(0x100 + keycode);
+}
+
+/// The virtual key code of the place on the keyboard that the XKB key name (such as "AC01") stands
+/// for.
+std::optional<std::uint16_t> virtualKeyCode(std::string_view xkbKeyName);
 
 /// What the server's keys and modifier bits mean, kept up with changes of the keyboard map. "Real
 /// modifiers" are the eight bits of a core event's state. Main thread only.

@@ -4,7 +4,7 @@
 
 #include <xcb/xcb.h>
 
-#include "platform/x11/xcb_reply.h"
+#include "platform/x11/protocol.h"
 
 namespace tapeloop::x11 {
 

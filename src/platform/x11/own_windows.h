@@ -5,7 +5,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "platform/geometry.h"
+#include "platform/screens.h"
 #include "platform/x11/connection.h"
 
 namespace tapeloop::x11 {
