@@ -76,14 +76,14 @@ class LossNotice {
 
 /// `client` is the base of the identifiers of Qt's own resources.
 qt::NativeKeyboard nativeKeyboard(x11::Desktop& x, std::uint32_t client) {
-  return {[&x](std::uint8_t keycode) { return x.keyboard.keyCodeOf(keycode); },
+  return {[&x](std::uint8_t keycode) { return x.keyboard.virtualKey(keycode); },
           [&x](std::uint16_t state) {
             const bool isAnyUnnamed = x.keyboard.unnamedModifiers(state) != 0;
             return x.keyboard.flagsOf(state) | (isAnyUnnamed ? modifier_flag::unnamed : 0);
           },
           [&x](std::uint8_t keycode) { return x.keyboard.isModifierKey(keycode); },
           [&x, client](std::function<void()> callback) {
-            return x.grabRequests.watch(client, std::move(callback));
+            return x11::onGrabRequest(*x.connection, x.keyboard, client, std::move(callback));
           }};
 }
 

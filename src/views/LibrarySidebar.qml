@@ -52,7 +52,7 @@ Item {
             onCountChanged: if (currentIndex < 0 && count > 0)
                 currentIndex = 0
             clip: true
-            reuseItems: true
+            // `reuseItems` stays off: with Qt 6.8 screen readers don't find a row that was reused.
             // The pointer drags rows; the list scrolls with the wheel and the bar.
             interactive: false
             boundsBehavior: Flickable.StopAtBounds

@@ -30,16 +30,9 @@ FocusScope {
     Accessible.role: Accessible.ListItem
     Accessible.name: recordingName
     Component.onCompleted: rows.appear(index)
-    ListView.onReused: {
-        visible = true;
-        rows.appear(index);
-    }
-    // The pointer leaves the row, not the item, which will be another row.
-    ListView.onPooled: {
-        visible = false;
-        field.focus = false;
-        rows.leave(index);
-    }
+    // A row that was scrolled out of sight is destroyed without the pointer having left it.
+    Component.onDestruction: if (rows)
+        rows.leave(index)
     Keys.onMenuPressed: menu.popup(root, 20, 20)
 
     Drag.dragType: Drag.Automatic

@@ -24,11 +24,11 @@ const xcb_query_extension_reply_t* find(xcb_connection_t* xcb, xcb_extension_t& 
   return data != nullptr && data->present != 0 ? data : nullptr;
 }
 
-/// The library writes a server's reason for a refusal to standard error, and nowhere else: this
-/// takes what is written there while it lives.
-class TakenStandardError {
+/// Reads what is written to standard error while this lives: libxcb writes the reason of a refused
+/// connection there and nowhere else.
+class CapturedStandardError {
  public:
-  TakenStandardError() {
+  CapturedStandardError() {
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) return;
     reader_ = system::FileDescriptor(ends[0]);
@@ -36,9 +36,9 @@ class TakenStandardError {
     before_ = system::FileDescriptor(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0));
     if (before_) dup2(writer.get(), STDERR_FILENO);
   }
-  TakenStandardError(const TakenStandardError&) = delete;
-  TakenStandardError& operator=(const TakenStandardError&) = delete;
-  ~TakenStandardError() {
+  CapturedStandardError(const CapturedStandardError&) = delete;
+  CapturedStandardError& operator=(const CapturedStandardError&) = delete;
+  ~CapturedStandardError() {
     if (before_) dup2(before_.get(), STDERR_FILENO);
   }
   /// The first line so far.
@@ -54,7 +54,7 @@ class TakenStandardError {
   system::FileDescriptor before_;
 };
 
-/// `reason` may be empty.
+/// One sentence for the user. `reason` may be empty.
 std::string refusal(const std::string& displayName, std::string reason) {
   const char* const named = displayName.empty() ? std::getenv("DISPLAY") : displayName.c_str();
   if (!named || *named == '\0') return "Tapeloop needs an X display, and DISPLAY names none.";
@@ -78,9 +78,9 @@ std::unique_ptr<Connection> Connection::open(system::EpollRunLoop& runLoop,
   std::string reason;
   xcb_connection_t* xcb = nullptr;
   {
-    const TakenStandardError taken;
+    const CapturedStandardError captured;
     xcb = xcb_connect(displayName.empty() ? nullptr : displayName.c_str(), &screenNumber);
-    reason = taken.line();
+    reason = captured.line();
   }
   if (xcb_connection_has_error(xcb) != 0) {
     xcb_disconnect(xcb);
@@ -95,12 +95,13 @@ Connection::Connection(system::EpollRunLoop& runLoop, std::string displayName,
                        xcb_connection_t* xcb, std::uint32_t root)
     : runLoop_(runLoop), displayName_(std::move(displayName)), xcb_(xcb), root_(root) {
   queryExtensions();
-  // Changes of the root window and of the windows on it; a client has one mask for all of them.
+  // Changes of the root window and of its children. The server keeps one mask for a client and
+  // window, so what the screens and the own windows listen for is selected here together.
   const std::uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
   xcb_change_window_attributes(xcb_, root_, XCB_CW_EVENT_MASK, &mask);
   watch_ = runLoop_.watch(xcb_get_file_descriptor(xcb_), [this] { drain(); });
-  // A request that waited for its reply may have read events too: they are in memory, and nothing
-  // would wake the loop for them.
+  // Waiting for a reply may have read events too. They are in libxcb's queue, where the descriptor
+  // does not show them.
   beforeWait_ = runLoop_.addBeforeWait([this] {
     const bool handled = drain();
     xcb_flush(xcb_);
@@ -111,8 +112,8 @@ Connection::Connection(system::EpollRunLoop& runLoop, std::string displayName,
 Connection::~Connection() {
   beforeWait_.reset();
   watch_ = {};
-  // The server drops what a client has sent and it has not read yet when it fails to write to it:
-  // the last releases of keys have to be read before the connection is closed.
+  // X.Org drops unread requests of a client when writing to it fails, as it does after a
+  // disconnection: without a round trip the last posted releases of keys could be lost.
   roundTrip();
   xcb_disconnect(xcb_);
 }
@@ -125,35 +126,43 @@ void Connection::queryExtensions() {
   extensions_.record = find(xcb_, xcb_record_id) != nullptr;
   extensions_.xtest = find(xcb_, xcb_test_id) != nullptr;
   if (const auto* data = find(xcb_, xcb_xkb_id)) {
-    const auto reply =
-        own(xcb_xkb_use_extension_reply(xcb_, xcb_xkb_use_extension(xcb_, 1, 0), nullptr));
-    extensions_.xkb = reply && reply->supported != 0;
+    const auto answer = reply(xcb_xkb_use_extension_reply, xcb_xkb_use_extension(xcb_, 1, 0));
+    extensions_.xkb = answer && answer->supported != 0;
     extensions_.xkbOpcode = data->major_opcode;
     extensions_.xkbFirstEvent = data->first_event;
   }
   if (const auto* data = find(xcb_, xcb_input_id)) {
-    const auto reply = own(
-        xcb_input_xi_query_version_reply(xcb_, xcb_input_xi_query_version(xcb_, 2, 1), nullptr));
-    extensions_.xinput = reply && reply->major_version >= 2;
+    const auto answer =
+        reply(xcb_input_xi_query_version_reply, xcb_input_xi_query_version(xcb_, 2, 1));
+    extensions_.xinput = answer && answer->major_version >= 2;
     extensions_.xinputOpcode = data->major_opcode;
   }
   if (const auto* data = find(xcb_, xcb_randr_id)) {
-    const auto reply =
-        own(xcb_randr_query_version_reply(xcb_, xcb_randr_query_version(xcb_, 1, 5), nullptr));
-    extensions_.randr = reply && (reply->major_version > 1 || reply->minor_version >= 5);
+    const auto answer = reply(xcb_randr_query_version_reply, xcb_randr_query_version(xcb_, 1, 5));
+    extensions_.randr = answer && (answer->major_version > 1 || answer->minor_version >= 5);
     extensions_.randrFirstEvent = data->first_event;
   }
 }
 
-bool Connection::isLost() const {
-  return xcb_connection_has_error(xcb_) != 0;
+std::uint32_t Connection::atom(const std::string& name) const {
+  const auto length = static_cast<std::uint16_t>(name.size());
+  const auto answer = reply(xcb_intern_atom_reply, xcb_intern_atom(xcb_, 0, length, name.c_str()));
+  return answer ? answer->atom : static_cast<std::uint32_t>(XCB_ATOM_NONE);
 }
 
-std::uint32_t Connection::atom(const std::string& name) const {
-  const auto reply = own(xcb_intern_atom_reply(
-      xcb_, xcb_intern_atom(xcb_, 0, static_cast<std::uint16_t>(name.size()), name.c_str()),
-      nullptr));
-  return reply ? reply->atom : static_cast<std::uint32_t>(XCB_ATOM_NONE);
+std::vector<InputDevice> Connection::inputDevices() const {
+  std::vector<InputDevice> devices;
+  if (!extensions_.xinput) return devices;
+  const auto answer =
+      reply(xcb_input_xi_query_device_reply, xcb_input_xi_query_device(xcb_, XCB_INPUT_DEVICE_ALL));
+  if (!answer) return devices;
+  for (auto i = xcb_input_xi_query_device_infos_iterator(answer.get()); i.rem > 0;
+       xcb_input_xi_device_info_next(&i)) {
+    devices.push_back({i.data->deviceid,
+                       i.data->type,
+                       {xcb_input_xi_device_info_name(i.data), i.data->name_len}});
+  }
+  return devices;
 }
 
 void Connection::catchUp() {
@@ -161,11 +170,8 @@ void Connection::catchUp() {
   drain();
 }
 
-void Connection::roundTrip() const {
-  own(xcb_get_input_focus_reply(xcb_, xcb_get_input_focus(xcb_), nullptr));
-}
-
-// What comes in meanwhile waits for the next turn, so that a flood keeps nobody else waiting.
+// Events that arrive meanwhile wait for the next turn of the loop, so that a flood of them does not
+// hold up the timers.
 bool Connection::drain() {
   bool handled = false;
   for (auto event = own(xcb_poll_for_event(xcb_)); event;
@@ -174,14 +180,11 @@ bool Connection::drain() {
     event_(*event);
   }
   drained_();
-  if (isLost()) noticeLoss();
+  if (isLost() && !std::exchange(isLossNotified_, true)) {
+    watch_ = {};
+    lost_();
+  }
   return handled;
-}
-
-void Connection::noticeLoss() {
-  if (std::exchange(lossNoticed_, true)) return;
-  watch_ = {};
-  lost_();
 }
 
 }  // namespace tapeloop::x11

@@ -4,15 +4,15 @@
 #include <functional>
 #include <memory>
 #include <string>
-
-#include <xcb/xcb.h>
+#include <vector>
 
 #include "platform/observable.h"
 #include "platform/system/run_loop.h"
+#include "platform/x11/protocol.h"
 
 namespace tapeloop::x11 {
 
-/// What of the server's extensions is there, and the numbers under which their events come.
+/// Which extensions the server has, and the numbers of their requests and first events.
 struct Extensions {
   bool record = false;
   bool xtest = false;
@@ -25,12 +25,18 @@ struct Extensions {
   std::uint8_t randrFirstEvent = 0;
 };
 
-/// The control connection to the X server: all requests but those that feed a recording stream, and
-/// the events that come back. Its descriptor is in the run loop. Main thread only.
+struct InputDevice {
+  std::uint16_t id = 0;
+  std::uint16_t type = 0;  ///< XCB_INPUT_DEVICE_TYPE_...
+  std::string name;
+};
+
+/// The connection to the X server that carries all requests and their events. RECORD streams have
+/// connections of their own. Its descriptor is watched by the run loop.
 class Connection {
  public:
-  /// An empty `displayName` means the one of the environment. Null on failure, with one sentence
-  /// for the user in `error`. `runLoop` outlives the connection.
+  /// An empty `displayName` stands for the variable DISPLAY. Null on failure, with one sentence for
+  /// the user in `error`.
   static std::unique_ptr<Connection> open(system::EpollRunLoop& runLoop,
                                           const std::string& displayName, std::string& error);
   Connection(const Connection&) = delete;
@@ -43,15 +49,25 @@ class Connection {
   [[nodiscard]] const Extensions& extensions() const { return extensions_; }
   [[nodiscard]] system::EpollRunLoop& runLoop() const { return runLoop_; }
   /// The server is gone: requests are ignored and replies are null from then on.
-  [[nodiscard]] bool isLost() const;
+  [[nodiscard]] bool isLost() const { return xcb_connection_has_error(xcb_) != 0; }
 
-  /// Hands out every event that the server sent before it got this request. Waits for its answer.
+  /// Waits for the reply to a request: `reply(xcb_get_geometry_reply, xcb_get_geometry(...))`.
+  template <typename Reply, typename Cookie>
+  XcbPtr<Reply> reply(Reply* (*wait)(xcb_connection_t*, Cookie, xcb_generic_error_t**),
+                      Cookie cookie) const {
+    return own(wait(xcb_, cookie, nullptr));
+  }
+  /// Waits until the server has executed every request so far.
+  void roundTrip() const { reply(xcb_get_input_focus_reply, xcb_get_input_focus(xcb_)); }
+  /// The same, and hands out the events that it sent until then.
   void catchUp();
 
   /// Zero when the atom can't be made.
   [[nodiscard]] std::uint32_t atom(const std::string& name) const;
+  /// Asks the server. Empty without XInput 2.
+  [[nodiscard]] std::vector<InputDevice> inputDevices() const;
 
-  /// Every event of the connection, in order; each listener picks what it knows.
+  /// Every event of the connection, in order.
   Subscription onEvent(std::function<void(const xcb_generic_event_t&)> callback) {
     return event_.connect(std::move(callback));
   }
@@ -59,16 +75,14 @@ class Connection {
   Subscription onDrained(std::function<void()> callback) {
     return drained_.connect(std::move(callback));
   }
-  /// Once, from the run loop.
+  /// The connection was lost. Called once, from the run loop.
   Subscription onLost(std::function<void()> callback) { return lost_.connect(std::move(callback)); }
 
  private:
   Connection(system::EpollRunLoop& runLoop, std::string displayName, xcb_connection_t* xcb,
              std::uint32_t root);
   void queryExtensions();
-  void roundTrip() const;
   bool drain();
-  void noticeLoss();
 
   system::EpollRunLoop& runLoop_;
   const std::string displayName_;
@@ -78,7 +92,7 @@ class Connection {
   Signal<const xcb_generic_event_t&> event_;
   Signal<> drained_;
   Signal<> lost_;
-  bool lossNoticed_ = false;
+  bool isLossNotified_ = false;
   system::Watch watch_;
   Subscription beforeWait_;
 };

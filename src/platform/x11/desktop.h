@@ -26,18 +26,17 @@ struct Desktop {
 
   const std::unique_ptr<Connection> connection;
   KeyboardMap keyboard{*connection};
-  KeyboardState keyboardState{*connection};
+  KeyboardState keyboardState{*connection, keyboard};
   RawInput raw{*connection};
-  PostedKeys postedKeys;
+  XtestDevices xtestDevices{*connection};
   X11Screens screens{*connection};
   OwnWindows ownWindows{*connection};
   KeyGrabs grabs{*connection, keyboard};
   X11InputMonitor inputMonitor{*connection, keyboard, screens, ownWindows, raw, grabs};
-  X11EventSynthesis eventSynthesis{*connection, keyboard,   keyboardState,
-                                   screens,     postedKeys, grabs};
-  X11HotKeyService hotKeys{*connection, keyboard, keyboardState, raw, postedKeys, grabs};
+  X11EventSynthesis eventSynthesis{*connection, keyboard,     keyboardState,
+                                   screens,     xtestDevices, grabs};
+  X11HotKeyService hotKeys{*connection, keyboard, keyboardState, raw, xtestDevices, grabs};
   X11KeyboardLayouts keyboardLayouts{keyboard, keyboardState};
-  GrabRequests grabRequests{*connection, keyboard};
   X11Permission permission{*connection};
   X11Sound sound{*connection};
 };

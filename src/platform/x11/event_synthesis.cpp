@@ -11,7 +11,7 @@
 namespace tapeloop::x11 {
 namespace {
 
-// The server moves nothing for more notches than anyone could turn; it would only be kept busy.
+// More would only keep the server busy: nobody turns a wheel as far as this.
 constexpr std::int64_t mostNotchesAtOnce = 1000;
 
 std::int16_t toPixel(double value) {
@@ -22,7 +22,7 @@ std::int16_t toPixel(double value) {
 
 }  // namespace
 
-// Names its service while that exists.
+// May outlive its service, which then detaches it.
 class X11EventSynthesis::Session final : public PostingSession {
  public:
   explicit Session(X11EventSynthesis& service) : service_(&service) {}
@@ -39,13 +39,13 @@ class X11EventSynthesis::Session final : public PostingSession {
 
 X11EventSynthesis::X11EventSynthesis(Connection& connection, const KeyboardMap& keyboard,
                                      KeyboardState& state, const X11Screens& screens,
-                                     PostedKeys& posted, KeyGrabs& grabs)
+                                     XtestDevices& devices, KeyGrabs& grabs)
     : connection_(connection),
       keyboard_(keyboard),
       state_(state),
       screens_(screens),
+      devices_(devices),
       grabs_(grabs),
-      devices_(connection, posted),
       pointer_(connection) {}
 
 X11EventSynthesis::~X11EventSynthesis() {
@@ -68,7 +68,7 @@ std::optional<SyntheticEvent> X11EventSynthesis::CGEventCreateMouseEvent(EventTy
 
 std::optional<SyntheticEvent> X11EventSynthesis::CGEventCreateKeyboardEvent(std::uint16_t keyCode,
                                                                             bool keyDown) {
-  if (!keyboard_.keycodeOf(keyCode)) return std::nullopt;
+  if (!keyboard_.xKeycode(keyCode)) return std::nullopt;
   SyntheticEvent event;
   event.type = keyDown ? EventType::keyDown : EventType::keyUp;
   event.keyCode = keyCode;
@@ -104,9 +104,10 @@ void X11EventSynthesis::CGEventPost(TapLocation, const SyntheticEvent& event) {
 
 void X11EventSynthesis::postMouse(const SyntheticEvent& event, const EventKind& kind) {
   const bool isMotion = kind.eventClass == EventClass::motion;
-  const Pixel place = pixelOf(event.position);
-  // The server reports a move even to where the pointer already is, and a recording holds no move
-  // before each click.
+  const Point pixel = screens_.toRoot(event.position);
+  const Pixel place{toPixel(pixel.x), toPixel(pixel.y)};
+  // The server reports a move even to where the pointer is already. A click was recorded without a
+  // move before it.
   if (isMotion || !pointer_.isAt(place)) {
     devices_.moveTo(place.x, place.y);
     pointer_.movedTo(place);
@@ -121,26 +122,26 @@ void X11EventSynthesis::postMouse(const SyntheticEvent& event, const EventKind& 
 
 void X11EventSynthesis::postKey(const SyntheticEvent& event, bool goesDown) {
   // The keyboard may have changed since the event was made.
-  const auto keycode = keyboard_.keycodeOf(event.keyCode);
+  const auto keycode = keyboard_.xKeycode(event.keyCode);
   if (!keycode) return;
   const std::uint8_t modifiers = keyboard_.realModifiersOf(event.flags);
-  // Modifiers that no flag stands for stay as they are, but for Num Lock where it decides what the
-  // key does.
+  // Modifiers without a flag stay as they are, except Num Lock for a key that depends on it: a key
+  // of the keypad that is recorded by its place was used with Num Lock.
   const std::uint8_t numLock =
       keyboard_.dependsOnNumLock(*keycode) ? keyboard_.numLockModifier() : std::uint8_t{0};
-  const bool isKeypadKey = event.keyCode != keyCodeWithoutPlace(*keycode);
+  const bool isKeypadKey = event.keyCode != virtualKeyWithoutPlace(*keycode);
   state_.lockForPosting(keyboard_.realModifiersOf(modifier_flag::all) | numLock,
                         isKeypadKey ? modifiers | numLock : modifiers);
-  grabs_.letThrough(*keycode, modifiers);
+  grabs_.beginPosting(*keycode, modifiers);
   if (!goesDown) {
     devices_.releaseKey(*keycode);
   } else {
-    // A press of a key that is down is a repeat; the server ignores one unless the key comes up
-    // before it, which is what clients see of an ordinary repeat too.
+    // The server ignores a press of a key that is down. So a recorded repeat is posted as a release
+    // and a press, as which clients see the repeats of a keyboard, too.
     if (devices_.isKeyDown(*keycode)) devices_.releaseKey(*keycode);
     devices_.pressKey(*keycode);
   }
-  grabs_.closeAgain();
+  grabs_.endPosting();
   state_.unlockAfterPosting();
 }
 
@@ -159,11 +160,6 @@ void X11EventSynthesis::postNotches(std::int64_t& pixels, std::int32_t added, st
     devices_.pressButton(button);
     devices_.releaseButton(button);
   }
-}
-
-Pixel X11EventSynthesis::pixelOf(Point position) const {
-  const Point pixel = screens_.toRoot(position);
-  return {toPixel(pixel.x), toPixel(pixel.y)};
 }
 
 std::shared_ptr<EventSynthesis::PostingSession> X11EventSynthesis::beginPosting() {

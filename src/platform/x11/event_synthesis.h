@@ -12,13 +12,12 @@
 
 namespace tapeloop::x11 {
 
-/// Event synthesis through the XTEST extension. Every event is on its way to the server when
-/// `CGEventPost` returns. Main thread only.
+/// Event synthesis through the XTEST extension. Every event has been sent to the server when
+/// `CGEventPost` returns.
 class X11EventSynthesis final : public EventSynthesis {
  public:
-  /// Releases what a run that was killed has left pressed. What is handed in outlives the service.
   X11EventSynthesis(Connection& connection, const KeyboardMap& keyboard, KeyboardState& state,
-                    const X11Screens& screens, PostedKeys& posted, KeyGrabs& grabs);
+                    const X11Screens& screens, XtestDevices& devices, KeyGrabs& grabs);
   X11EventSynthesis(const X11EventSynthesis&) = delete;
   X11EventSynthesis& operator=(const X11EventSynthesis&) = delete;
   /// Ends all sessions.
@@ -44,18 +43,17 @@ class X11EventSynthesis final : public EventSynthesis {
   void postScroll(const SyntheticEvent& event);
   void postNotches(std::int64_t& pixels, std::int32_t added, std::uint8_t forward,
                    std::uint8_t backward);
-  [[nodiscard]] Pixel pixelOf(Point position) const;
   void endPosting();
 
   Connection& connection_;
   const KeyboardMap& keyboard_;
   KeyboardState& state_;
   const X11Screens& screens_;
+  XtestDevices& devices_;
   KeyGrabs& grabs_;
-  TestDevices devices_;
   PointerTracker pointer_;
   std::weak_ptr<Session> session_;
-  // Pixels that have not made up a notch yet.
+  // Scrolled pixels that are less than a notch.
   std::int64_t pixelsUp_ = 0;
   std::int64_t pixelsLeft_ = 0;
 };

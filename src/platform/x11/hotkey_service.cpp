@@ -27,29 +27,29 @@ constexpr std::array<Modifier, 4> modifiersOfHotKeys{{{cmdKey, modifier_flag::co
 }  // namespace
 
 X11HotKeyService::X11HotKeyService(Connection& connection, KeyboardMap& keyboard,
-                                   KeyboardState& state, RawInput& input, PostedKeys& posted,
+                                   KeyboardState& state, RawInput& input, XtestDevices& devices,
                                    KeyGrabs& grabs)
     : connection_(connection),
       keyboard_(keyboard),
       state_(state),
-      posted_(posted),
+      devices_(devices),
       grabs_(grabs),
-      keys_(input.onKey([this](const RawEvent& event) {
-        if (posted_.isPosted(event.sequence, event.detail)) return;
+      keys_(input.onRawEvent([this](const RawEvent& event) {
+        if (event.type > XCB_INPUT_RAW_KEY_RELEASE) return;
+        if (devices_.isPosted(event.sequence, event.detail)) return;
         if (event.type == XCB_INPUT_RAW_KEY_PRESS) {
           keyWentDown(event.detail);
         } else {
           keyWentUp(event.detail);
         }
       })),
-      modifiers_(state.onModifiers([this] { releaseThoseThatAreUp(); })),
-      keyboardChanged_(keyboard.onChange([this] { followKeyboard(); })),
-      layoutChanged_(state.onGroup([this] { followKeyboard(); })),
+      modifiers_(state.onModifiers([this] { releaseHotKeys(); })),
+      layout_(state.onLayout([this] { followKeyboard(); })),
       events_(connection.onEvent([this](const xcb_generic_event_t& event) { handle(event); })),
       beforeWait_(connection.runLoop().addBeforeWait([this] {
-        if (happenings_.empty()) return false;
+        if (pending_.empty()) return false;
         dispatchFirst();
-        return !happenings_.empty();
+        return !pending_.empty();
       })) {}
 
 X11HotKeyService::~X11HotKeyService() {
@@ -67,15 +67,15 @@ std::vector<KeyCombination> X11HotKeyService::combinationsOf(std::uint32_t keyCo
   for (const auto& [bit, flag] : modifiersOfHotKeys) {
     if ((modifiers & bit) == 0) continue;
     const std::uint8_t real = keyboard_.realModifiersOf(flag);
-    // Without the modifier it would be another combination.
+    // The keyboard has no such modifier, and without it the hotkey would be another combination.
     if (real == 0) return {};
     realModifiers |= real;
   }
   std::vector<KeyCombination> combinations;
-  const auto place = keyboard_.keycodeOf(static_cast<std::uint16_t>(keyCode));
+  const auto place = keyboard_.xKeycode(static_cast<std::uint16_t>(keyCode));
   if (place) combinations.push_back({*place, realModifiers});
   if (keyCode == escapeKeyCode) {
-    for (const std::uint8_t keycode : keyboard_.keycodesWritingEscape(state_.group())) {
+    for (const std::uint8_t keycode : keyboard_.xKeycodesOfEscape(state_.group())) {
       if (keycode != place) combinations.push_back({keycode, realModifiers});
     }
   }
@@ -143,7 +143,7 @@ std::list<X11HotKeyService::HotKey>::iterator X11HotKeyService::find(EventHotKey
                       [hotKey](const HotKey& each) { return each.ref == hotKey; });
 }
 
-// What another program has is tried again each time.
+// Combinations that another program had are tried again.
 void X11HotKeyService::renewGrabs() {
   std::vector<KeyCombination> wanted;
   for (const auto& hotKey : hotKeys_) {
@@ -153,8 +153,8 @@ void X11HotKeyService::renewGrabs() {
   grabs_.keep(wanted);
 }
 
-// The same places on the keyboard may have other numbers now, the modifiers other bits, and other
-// keys may write Escape.
+// In another layout a place may have another keycode and a modifier another bit, and other keys may
+// write Escape.
 void X11HotKeyService::followKeyboard() {
   for (auto& hotKey : hotKeys_) {
     auto combinations = combinationsOf(hotKey.keyCode, hotKey.modifiers);
@@ -165,12 +165,13 @@ void X11HotKeyService::followKeyboard() {
   renewGrabs();
 }
 
-// While a key of ours is down the server sends every key here, and no raw events of them.
+// While a grabbed key is held down the server sends every key to this program as a core event, and
+// no raw events.
 void X11HotKeyService::handle(const xcb_generic_event_t& event) {
-  const auto type = event.response_type & 0x7f;
+  const auto type = eventCode(event);
   if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) return;
-  const auto keycode = reinterpret_cast<const xcb_key_press_event_t&>(event).detail;
-  if (posted_.isPosted(event.full_sequence, keycode)) return;
+  const auto keycode = as<xcb_key_press_event_t>(event).detail;
+  if (devices_.isPosted(event.full_sequence, keycode)) return;
   if (type == XCB_KEY_RELEASE) {
     keyWentUp(keycode);
   } else if (!keysDown_[keycode]) {
@@ -189,7 +190,7 @@ void X11HotKeyService::keyWentDown(std::uint8_t keycode) {
     if (hotKey.claim == HotKeyClaim::take && !grabs_.has(pressed)) continue;
     hotKey.down = pressed;
     hotKey.keyIsUp = false;
-    happenings_.push_back({hotKey.ref, kEventHotKeyPressed});
+    pending_.push_back({hotKey.ref, kEventHotKeyPressed});
   }
 }
 
@@ -198,31 +199,31 @@ void X11HotKeyService::keyWentUp(std::uint8_t keycode) {
   for (auto& hotKey : hotKeys_) {
     if (hotKey.down && hotKey.down->keycode == keycode) hotKey.keyIsUp = true;
   }
-  releaseThoseThatAreUp();
+  releaseHotKeys();
 }
 
-void X11HotKeyService::releaseThoseThatAreUp() {
+void X11HotKeyService::releaseHotKeys() {
   for (auto& hotKey : hotKeys_) {
     if (!hotKey.down || !hotKey.keyIsUp) continue;
     if ((state_.heldModifiers() & hotKey.down->modifiers) != 0) continue;
     hotKey.down.reset();
-    happenings_.push_back({hotKey.ref, kEventHotKeyReleased});
+    pending_.push_back({hotKey.ref, kEventHotKeyReleased});
   }
 }
 
 void X11HotKeyService::catchUp() {
   connection_.catchUp();
-  while (!happenings_.empty()) dispatchFirst();
+  while (!pending_.empty()) dispatchFirst();
 }
 
 void X11HotKeyService::dispatchFirst() {
-  const Happening happening = happenings_.front();
-  happenings_.pop_front();
-  const auto hotKey = find(happening.hotKey);
-  if (hotKey != hotKeys_.end()) send({happening.kind, hotKey->id});
+  const PendingEvent event = pending_.front();
+  pending_.pop_front();
+  const auto hotKey = find(event.hotKey);
+  if (hotKey != hotKeys_.end()) send({event.kind, hotKey->id});
 }
 
-// What is removed leaves its place empty, so an index stays good while a handler runs.
+// A removed handler leaves an empty entry, so that indices stay valid while a handler runs.
 void X11HotKeyService::send(const HotKeyEvent& event) {
   for (std::size_t i = handlers_.size(); i-- > 0;) {
     const bool asked = std::any_of(

@@ -17,14 +17,13 @@
 
 namespace tapeloop::x11 {
 
-/// Hotkeys that are seen through raw events, which tell of every key whoever has the keyboard, and
-/// kept from other programs by grabs. Handlers run from the loop and never while another event is
-/// handed out; after each the loop turns to whatever else waits. Main thread only.
+/// Sees hotkeys through raw events, which come for every key whoever has the keyboard, and keeps
+/// them from other programs by passive grabs. Handlers run from a hook of the run loop, one in each
+/// round of the hooks, and never while another event is handed out.
 class X11HotKeyService final : public HotKeyService {
  public:
-  /// What is handed in outlives the service.
   X11HotKeyService(Connection& connection, KeyboardMap& keyboard, KeyboardState& state,
-                   RawInput& input, PostedKeys& posted, KeyGrabs& grabs);
+                   RawInput& input, XtestDevices& devices, KeyGrabs& grabs);
   X11HotKeyService(const X11HotKeyService&) = delete;
   X11HotKeyService& operator=(const X11HotKeyService&) = delete;
   ~X11HotKeyService() override;
@@ -50,12 +49,13 @@ class X11HotKeyService final : public HotKeyService {
     std::uint32_t modifiers;  // modifier bits
     EventHotKeyID id;
     HotKeyClaim claim;
-    // One for each key that it has; none when the keyboard lacks the keys or a modifier.
+    // One for each key that it may be pressed with; none when the keyboard lacks the keys or a
+    // modifier.
     std::vector<KeyCombination> combinations;
     std::optional<KeyCombination> down = std::nullopt;
-    bool keyIsUp = false;  // of one that is down: only modifiers are still held
+    bool keyIsUp = false;  // while it is down: only modifiers are still held
   };
-  struct Happening {
+  struct PendingEvent {
     EventHotKeyRef hotKey;
     std::uint32_t kind;
   };
@@ -69,14 +69,14 @@ class X11HotKeyService final : public HotKeyService {
   void handle(const xcb_generic_event_t& event);
   void keyWentDown(std::uint8_t keycode);
   void keyWentUp(std::uint8_t keycode);
-  void releaseThoseThatAreUp();
+  void releaseHotKeys();
   void dispatchFirst();
   void send(const HotKeyEvent& event);
 
   Connection& connection_;
   const KeyboardMap& keyboard_;
   KeyboardState& state_;
-  PostedKeys& posted_;
+  XtestDevices& devices_;
   KeyGrabs& grabs_;
   std::list<HotKey> hotKeys_;
   std::uint64_t latestRef_ = 0;
@@ -85,12 +85,11 @@ class X11HotKeyService final : public HotKeyService {
     std::vector<EventTypeSpec> types;
   };
   std::vector<Handler> handlers_;
-  std::deque<Happening> happenings_;  // not told yet, in order
+  std::deque<PendingEvent> pending_;  // for the handlers, in order
   std::bitset<256> keysDown_;         // by keycode
   Subscription keys_;
   Subscription modifiers_;
-  Subscription keyboardChanged_;
-  Subscription layoutChanged_;
+  Subscription layout_;
   Subscription events_;
   Subscription beforeWait_;
 };

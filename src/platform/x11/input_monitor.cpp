@@ -8,12 +8,11 @@
 #include <xcb/xinput.h>
 
 #include "platform/x11/buttons.h"
-#include "platform/x11/protocol.h"
 
 namespace tapeloop::x11 {
 namespace {
 
-// Not every key that is announced is recorded; of old ones there is no use.
+// Some raw events are followed by no recorded event; their entries must not pile up.
 constexpr std::size_t mostAnnouncedKeys = 4096;
 constexpr std::uint16_t heldButtons = XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_2 | XCB_BUTTON_MASK_3;
 
@@ -34,11 +33,11 @@ X11InputMonitor::X11InputMonitor(Connection& connection, const KeyboardMap& keyb
       grabs_(grabs),
       keys_(keyboard),
       keyAims_(256, Aim::unknown) {
-  events_ = connection_.onEvent([this](const xcb_generic_event_t& event) { handle(event); });
+  events_ = connection_.onEvent([this](const xcb_generic_event_t& event) { onGrabbedKey(event); });
   drained_ = connection_.onDrained([this] {
     receiveFocus();
-    if (heldBack_ && nudge_ == 0) nudge();
-    if (monitors_.empty() && receiving_ == 0) stopStream();
+    if (isWakeDue_ && wake_ == 0) wake();
+    if (stream_ && monitors_.empty() && receiving_ == 0) stopStream();
   });
 }
 
@@ -63,7 +62,7 @@ void X11InputMonitor::removeMonitor(MonitorToken token) {
   if (monitors_.size() == 1 && receiving_ == 0 && stream_) stream_->finish();
   std::erase_if(monitors_, [token](const auto& monitor) {
     if (monitor->token != token) return false;
-    monitor->mask = 0;  // for whoever is delivering to it
+    monitor->mask = 0;  // `deliver` may have a copy
     return true;
   });
   if (monitors_.empty() && receiving_ == 0) stopStream();
@@ -75,42 +74,40 @@ bool X11InputMonitor::startStream() {
   std::fill(keyAims_.begin(), keyAims_.end(), Aim::unknown);
   announcedKeys_.clear();
   keys_.clear();
-  raw_ = input_.onAny([this](const RawEvent& event) { hear(event); });
-  sacrifice_ = RecordStream::start(connection_, [](const DeviceEvent&) {});
+  input_.selectPointer(true);
+  raw_ = input_.onRawEvent([this](const RawEvent& event) { onRawEvent(event); });
+  decoy_ = RecordStream::start(connection_, [](const DeviceEvent&) {});
   stream_ = RecordStream::start(connection_, [this](const DeviceEvent& event) { receive(event); });
-  if (!stream_) {
-    sacrifice_.reset();
-    raw_.reset();
-  }
+  if (!stream_) stopStream();
   return stream_ != nullptr;
 }
 
 void X11InputMonitor::stopStream() {
-  if (!stream_) return;
   stream_.reset();
-  sacrifice_.reset();
+  decoy_.reset();
   raw_.reset();
-  if (nudge_ != 0) xcb_discard_reply(connection_.xcb(), std::exchange(nudge_, 0));
-  heldBack_ = false;
+  input_.selectPointer(false);
+  if (wake_ != 0) xcb_discard_reply(connection_.xcb(), std::exchange(wake_, 0));
+  isWakeDue_ = false;
 }
 
-void X11InputMonitor::hear(const RawEvent& event) {
-  heldBack_ = true;
+void X11InputMonitor::onRawEvent(const RawEvent& event) {
+  isWakeDue_ = true;
   serverTime_.announce(event.time, monotonicNow());
-  // By the time that the event itself comes, the key may have moved the focus.
+  // Noted now, because the key may have moved the focus by the time its recorded event comes.
   if (event.type <= XCB_INPUT_RAW_KEY_RELEASE && canBeOurs()) {
     announceKey(
-        {event.time, event.detail, ownWindows_.hasKeyboard() ? Aim::ours : Aim::otherApplication});
+        {event.time, event.detail, ownWindows_.hasFocus() ? Aim::ours : Aim::otherApplication});
   }
 }
 
-// Only a grab brings keys to this connection. The press that began it was announced just before.
-void X11InputMonitor::handle(const xcb_generic_event_t& event) {
+// This connection gets core key events only through its passive grabs. The raw event of the press
+// that activated a grab came just before; there are none of the keys after it.
+void X11InputMonitor::onGrabbedKey(const xcb_generic_event_t& event) {
   if (!stream_) return;
-  const auto type = event.response_type & 0x7f;
-  if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) return;
-  heldBack_ = true;
-  const auto& key = reinterpret_cast<const xcb_key_press_event_t&>(event);
+  if (!isKey(eventCode(event))) return;
+  isWakeDue_ = true;
+  const auto& key = as<xcb_key_press_event_t>(event);
   if (!announcedKeys_.empty()) {
     AnnouncedKey& latest = announcedKeys_.back();
     if (latest.time == key.time && latest.keycode == key.detail) {
@@ -126,30 +123,30 @@ void X11InputMonitor::announceKey(const AnnouncedKey& key) {
   announcedKeys_.push_back(key);
 }
 
-// Whatever the server writes to a client makes it pass on what RECORD holds back. The request that
-// asks for something to write asks for the input focus, which is wanted anyway. One is under way at
-// a time, so that under load many events share one.
-void X11InputMonitor::nudge() {
-  heldBack_ = false;
-  nudge_ = xcb_get_input_focus(connection_.xcb()).sequence;
+// Makes the server flush RECORD's buffer, which it does when it writes anything to any client. The
+// reply that it is made to write is the input focus, which is needed anyway. One request is under
+// way at a time, so that under load many events share one.
+void X11InputMonitor::wake() {
+  isWakeDue_ = false;
+  wake_ = xcb_get_input_focus(connection_.xcb()).sequence;
   xcb_flush(connection_.xcb());
 }
 
 void X11InputMonitor::receiveFocus() {
-  if (nudge_ == 0) return;
+  if (wake_ == 0) return;
   void* memory = nullptr;
   xcb_generic_error_t* failure = nullptr;
-  if (xcb_poll_for_reply(connection_.xcb(), nudge_, &memory, &failure) == 0) return;
-  nudge_ = 0;
+  if (xcb_poll_for_reply(connection_.xcb(), wake_, &memory, &failure) == 0) return;
+  wake_ = 0;
   const auto error = own(failure);
   const auto reply = own(static_cast<xcb_get_input_focus_reply_t*>(memory));
   if (reply) focus_ = reply->focus;
 }
 
 void X11InputMonitor::receive(const DeviceEvent& event) {
-  // A handler has removed the last monitor, and what is left of the stream concerns nobody.
+  // A handler has removed the last monitor.
   if (monitors_.empty()) return;
-  // Whatever happens meanwhile, the stream is in use.
+  // While this is not 0 the stream is not stopped, because it is in use.
   ++receiving_;
   const double timestamp = serverTime_.timestamp(event.time, event.arrival);
   const Aim aim = isKey(event.type) ? aimOfKey(event) : aimOfPointer(event);
@@ -159,8 +156,7 @@ void X11InputMonitor::receive(const DeviceEvent& event) {
   --receiving_;
 }
 
-// A key that went down in one window and comes up in another belongs to the first: a recording
-// holds both or neither.
+// A release goes with its press, though the focus may have moved: a recording has both or neither.
 X11InputMonitor::Aim X11InputMonitor::aimOfKey(const DeviceEvent& event) {
   Aim& aim = keyAims_[event.detail];
   if (aim != Aim::unknown) {
@@ -180,27 +176,27 @@ bool X11InputMonitor::canBeOurs() const {
 
 X11InputMonitor::Aim X11InputMonitor::announcedAim(const DeviceEvent& event) {
   if (!canBeOurs()) return Aim::otherApplication;
-  // That a grab took the key is told right after the key itself, but maybe not in the same breath.
+  // If a grab took the key, its core event follows the raw event, maybe in another batch.
   if (grabs_.has(event.detail)) connection_.catchUp();
   if (const auto aim = takeAnnouncement(event)) return *aim;
-  // The two connections are not read in step: the announcement may still be under way.
+  // The two connections are read independently: the raw event may not have been read yet.
   connection_.catchUp();
   if (const auto aim = takeAnnouncement(event)) return *aim;
-  return ownWindows_.hasKeyboard() ? Aim::ours : Aim::otherApplication;
+  return ownWindows_.hasFocus() ? Aim::ours : Aim::otherApplication;
 }
 
 std::optional<X11InputMonitor::Aim> X11InputMonitor::takeAnnouncement(const DeviceEvent& event) {
   while (!announcedKeys_.empty()) {
     const AnnouncedKey key = announcedKeys_.front();
-    if (static_cast<std::int32_t>(key.time - event.time) > 0) break;
+    if (isLater(key.time, event.time)) break;
     announcedKeys_.pop_front();
     if (key.time == event.time && key.keycode == event.detail) return key.aim;
   }
   return std::nullopt;
 }
 
-// While a button is down the pointer is grabbed for the window of the press: motion and releases
-// go there, wherever the pointer is.
+// While a button is down the server sends motion and releases to the window of the press, wherever
+// the pointer is.
 X11InputMonitor::Aim X11InputMonitor::aimOfPointer(const DeviceEvent& event) {
   const bool grabbed = (event.state & heldButtons) != 0;
   if (grabbed && pressAim_ != Aim::unknown) return pressAim_;
@@ -230,7 +226,7 @@ std::optional<InputEvent> X11InputMonitor::translate(const DeviceEvent& event, d
       return result;
     }
     case XCB_MOTION_NOTIFY:
-      // Drags with other buttons are no kind of event that anybody is told of.
+      // A drag with another button is no kind of event.
       if (event.state & XCB_BUTTON_MASK_1) {
         result.type = EventType::leftMouseDragged;
       } else if ((event.state & heldButtons) == 0) {
@@ -265,8 +261,7 @@ std::optional<InputEvent> X11InputMonitor::translate(const DeviceEvent& event, d
 }
 
 void X11InputMonitor::deliver(const InputEvent& event) {
-  // Handlers may add and remove monitors: new ones wait for the next event, and those that are gone
-  // hear of nothing more.
+  // Handlers may add and remove monitors: added ones get the next event first, removed ones none.
   for (const auto& monitor : std::vector(monitors_)) {
     if (admits(monitor->mask, event.type)) monitor->handler(&event);
   }

@@ -15,18 +15,17 @@
 
 namespace tapeloop::x11 {
 
-/// The input monitor on the RECORD extension, woken by raw events of the input extension: those
-/// tell at once that something happened, RECORD tells exactly what. Main thread only.
+/// The input monitor. Raw events of XInput 2 come at once, without a position; RECORD has the exact
+/// events, but the server buffers them. So a raw event makes this flush RECORD.
 class X11InputMonitor final : public InputMonitor {
  public:
-  /// What is handed in outlives the monitor.
   X11InputMonitor(Connection& connection, const KeyboardMap& keyboard, const X11Screens& screens,
                   const OwnWindows& ownWindows, RawInput& input, const KeyGrabs& grabs);
   X11InputMonitor(const X11InputMonitor&) = delete;
   X11InputMonitor& operator=(const X11InputMonitor&) = delete;
   ~X11InputMonitor() override;
 
-  /// Other limits than the usual ones.
+  /// Instead of the usual limits.
   void setDoubleClick(DoubleClick limits) { clicks_ = ClickCounter(limits); }
 
   std::optional<MonitorToken> addGlobalMonitorForEventsMatchingMask(EventMask mask,
@@ -39,9 +38,9 @@ class X11InputMonitor final : public InputMonitor {
     EventMask mask;
     Handler handler;
   };
-  // What is ours is a window of the program or one of its hotkeys.
+  // What input is for. Input for our windows and hotkeys is not recorded.
   enum class Aim : std::uint8_t { unknown, ours, otherApplication };
-  // A key that a raw event has told of.
+  // A key whose raw event has come.
   struct AnnouncedKey {
     std::uint32_t time;
     std::uint8_t keycode;
@@ -50,10 +49,10 @@ class X11InputMonitor final : public InputMonitor {
 
   bool startStream();
   void stopStream();
-  void hear(const RawEvent& event);
-  void handle(const xcb_generic_event_t& event);
+  void onRawEvent(const RawEvent& event);
+  void onGrabbedKey(const xcb_generic_event_t& event);
   void announceKey(const AnnouncedKey& key);
-  void nudge();
+  void wake();
   void receiveFocus();
 
   void receive(const DeviceEvent& event);
@@ -79,17 +78,17 @@ class X11InputMonitor final : public InputMonitor {
   std::vector<std::shared_ptr<Monitor>> monitors_;
   std::uint64_t latestToken_ = 0;
   std::unique_ptr<RecordStream> stream_;  // while any monitor is installed
-  // The server forgets what it adds to a recording client's output while it writes that output,
-  // which happens to the first such client of a batch of more than about 240 events. This one is
-  // first, and nobody listens to it.
-  std::unique_ptr<RecordStream> sacrifice_;
-  int receiving_ = 0;  // depth of events on the stack
+  // Workaround for a fault of X.Org's RECORD (measured with 21.1): in a batch of over about 240
+  // events the first recording client loses data. This context is enabled first and its data thrown
+  // away.
+  std::unique_ptr<RecordStream> decoy_;
+  int receiving_ = 0;  // depth of calls of `receive`
 
-  bool heldBack_ = false;    // a raw event told of something that RECORD may still hold
-  unsigned nudge_ = 0;       // sequence number of the nudge under way; 0: none
-  std::uint32_t focus_ = 0;  // input focus as of the latest nudge
+  bool isWakeDue_ = false;   // a raw event came whose event RECORD may still buffer
+  unsigned wake_ = 0;        // sequence number of the request under way; 0: none
+  std::uint32_t focus_ = 0;  // input focus, from the reply to the latest of these requests
   std::deque<AnnouncedKey> announcedKeys_;  // whose events have not come yet
-  Aim pressAim_ = Aim::unknown;             // of the button press that began the grab in force
+  Aim pressAim_ = Aim::unknown;             // of the button press that began the present grab
   std::vector<Aim> keyAims_;                // by keycode, of keys that are down
 
   Subscription raw_;  // while the stream is there

@@ -6,8 +6,6 @@
 #include <xcb/xcb.h>
 #include <xcb/xinput.h>
 
-#include "platform/x11/protocol.h"
-
 namespace tapeloop::x11 {
 namespace {
 
@@ -18,7 +16,7 @@ constexpr unsigned modifierSets = 256;
 KeyGrabs::KeyGrabs(Connection& connection, const KeyboardMap& keyboard)
     : connection_(connection), keyboard_(keyboard), locks_(keyboard.lockModifiers()) {
   if (connection_.extensions().xkb) {
-    // A held key that is ours comes up once, not with every repeat.
+    // Otherwise each repeat of a held grabbed key would come with a release before it.
     constexpr std::uint32_t flag = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
     xcb_discard_reply(
         connection_.xcb(),
@@ -27,7 +25,7 @@ KeyGrabs::KeyGrabs(Connection& connection, const KeyboardMap& keyboard)
   }
 }
 
-// A grab matches modifiers exactly, so every combination with locks is one of its own.
+// Passive grabs match modifiers exactly, so each combination with locks is grabbed separately.
 std::vector<std::uint8_t> KeyGrabs::withLocks(std::uint8_t modifiers) const {
   const std::uint8_t locks = keyboard_.lockModifiers();
   std::vector<std::uint8_t> sets;
@@ -39,6 +37,7 @@ std::vector<std::uint8_t> KeyGrabs::withLocks(std::uint8_t modifiers) const {
 
 void KeyGrabs::keep(const std::vector<KeyCombination>& wanted) {
   if (std::exchange(locks_, keyboard_.lockModifiers()) != locks_) {
+    // The present grabs are for other combinations with locks.
     xcb_ungrab_key(connection_.xcb(), XCB_GRAB_ANY, connection_.root(), XCB_MOD_MASK_ANY);
     grabbed_.clear();
   }
@@ -53,7 +52,7 @@ void KeyGrabs::keep(const std::vector<KeyCombination>& wanted) {
   xcb_flush(connection_.xcb());
 }
 
-// Nothing is grabbed if another program has it with any of the locks.
+// All or nothing: it fails if another program has the key with any combination of locks.
 bool KeyGrabs::grab(KeyCombination combination) const {
   auto* xcb = connection_.xcb();
   if (isTakenThroughExtension(combination)) return false;
@@ -91,9 +90,9 @@ void KeyGrabs::request(KeyCombination combination, bool grab) const {
   }
 }
 
-// The core protocol refuses what another core client has, and the input extension what another
-// client of its own has: neither knows of the other, and desktops use both. A try is taken back at
-// once, so that no key is lost to it.
+// Grabs of the core protocol conflict with each other, and so do those of XInput 2, but not one
+// kind with the other. Desktops use both. Each attempt is undone in the same batch of requests, so
+// that it takes no key.
 bool KeyGrabs::isTaken(KeyCombination combination) const {
   auto* xcb = connection_.xcb();
   const auto& [keycode, modifiers] = combination;
@@ -107,7 +106,7 @@ bool KeyGrabs::isTakenThroughExtension(KeyCombination combination) const {
   if (!connection_.extensions().xinput) return false;
   auto* xcb = connection_.xcb();
   const std::uint32_t set = combination.modifiers;
-  // Some grab on every keyboard, some on the one that programs know.
+  // Some programs grab on all master keyboards, some on the core keyboard.
   const auto isTakenOn = [&](std::uint16_t device) {
     const auto attempt = xcb_input_xi_passive_grab_device(
         xcb, XCB_CURRENT_TIME, connection_.root(), XCB_CURSOR_NONE, combination.keycode, device, 1,
@@ -115,31 +114,30 @@ bool KeyGrabs::isTakenThroughExtension(KeyCombination combination) const {
         XCB_INPUT_GRAB_OWNER_NO_OWNER, nullptr, &set);
     xcb_input_xi_passive_ungrab_device(xcb, connection_.root(), combination.keycode, device, 1,
                                        XCB_INPUT_GRAB_TYPE_KEYCODE, &set);
-    const auto reply = own(xcb_input_xi_passive_grab_device_reply(xcb, attempt, nullptr));
-    // What it lists are the sets of modifiers that were refused.
+    const auto reply = connection_.reply(xcb_input_xi_passive_grab_device_reply, attempt);
+    // The reply lists the sets of modifiers that were refused.
     return reply && reply->num_modifiers > 0;
   };
   return isTakenOn(XCB_INPUT_DEVICE_ALL_MASTER) || isTakenOn(keyboard_.device());
 }
 
-void KeyGrabs::letThrough(std::uint8_t keycode, std::uint8_t modifiers) {
+void KeyGrabs::beginPosting(std::uint8_t keycode, std::uint8_t modifiers) {
   if (grabbed_.empty()) return;
-  auto* xcb = connection_.xcb();
-  // While a key of ours is down, every key comes here and none to the application. The server may
-  // have begun such a grab long before we hear of it.
-  xcb_ungrab_keyboard(xcb, XCB_CURRENT_TIME);
+  // While the user holds a grabbed key down the server sends every key to this program. Such a grab
+  // may have begun without this program knowing it yet.
+  xcb_ungrab_keyboard(connection_.xcb(), XCB_CURRENT_TIME);
   const std::uint8_t wanted = modifiers & ~keyboard_.lockModifiers();
   for (const KeyCombination& each : grabbed_) {
-    // The person may hold more than is asked for.
+    // What the user holds is added to the modifiers of a posted key.
     if (each.keycode != keycode || (each.modifiers & wanted) != wanted) continue;
     request(each, false);
-    opened_.push_back(each);
+    suspended_.push_back(each);
   }
 }
 
-void KeyGrabs::closeAgain() {
-  for (const KeyCombination& each : opened_) request(each, true);
-  opened_.clear();
+void KeyGrabs::endPosting() {
+  for (const KeyCombination& each : suspended_) request(each, true);
+  suspended_.clear();
 }
 
 }  // namespace tapeloop::x11

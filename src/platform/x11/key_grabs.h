@@ -7,23 +7,23 @@
 
 namespace tapeloop::x11 {
 
-/// A key with exactly these real modifiers, locks aside.
+/// A key with exactly these real modifiers. Locks are not among them.
 struct KeyCombination {
   std::uint8_t keycode = 0;
   std::uint8_t modifiers = 0;
   friend bool operator==(const KeyCombination&, const KeyCombination&) = default;
 };
 
-/// The combinations that this program keeps from every other one. The grabs are asynchronous: a
-/// program that stands still keeps only these keys, not the keyboard. Main thread only.
+/// The passive grabs of this program: no other one gets the keys. They are asynchronous, because a
+/// synchronous grab would stop the whole keyboard for as long as this program does not respond.
 class KeyGrabs {
  public:
   KeyGrabs(Connection& connection, const KeyboardMap& keyboard);
   KeyGrabs(const KeyGrabs&) = delete;
   KeyGrabs& operator=(const KeyGrabs&) = delete;
 
-  /// Lets go of all others, and grabs those of these that are not grabbed yet and that no other
-  /// program has. Waits for the server if there are such.
+  /// Ungrabs all others, and grabs those of these that are neither grabbed yet nor taken by another
+  /// program. Waits for the server if it grabs any.
   void keep(const std::vector<KeyCombination>& wanted);
   [[nodiscard]] bool any() const { return !grabbed_.empty(); }
   [[nodiscard]] bool has(std::uint8_t keycode) const;
@@ -32,11 +32,11 @@ class KeyGrabs {
   /// Whether another program has grabbed it. Waits for the server.
   [[nodiscard]] bool isTaken(KeyCombination combination) const;
 
-  /// Between these two a posted press of the key, with at least these modifiers, reaches the
-  /// application that it is meant for, whatever is grabbed. What is between them is one stream of
-  /// requests.
-  void letThrough(std::uint8_t keycode, std::uint8_t modifiers);
-  void closeAgain();
+  /// Suspends the grabs that a press of the key with these modifiers, or more, would activate, so
+  /// that a posted one reaches the application that has the focus. Nothing between these two may
+  /// wait for the server: a key of the user's could come in between.
+  void beginPosting(std::uint8_t keycode, std::uint8_t modifiers);
+  void endPosting();
 
  private:
   [[nodiscard]] bool grab(KeyCombination combination) const;
@@ -46,9 +46,9 @@ class KeyGrabs {
 
   Connection& connection_;
   const KeyboardMap& keyboard_;
-  std::uint8_t locks_;  // as of when the keys were grabbed
+  std::uint8_t locks_;  // lock modifiers for which the keys were grabbed
   std::vector<KeyCombination> grabbed_;
-  std::vector<KeyCombination> opened_;  // not grabbed at the moment
+  std::vector<KeyCombination> suspended_;  // from `beginPosting` to `endPosting`
 };
 
 }  // namespace tapeloop::x11

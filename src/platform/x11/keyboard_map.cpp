@@ -1,7 +1,6 @@
 #include "platform/x11/keyboard_map.h"
 
 #include <algorithm>
-#include <initializer_list>
 #include <iterator>
 
 #include <xcb/xcb.h>
@@ -10,19 +9,17 @@
 #include <xkbcommon/xkbcommon.h>
 
 #include "platform/input_event.h"
-#include "platform/x11/protocol.h"
 
 namespace tapeloop::x11 {
-
 namespace {
 
 struct Position {
   std::string_view name;
-  std::uint16_t code;
+  std::uint16_t virtualKey;
 };
 
-// XKB names a key by row and place (row C, first key: AC01), whatever the keycodes of the server
-// are and whatever is written on the key; virtual key codes name the same places. Sorted by name.
+// XKB names a key by its row and place (row C, first key: AC01), and so do virtual key codes,
+// whatever the server's keycodes are and whatever is printed on the keys. Sorted by name.
 constexpr Position positions[] = {
     {"AB01", 6},   {"AB02", 7},   {"AB03", 8},   {"AB04", 9},   {"AB05", 11},  {"AB06", 45},
     {"AB07", 46},  {"AB08", 43},  {"AB09", 47},  {"AB10", 44},  {"AC01", 0},   {"AC02", 1},
@@ -50,49 +47,42 @@ constexpr bool byName(const Position& a, const Position& b) {
 }
 static_assert(std::is_sorted(std::begin(positions), std::end(positions), byName));
 
-}  // namespace
-
-std::optional<std::uint16_t> virtualKeyCode(std::string_view xkbKeyName) {
-  const auto* found =
-      std::lower_bound(std::begin(positions), std::end(positions), Position{xkbKeyName, 0}, byName);
-  if (found == std::end(positions) || found->name != xkbKeyName) return std::nullopt;
-  return found->code;
-}
-
-namespace {
-
-template <typename T, void (*release)(T*)>
-struct Release {
-  void operator()(T* object) const { release(object); }
+// What a key of the keypad does without Num Lock, and the place of the key that does the same.
+struct KeypadSymbol {
+  xkb_keysym_t symbol;
+  const char* place;
 };
-using ContextPtr = std::unique_ptr<xkb_context, Release<xkb_context, xkb_context_unref>>;
-using StatePtr = std::unique_ptr<xkb_state, Release<xkb_state, xkb_state_unref>>;
+constexpr KeypadSymbol keypadSymbols[] = {
+    {XKB_KEY_KP_Home, "HOME"},   {XKB_KEY_KP_Left, "LEFT"}, {XKB_KEY_KP_Up, "UP"},
+    {XKB_KEY_KP_Right, "RGHT"},  {XKB_KEY_KP_Down, "DOWN"}, {XKB_KEY_KP_Prior, "PGUP"},
+    {XKB_KEY_KP_Next, "PGDN"},   {XKB_KEY_KP_End, "END"},   {XKB_KEY_KP_Insert, "INS"},
+    {XKB_KEY_KP_Delete, "DELE"},
+};
 
-constexpr std::uint32_t realModifiers = 0xff;
+struct ModifierSymbol {
+  xkb_keysym_t symbol;
+  std::uint64_t flag;
+};
+constexpr ModifierSymbol modifierSymbols[] = {
+    {XKB_KEY_Shift_L, modifier_flag::shift},
+    {XKB_KEY_Shift_R, modifier_flag::shift},
+    {XKB_KEY_Caps_Lock, modifier_flag::capsLock},
+    {XKB_KEY_Control_L, modifier_flag::control},
+    {XKB_KEY_Control_R, modifier_flag::control},
+    {XKB_KEY_Super_L, modifier_flag::command},
+    {XKB_KEY_Super_R, modifier_flag::command},
+    {XKB_KEY_Alt_L, modifier_flag::option},
+    {XKB_KEY_Alt_R, modifier_flag::option},
+    {XKB_KEY_Meta_L, modifier_flag::option},
+    {XKB_KEY_Meta_R, modifier_flag::option},
+    {XKB_KEY_ISO_Level3_Shift, modifier_flag::function},
+};
 
 std::uint64_t flagOfSymbol(xkb_keysym_t symbol) {
-  switch (symbol) {
-    case XKB_KEY_Shift_L:
-    case XKB_KEY_Shift_R:
-      return modifier_flag::shift;
-    case XKB_KEY_Caps_Lock:
-      return modifier_flag::capsLock;
-    case XKB_KEY_Control_L:
-    case XKB_KEY_Control_R:
-      return modifier_flag::control;
-    case XKB_KEY_Super_L:
-    case XKB_KEY_Super_R:
-      return modifier_flag::command;
-    case XKB_KEY_Alt_L:
-    case XKB_KEY_Alt_R:
-    case XKB_KEY_Meta_L:
-    case XKB_KEY_Meta_R:
-      return modifier_flag::option;
-    case XKB_KEY_ISO_Level3_Shift:
-      return modifier_flag::function;
-    default:
-      return 0;
+  for (const auto& each : modifierSymbols) {
+    if (each.symbol == symbol) return each.flag;
   }
+  return 0;
 }
 
 bool isLockSymbol(xkb_keysym_t symbol) {
@@ -100,34 +90,25 @@ bool isLockSymbol(xkb_keysym_t symbol) {
          symbol == XKB_KEY_Num_Lock || symbol == XKB_KEY_Scroll_Lock;
 }
 
-// What the key writes or does in the first layout.
+// The key's symbol in the first layout, without modifiers.
 xkb_keysym_t symbolOfKey(xkb_keymap* keymap, xkb_keycode_t keycode) {
   const xkb_keysym_t* symbols = nullptr;
   const int count = xkb_keymap_key_get_syms_by_level(keymap, keycode, 0, 0, &symbols);
   return count == 1 ? symbols[0] : xkb_keysym_t{XKB_KEY_NoSymbol};
 }
 
-// What a key of the keypad does without Num Lock, and the place of the key that does the same.
-struct KeypadSymbol {
-  xkb_keysym_t symbol;
-  const char* place;
+struct Release {
+  void operator()(xkb_state* state) const { xkb_state_unref(state); }
 };
-constexpr std::array<KeypadSymbol, 10> keypadSymbols{{{XKB_KEY_KP_Home, "HOME"},
-                                                      {XKB_KEY_KP_Left, "LEFT"},
-                                                      {XKB_KEY_KP_Up, "UP"},
-                                                      {XKB_KEY_KP_Right, "RGHT"},
-                                                      {XKB_KEY_KP_Down, "DOWN"},
-                                                      {XKB_KEY_KP_Prior, "PGUP"},
-                                                      {XKB_KEY_KP_Next, "PGDN"},
-                                                      {XKB_KEY_KP_End, "END"},
-                                                      {XKB_KEY_KP_Insert, "INS"},
-                                                      {XKB_KEY_KP_Delete, "DELE"}}};
+using StatePtr = std::unique_ptr<xkb_state, Release>;
 
-// The state of the keyboard that an event's state tells of: real modifiers, and the layout above
-// the buttons.
+// Bits of a core event's state: real modifiers, and the layout above the buttons.
+constexpr std::uint32_t realModifiers = 0xff;
+constexpr unsigned groupShift = 13;
+constexpr unsigned groupMask = 3;
+
+// The state of the keyboard at an event with this state. Null without a keyboard map.
 StatePtr stateOf(xkb_keymap* keymap, std::uint16_t eventState) {
-  constexpr unsigned groupShift = 13;
-  constexpr unsigned groupMask = 3;
   StatePtr state(keymap != nullptr ? xkb_state_new(keymap) : nullptr);
   if (state) {
     xkb_state_update_mask(state.get(), 0, 0, eventState & realModifiers, 0, 0,
@@ -136,23 +117,26 @@ StatePtr stateOf(xkb_keymap* keymap, std::uint16_t eventState) {
   return state;
 }
 
-// The real modifiers that a press of the key alone brings about.
-std::uint32_t modifiersOfPress(xkb_keymap* keymap, xkb_keycode_t keycode) {
-  const StatePtr state(xkb_state_new(keymap));
+// The real modifiers that a press of the key alone sets.
+std::uint8_t modifiersOfPress(xkb_keymap* keymap, xkb_keycode_t keycode) {
+  const StatePtr state = stateOf(keymap, 0);
   if (!state) return 0;
   xkb_state_update_key(state.get(), keycode, XKB_KEY_DOWN);
-  return xkb_state_serialize_mods(state.get(), XKB_STATE_MODS_EFFECTIVE) & realModifiers;
+  return static_cast<std::uint8_t>(xkb_state_serialize_mods(state.get(), XKB_STATE_MODS_EFFECTIVE) &
+                                   realModifiers);
 }
 
 }  // namespace
 
-struct KeyboardMap::Xkb {
-  ContextPtr context{xkb_context_new(XKB_CONTEXT_NO_FLAGS)};
-  std::shared_ptr<xkb_keymap> keymap;
-};
+std::optional<std::uint16_t> virtualKeyAt(std::string_view xkbKeyName) {
+  const auto* found =
+      std::lower_bound(std::begin(positions), std::end(positions), Position{xkbKeyName, 0}, byName);
+  if (found == std::end(positions) || found->name != xkbKeyName) return std::nullopt;
+  return found->virtualKey;
+}
 
 KeyboardMap::KeyboardMap(Connection& connection)
-    : connection_(connection), xkb_(std::make_unique<Xkb>()) {
+    : connection_(connection), context_(xkb_context_new(XKB_CONTEXT_NO_FLAGS), xkb_context_unref) {
   if (connection_.extensions().xkb) {
     xkb_x11_setup_xkb_extension(connection_.xcb(), XKB_X11_MIN_MAJOR_XKB_VERSION,
                                 XKB_X11_MIN_MINOR_XKB_VERSION, XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS,
@@ -164,7 +148,12 @@ KeyboardMap::KeyboardMap(Connection& connection)
                           parts, nullptr);
   }
   load();
-  events_ = connection_.onEvent([this](const xcb_generic_event_t& event) { handle(event); });
+  events_ = connection_.onEvent([this](const xcb_generic_event_t& event) {
+    const auto& extensions = connection_.extensions();
+    if (!extensions.xkb || eventCode(event) != extensions.xkbFirstEvent) return;
+    const auto xkbType = event.pad0;
+    if (xkbType == XCB_XKB_NEW_KEYBOARD_NOTIFY || xkbType == XCB_XKB_MAP_NOTIFY) stale_ = true;
+  });
   // One change of the layout sends many events; the map is read once for all of them.
   drained_ = connection_.onDrained([this] {
     if (!stale_) return;
@@ -174,118 +163,98 @@ KeyboardMap::KeyboardMap(Connection& connection)
   });
 }
 
-KeyboardMap::~KeyboardMap() = default;
-
-void KeyboardMap::handle(const xcb_generic_event_t& event) {
-  const auto& extensions = connection_.extensions();
-  if (!extensions.xkb || (event.response_type & 0x7f) != extensions.xkbFirstEvent) return;
-  switch (event.pad0) {  // the kind of XKB event
-    case XCB_XKB_NEW_KEYBOARD_NOTIFY:
-    case XCB_XKB_MAP_NOTIFY:
-      stale_ = true;
-      break;
-    default:
-      break;
-  }
+// False leaves the map before it in force.
+bool KeyboardMap::readKeymap() {
+  auto* xcb = connection_.xcb();
+  const int device = xkb_x11_get_core_keyboard_device_id(xcb);
+  auto* const keymap =
+      xkb_x11_keymap_new_from_device(context_.get(), xcb, device, XKB_KEYMAP_COMPILE_NO_FLAGS);
+  if (keymap == nullptr) return false;
+  keymap_.reset(keymap, xkb_keymap_unref);
+  device_ = static_cast<std::uint16_t>(device);
+  return true;
 }
 
 void KeyboardMap::load() {
-  if (connection_.extensions().xkb) {
-    auto* xcb = connection_.xcb();
-    const int device = xkb_x11_get_core_keyboard_device_id(xcb);
-    auto* const keymap = xkb_x11_keymap_new_from_device(xkb_->context.get(), xcb, device,
-                                                        XKB_KEYMAP_COMPILE_NO_FLAGS);
-    // A map that can't be read leaves the one before it in force.
-    if (keymap == nullptr) return;
-    xkb_->keymap.reset(keymap, xkb_keymap_unref);
-    device_ = static_cast<std::uint16_t>(device);
-  }
-
-  keycodes_.fill(0);
+  if (connection_.extensions().xkb && !readKeymap()) return;
+  xKeycodes_.fill(0);
   keyFlags_.fill(0);
   flagsOfModifier_.fill(0);
   lockModifiers_ = 0;
   numLockModifier_ = 0;
-  std::uint8_t heldFor = 0;  // modifiers that are there while a key is down
-  xkb_keymap* keymap = xkb_->keymap.get();
-  for (unsigned keycode = 0; keycode < keyCodes_.size(); ++keycode) {
-    const std::uint16_t foreign = keyCodeWithoutPlace(static_cast<std::uint8_t>(keycode));
+  std::uint8_t heldModifiers = 0;  // those that some key sets for as long as it is down
+  xkb_keymap* keymap = keymap_.get();
+  for (unsigned keycode = 0; keycode < virtualKeys_.size(); ++keycode) {
+    const auto xKeycode = static_cast<std::uint8_t>(keycode);
+    const std::uint16_t withoutPlace = virtualKeyWithoutPlace(xKeycode);
     const char* name = keymap != nullptr ? xkb_keymap_key_get_name(keymap, keycode) : nullptr;
-    keyCodes_[keycode] = name != nullptr ? virtualKeyCode(name).value_or(foreign) : foreign;
+    virtualKeys_[keycode] =
+        name != nullptr ? virtualKeyAt(name).value_or(withoutPlace) : withoutPlace;
     if (name == nullptr) continue;
-    keycodes_[keyCodes_[keycode]] = static_cast<std::uint8_t>(keycode);
-    // A key that has a place can be asked for by its keycode too.
-    keycodes_[foreign] = static_cast<std::uint8_t>(keycode);
+    xKeycodes_[virtualKeys_[keycode]] = xKeycode;
+    xKeycodes_[withoutPlace] = xKeycode;
 
     const xkb_keysym_t symbol = symbolOfKey(keymap, keycode);
     keyFlags_[keycode] = flagOfSymbol(symbol);
     const bool isLock = isLockSymbol(symbol);
     if (keyFlags_[keycode] == 0 && !isLock) continue;
-    const std::uint32_t modifiers = modifiersOfPress(keymap, keycode);
-    if (isLock) lockModifiers_ |= static_cast<std::uint8_t>(modifiers);
-    if (symbol == XKB_KEY_Num_Lock) numLockModifier_ |= static_cast<std::uint8_t>(modifiers);
-    if (!isLock) heldFor |= static_cast<std::uint8_t>(modifiers);
+    const std::uint8_t modifiers = modifiersOfPress(keymap, keycode);
+    (isLock ? lockModifiers_ : heldModifiers) |= modifiers;
+    if (symbol == XKB_KEY_Num_Lock) numLockModifier_ |= modifiers;
     for (unsigned bit = 0; bit < flagsOfModifier_.size(); ++bit) {
       if (modifiers & (1U << bit)) flagsOfModifier_[bit] |= keyFlags_[keycode];
     }
   }
-  // A shift that can be locked is a shift all the same. One lock is there by the core protocol, and
-  // may be on where no key switches it.
-  lockModifiers_ &= static_cast<std::uint8_t>(~heldFor);
+  // A modifier that one key holds is no lock, though another key may lock it (the option
+  // caps:shiftlock). Lock is one by the core protocol, and may be on though no key sets it.
+  lockModifiers_ &= static_cast<std::uint8_t>(~heldModifiers);
   lockModifiers_ |= XCB_MOD_MASK_LOCK;
 
   dependsOnNumLock_.reset();
   const StatePtr off = stateOf(keymap, 0);
   const StatePtr on = stateOf(keymap, numLockModifier_);
-  for (unsigned keycode = 0; off && on && keycode < keyCodes_.size(); ++keycode) {
+  for (unsigned keycode = 0; off && on && keycode < virtualKeys_.size(); ++keycode) {
     dependsOnNumLock_[keycode] = xkb_state_key_get_one_sym(off.get(), keycode) !=
                                  xkb_state_key_get_one_sym(on.get(), keycode);
   }
 }
 
-bool KeyboardMap::switchesLayout(std::uint8_t keycode, std::uint16_t state) const {
-  const StatePtr keyboard = stateOf(xkb_->keymap.get(), state);
+std::optional<std::uint8_t> KeyboardMap::xKeycode(std::uint16_t virtualKey) const {
+  if (virtualKey >= xKeycodes_.size() || xKeycodes_[virtualKey] == 0) return std::nullopt;
+  return xKeycodes_[virtualKey];
+}
+
+bool KeyboardMap::switchesLayout(std::uint8_t xKeycode, std::uint16_t state) const {
+  const StatePtr keyboard = stateOf(keymap_.get(), state);
   if (!keyboard) return false;
   const auto layout = [&] {
     return xkb_state_serialize_layout(keyboard.get(), XKB_STATE_LAYOUT_EFFECTIVE);
   };
   const xkb_layout_index_t before = layout();
-  xkb_state_update_key(keyboard.get(), keycode, XKB_KEY_DOWN);
+  xkb_state_update_key(keyboard.get(), xKeycode, XKB_KEY_DOWN);
   return layout() != before;
 }
 
-std::optional<std::uint16_t> KeyboardMap::keyCodeStoodFor(std::uint8_t keycode,
-                                                          std::uint16_t state) const {
-  const StatePtr keyboard = stateOf(xkb_->keymap.get(), state);
-  if (!keyboard) return std::nullopt;
-  const xkb_keysym_t written = xkb_state_key_get_one_sym(keyboard.get(), keycode);
+std::uint16_t KeyboardMap::virtualKeyWithoutNumLock(std::uint8_t xKeycode,
+                                                    std::uint16_t state) const {
+  const StatePtr keyboard = stateOf(keymap_.get(), state);
+  const xkb_keysym_t written = keyboard ? xkb_state_key_get_one_sym(keyboard.get(), xKeycode) : 0;
   for (const auto& [symbol, place] : keypadSymbols) {
     if (symbol != written) continue;
-    const auto keyCode = virtualKeyCode(place);
-    if (keyCode && keycodeOf(*keyCode)) return keyCode;
+    const auto virtualKey = virtualKeyAt(place);
+    if (virtualKey && this->xKeycode(*virtualKey)) return *virtualKey;
   }
-  return std::nullopt;
+  return virtualKeyWithoutPlace(xKeycode);
 }
 
-std::vector<std::uint8_t> KeyboardMap::keycodesWritingEscape(std::uint8_t group) const {
+std::vector<std::uint8_t> KeyboardMap::xKeycodesOfEscape(std::uint8_t group) const {
   std::vector<std::uint8_t> keycodes;
-  const StatePtr keyboard(xkb_->keymap ? xkb_state_new(xkb_->keymap.get()) : nullptr);
-  if (!keyboard) return keycodes;
-  xkb_state_update_mask(keyboard.get(), 0, 0, 0, 0, 0, group);
-  for (unsigned keycode = 0; keycode < keyCodes_.size(); ++keycode) {
+  const StatePtr keyboard = stateOf(keymap_.get(), static_cast<std::uint16_t>(group << groupShift));
+  for (unsigned keycode = 0; keyboard && keycode < virtualKeys_.size(); ++keycode) {
     if (xkb_state_key_get_one_sym(keyboard.get(), keycode) != XKB_KEY_Escape) continue;
     keycodes.push_back(static_cast<std::uint8_t>(keycode));
   }
   return keycodes;
-}
-
-std::shared_ptr<xkb_keymap> KeyboardMap::keymap() const {
-  return xkb_->keymap;
-}
-
-std::optional<std::uint8_t> KeyboardMap::keycodeOf(std::uint16_t keyCode) const {
-  if (keyCode >= keycodes_.size() || keycodes_[keyCode] == 0) return std::nullopt;
-  return keycodes_[keyCode];
 }
 
 std::uint64_t KeyboardMap::flagsOf(std::uint16_t state) const {
@@ -296,16 +265,16 @@ std::uint64_t KeyboardMap::flagsOf(std::uint16_t state) const {
   return flags;
 }
 
-std::uint8_t KeyboardMap::unnamedModifiers(std::uint16_t state) const {
-  return static_cast<std::uint8_t>(state & ~lockModifiers_ & ~realModifiersOf(modifier_flag::all));
-}
-
 std::uint8_t KeyboardMap::realModifiersOf(std::uint64_t flags) const {
   std::uint32_t modifiers = 0;
   for (unsigned bit = 0; bit < flagsOfModifier_.size(); ++bit) {
     if (flags & flagsOfModifier_[bit]) modifiers |= 1U << bit;
   }
   return static_cast<std::uint8_t>(modifiers);
+}
+
+std::uint8_t KeyboardMap::unnamedModifiers(std::uint16_t state) const {
+  return static_cast<std::uint8_t>(state & ~lockModifiers_ & ~realModifiersOf(modifier_flag::all));
 }
 
 }  // namespace tapeloop::x11

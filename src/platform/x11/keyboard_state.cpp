@@ -3,108 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <bitset>
-#include <cstdint>
 #include <string>
 #include <utility>
 
 #include <xkbcommon/xkbcommon-keysyms.h>
 #include <xkbcommon/xkbcommon.h>
 
-#include "platform/x11/keyboard_map.h"
-#include "platform/x11/protocol.h"
-
 namespace tapeloop::x11 {
-
-namespace {
-
-// Sequence numbers wrap.
-bool isLater(std::uint32_t a, std::uint32_t b) {
-  return static_cast<std::int32_t>(a - b) > 0;
-}
-
-}  // namespace
-
-KeyboardState::KeyboardState(Connection& connection) : connection_(connection) {
-  if (!connection_.extensions().xkb) return;
-  auto* xcb = connection_.xcb();
-  constexpr std::uint16_t parts = XCB_XKB_STATE_PART_MODIFIER_STATE |
-                                  XCB_XKB_STATE_PART_MODIFIER_BASE |
-                                  XCB_XKB_STATE_PART_MODIFIER_LATCH |
-                                  XCB_XKB_STATE_PART_MODIFIER_LOCK | XCB_XKB_STATE_PART_GROUP_STATE;
-  xcb_xkb_select_events_details_t details{};
-  details.affectState = parts;
-  details.stateDetails = parts;
-  xcb_xkb_select_events_aux(xcb, XCB_XKB_ID_USE_CORE_KBD, XCB_XKB_EVENT_TYPE_STATE_NOTIFY, 0, 0, 0,
-                            0, &details);
-  const auto state =
-      own(xcb_xkb_get_state_reply(xcb, xcb_xkb_get_state(xcb, XCB_XKB_ID_USE_CORE_KBD), nullptr));
-  if (state) {
-    held_ = state->baseMods;
-    latched_ = state->latchedMods;
-    locked_ = lockedByServer_ = state->lockedMods;
-    group_ = state->group;
-  }
-  events_ = connection_.onEvent([this](const xcb_generic_event_t& event) { handle(event); });
-}
-
-void KeyboardState::lockForPosting(std::uint8_t mask, std::uint8_t modifiers) {
-  if (!connection_.extensions().xkb || (modifiers & mask) == (locked_ & mask)) return;
-  postingMask_ |= mask;
-  isPosting_ = true;
-  requestLocks(static_cast<std::uint8_t>((locked_ & ~mask) | (modifiers & mask)));
-}
-
-void KeyboardState::unlockAfterPosting() {
-  if (std::exchange(isPosting_, false)) requestLocks(locked_);
-}
-
-void KeyboardState::requestLocks(std::uint8_t modifiers) {
-  latestRequest_ =
-      xcb_xkb_latch_lock_state(connection_.xcb(), XCB_XKB_ID_USE_CORE_KBD, postingMask_,
-                               static_cast<std::uint8_t>(modifiers & postingMask_), 0, 0, 0, 0, 0)
-          .sequence;
-  requests_.push_back(latestRequest_);
-}
-
-void KeyboardState::handle(const xcb_generic_event_t& event) {
-  if ((event.response_type & 0x7f) != connection_.extensions().xkbFirstEvent) return;
-  if (event.pad0 != XCB_XKB_STATE_NOTIFY) return;
-  const auto& state = reinterpret_cast<const xcb_xkb_state_notify_event_t&>(event);
-  const std::uint8_t modifiersBefore = modifiers();
-  const std::uint8_t heldBefore = std::exchange(held_, state.baseMods);
-  latched_ = state.latchedMods;
-  followLocks(state.lockedMods, event.full_sequence,
-              state.requestMajor == connection_.extensions().xkbOpcode &&
-                  state.requestMinor == XCB_XKB_LATCH_LOCK_STATE);
-  const bool newGroup = std::exchange(group_, state.group) != state.group;
-  if (modifiersBefore != modifiers() || heldBefore != held_) modifiersChanged_();
-  if (newGroup) groupChanged_();
-}
-
-// A posted key may do something of its own, such as switch the layout, while other modifiers are
-// locked for it, and the server then tells of all that is in force. The person's are only those
-// that changed since it last told, unless our own request changed them.
-void KeyboardState::followLocks(std::uint8_t locked, std::uint32_t sequence, bool byLockRequest) {
-  const std::uint8_t changed = locked ^ std::exchange(lockedByServer_, locked);
-  if ((byLockRequest && isOwnRequest(sequence)) || changed == 0) return;
-  locked_ ^= changed;
-  if (latestRequest_ == 0) return;
-  // A request that the server read later has put back what was in force before; or one before has,
-  // and the key then did the opposite of what the person meant.
-  const bool isOverwritten = isLater(latestRequest_, sequence);
-  const bool isWrong = ((locked ^ locked_) & postingMask_) != 0;
-  if (isOverwritten || isWrong) requestLocks(locked_);
-}
-
-// Whether our request with this number is what did it. One that changed nothing is told of by
-// nobody.
-bool KeyboardState::isOwnRequest(std::uint32_t sequence) {
-  while (!requests_.empty() && isLater(sequence, requests_.front())) requests_.pop_front();
-  if (requests_.empty() || requests_.front() != sequence) return false;
-  requests_.pop_front();
-  return true;
-}
-
 namespace {
 
 constexpr std::uint8_t ansiKeyboard = 40;
@@ -113,7 +18,7 @@ struct DeadKey {
   xkb_keysym_t symbol;
   const char* accent;
 };
-// A dead key writes nothing by itself; what is printed on it is the accent standing alone.
+// A dead key writes nothing by itself. What stands for it is its accent.
 constexpr std::array<DeadKey, 14> deadKeys{{{XKB_KEY_dead_grave, "`"},
                                             {XKB_KEY_dead_acute, "\u00b4"},
                                             {XKB_KEY_dead_circumflex, "^"},
@@ -143,10 +48,10 @@ std::string textOf(xkb_keysym_t symbol) {
 std::string textOf(xkb_keymap* keymap, xkb_keycode_t keycode, xkb_layout_index_t group) {
   const xkb_layout_index_t groups = xkb_keymap_num_layouts_for_key(keymap, keycode);
   if (groups == 0) return {};
-  // A key that has fewer groups than the others uses its last ones round again.
+  // XKB wraps the number of the group for a key that has fewer of them.
   group %= groups;
   const xkb_level_index_t levels = xkb_keymap_num_levels_for_key(keymap, keycode, group);
-  // The keys of the number pad write only where num lock puts them.
+  // The keys of the keypad write only on the level of Num Lock.
   for (xkb_level_index_t level = 0; level < levels; ++level) {
     const xkb_keysym_t* symbols = nullptr;
     if (xkb_keymap_key_get_syms_by_level(keymap, keycode, group, level, &symbols) != 1) continue;
@@ -178,11 +83,11 @@ std::size_t utf16Length(const std::string& text) {
   return length;
 }
 
-using Keycodes = std::array<std::uint8_t, 0x200>;  // by key code; 0: no such key
-
+// One group of a keyboard map.
 class Group final : public InputSource, public UnicodeKeyLayoutData {
  public:
-  Group(std::shared_ptr<xkb_keymap> keymap, xkb_layout_index_t number, const Keycodes& keycodes)
+  Group(std::shared_ptr<xkb_keymap> keymap, xkb_layout_index_t number,
+        const KeyboardMap::XKeycodes& keycodes)
       : keymap_(std::move(keymap)), number_(number), keycodes_(keycodes) {}
 
   [[nodiscard]] const UnicodeKeyLayoutData* TISGetInputSourceProperty() const override {
@@ -201,10 +106,10 @@ class Group final : public InputSource, public UnicodeKeyLayoutData {
  private:
   const std::shared_ptr<xkb_keymap> keymap_;
   const xkb_layout_index_t number_;
-  const Keycodes keycodes_;  // the keyboard's own go on to follow the keyboard
+  const KeyboardMap::XKeycodes keycodes_;  // a copy: the keyboard may change
 };
 
-// Null when the descriptions of keyboards are not installed.
+// The layout of an ANSI keyboard. Null when the data of xkb-data is not installed.
 std::shared_ptr<const InputSource> ansiLayout() {
   const std::unique_ptr<xkb_context, decltype(&xkb_context_unref)> context(
       xkb_context_new(XKB_CONTEXT_NO_FLAGS), xkb_context_unref);
@@ -213,23 +118,107 @@ std::shared_ptr<const InputSource> ansiLayout() {
       xkb_keymap_new_from_names(context.get(), &names, XKB_KEYMAP_COMPILE_NO_FLAGS),
       xkb_keymap_unref);
   if (!keymap) return nullptr;
-  Keycodes keycodes{};
+  KeyboardMap::XKeycodes keycodes{};
   const auto last = std::min<xkb_keycode_t>(xkb_keymap_max_keycode(keymap.get()), 0xff);
   for (auto keycode = xkb_keymap_min_keycode(keymap.get()); keycode <= last; ++keycode) {
     const char* name = xkb_keymap_key_get_name(keymap.get(), keycode);
-    const auto keyCode = name != nullptr ? virtualKeyCode(name) : std::nullopt;
-    if (keyCode) keycodes[*keyCode] = static_cast<std::uint8_t>(keycode);
+    const auto virtualKey = name != nullptr ? virtualKeyAt(name) : std::nullopt;
+    if (virtualKey) keycodes[*virtualKey] = static_cast<std::uint8_t>(keycode);
   }
   return std::make_shared<Group>(keymap, 0, keycodes);
 }
 
 }  // namespace
 
+KeyboardState::KeyboardState(Connection& connection, KeyboardMap& keyboard)
+    : connection_(connection), keyboard_(keyboard.onChange([this] { layoutChanged_(); })) {
+  if (!connection_.extensions().xkb) return;
+  auto* xcb = connection_.xcb();
+  constexpr std::uint16_t parts = XCB_XKB_STATE_PART_MODIFIER_STATE |
+                                  XCB_XKB_STATE_PART_MODIFIER_BASE |
+                                  XCB_XKB_STATE_PART_MODIFIER_LATCH |
+                                  XCB_XKB_STATE_PART_MODIFIER_LOCK | XCB_XKB_STATE_PART_GROUP_STATE;
+  xcb_xkb_select_events_details_t details{};
+  details.affectState = parts;
+  details.stateDetails = parts;
+  xcb_xkb_select_events_aux(xcb, XCB_XKB_ID_USE_CORE_KBD, XCB_XKB_EVENT_TYPE_STATE_NOTIFY, 0, 0, 0,
+                            0, &details);
+  const auto state =
+      connection_.reply(xcb_xkb_get_state_reply, xcb_xkb_get_state(xcb, XCB_XKB_ID_USE_CORE_KBD));
+  if (state) {
+    held_ = state->baseMods;
+    latched_ = state->latchedMods;
+    locked_ = lockedByServer_ = state->lockedMods;
+    group_ = state->group;
+  }
+  events_ = connection_.onEvent([this](const xcb_generic_event_t& event) { handle(event); });
+}
+
+void KeyboardState::lockForPosting(std::uint8_t mask, std::uint8_t modifiers) {
+  if (!connection_.extensions().xkb || (modifiers & mask) == (locked_ & mask)) return;
+  postingMask_ |= mask;
+  isPosting_ = true;
+  requestLocks(static_cast<std::uint8_t>((locked_ & ~mask) | (modifiers & mask)));
+}
+
+void KeyboardState::unlockAfterPosting() {
+  if (std::exchange(isPosting_, false)) requestLocks(locked_);
+}
+
+void KeyboardState::requestLocks(std::uint8_t modifiers) {
+  latestRequest_ =
+      xcb_xkb_latch_lock_state(connection_.xcb(), XCB_XKB_ID_USE_CORE_KBD, postingMask_,
+                               static_cast<std::uint8_t>(modifiers & postingMask_), 0, 0, 0, 0, 0)
+          .sequence;
+  requests_.push_back(latestRequest_);
+}
+
+void KeyboardState::handle(const xcb_generic_event_t& event) {
+  if (eventCode(event) != connection_.extensions().xkbFirstEvent) return;
+  if (event.pad0 != XCB_XKB_STATE_NOTIFY) return;
+  const auto& state = as<xcb_xkb_state_notify_event_t>(event);
+  const std::uint8_t modifiersBefore = modifiers();
+  const std::uint8_t heldBefore = std::exchange(held_, state.baseMods);
+  latched_ = state.latchedMods;
+  followLocks(state.lockedMods, event.full_sequence,
+              state.requestMajor == connection_.extensions().xkbOpcode &&
+                  state.requestMinor == XCB_XKB_LATCH_LOCK_STATE);
+  const bool newGroup = std::exchange(group_, state.group) != state.group;
+  if (modifiersBefore != modifiers() || heldBefore != held_) modifiersChanged_();
+  if (newGroup) layoutChanged_();
+}
+
+// A notification lists all locks in force. When a posted key itself changes the state, as by
+// switching the layout, it comes while modifiers are locked for the posting. So what counts as the
+// user's are the locks that changed since the last notification, unless a request of this program
+// changed them.
+void KeyboardState::followLocks(std::uint8_t locked, std::uint32_t sequence, bool byLockRequest) {
+  const std::uint8_t changed = locked ^ std::exchange(lockedByServer_, locked);
+  if ((byLockRequest && isOwnRequest(sequence)) || changed == 0) return;
+  locked_ ^= changed;
+  if (latestRequest_ == 0) return;
+  // A later request of this program has set the locks from before the user's change. Or an earlier
+  // one has: then the user's key found its lock unlocked by posting, or locked, and did the
+  // opposite of what was meant.
+  const bool isOverwritten = isLater(latestRequest_, sequence);
+  const bool isWrong = ((locked ^ locked_) & postingMask_) != 0;
+  if (isOverwritten || isWrong) requestLocks(locked_);
+}
+
+// Whether the request with this number set locks. Those before it that changed nothing got no
+// notification.
+bool KeyboardState::isOwnRequest(std::uint32_t sequence) {
+  while (!requests_.empty() && isLater(sequence, requests_.front())) requests_.pop_front();
+  if (requests_.empty() || requests_.front() != sequence) return false;
+  requests_.pop_front();
+  return true;
+}
+
 std::shared_ptr<const InputSource>
 X11KeyboardLayouts::TISCopyCurrentASCIICapableKeyboardLayoutInputSource() {
   auto keymap = keyboard_.keymap();
   if (!keymap) return nullptr;
-  // Many Latin layouts lack a letter or two. Of equally good ones that in force is taken.
+  // The layout with the most letters, since many Latin ones lack some; the one in force first.
   xkb_layout_index_t best = state_.group();
   std::size_t most = latinLetters(keymap.get(), best);
   for (xkb_layout_index_t group = 0; group < xkb_keymap_num_layouts(keymap.get()); ++group) {
@@ -238,22 +227,13 @@ X11KeyboardLayouts::TISCopyCurrentASCIICapableKeyboardLayoutInputSource() {
     best = group;
     most = letters;
   }
-  if (most > 0) return std::make_shared<Group>(std::move(keymap), best, keyboard_.keycodes());
+  if (most > 0) return std::make_shared<Group>(std::move(keymap), best, keyboard_.xKeycodes());
   if (!ansi_) ansi_ = ansiLayout();
   return ansi_;
 }
 
 std::uint8_t X11KeyboardLayouts::LMGetKbdType() const {
   return ansiKeyboard;
-}
-
-Subscription X11KeyboardLayouts::onChange(std::function<void()> callback) {
-  auto map = std::make_shared<Subscription>(keyboard_.onChange(callback));
-  auto group = std::make_shared<Subscription>(state_.onGroup(std::move(callback)));
-  return Subscription([map, group] {
-    map->reset();
-    group->reset();
-  });
 }
 
 }  // namespace tapeloop::x11

@@ -12,36 +12,35 @@
 
 namespace tapeloop::x11 {
 
-/// The modifiers and the layout that the person has brought about, as of the event that is being
-/// handled: the server tells of a change before it tells of any key that came after it. What this
-/// program locks for a posted key does not count. Modifiers are real ones, the eight bits of a core
-/// event's state. Main thread only.
+/// The modifiers and the layout that the user has set, as of the event that is being handled: the
+/// server sends a change before any key event that came after it. What this program locks for a
+/// posted key is left out. Modifiers are real ones, the eight bits of a core event's state.
 class KeyboardState {
  public:
-  explicit KeyboardState(Connection& connection);
+  KeyboardState(Connection& connection, KeyboardMap& keyboard);
   KeyboardState(const KeyboardState&) = delete;
   KeyboardState& operator=(const KeyboardState&) = delete;
 
-  /// Those that a key which the person strikes is delivered with.
+  /// Those in force: held, latched and locked.
   [[nodiscard]] std::uint8_t modifiers() const { return held_ | latched_ | locked_; }
   /// Those whose keys are down.
   [[nodiscard]] std::uint8_t heldModifiers() const { return held_; }
-  /// Those that are in force without a key that is down.
-  [[nodiscard]] std::uint8_t lockedModifiers() const { return locked_; }
   /// The number of the layout.
   [[nodiscard]] std::uint8_t group() const { return group_; }
 
   /// From here to `unlockAfterPosting` exactly these of the modifiers in `mask` are locked, without
-  /// any key going down. What is between them is one stream of requests.
+  /// any key going down. Nothing between the two may wait for the server: a key of the user's could
+  /// come in between.
   void lockForPosting(std::uint8_t mask, std::uint8_t modifiers);
-  /// The locks that the person has set are in force again.
+  /// Sets the user's locks again.
   void unlockAfterPosting();
 
   Subscription onModifiers(std::function<void()> callback) {
     return modifiersChanged_.connect(std::move(callback));
   }
-  Subscription onGroup(std::function<void()> callback) {
-    return groupChanged_.connect(std::move(callback));
+  /// Another layout is in force, or the keyboard map was read anew.
+  Subscription onLayout(std::function<void()> callback) {
+    return layoutChanged_.connect(std::move(callback));
   }
 
  private:
@@ -54,31 +53,33 @@ class KeyboardState {
   std::uint8_t held_ = 0;
   std::uint8_t latched_ = 0;
   std::uint8_t locked_ = 0;
-  std::uint8_t lockedByServer_ = 0;  // as last told: what we lock for a posted key is in it
+  std::uint8_t lockedByServer_ = 0;  // as last notified, what is locked for posting included
   std::uint8_t group_ = 0;
-  std::uint8_t postingMask_ = 0;  // what we may have changed
+  std::uint8_t postingMask_ = 0;  // the modifiers that posting has locked or unlocked so far
   bool isPosting_ = false;
-  std::uint32_t latestRequest_ = 0;     // of ours that locks; 0: none yet
-  std::deque<std::uint32_t> requests_;  // of ours that lock, whose effect has not been told yet
+  std::uint32_t latestRequest_ = 0;     // number of the latest one that sets locks; 0: none yet
+  std::deque<std::uint32_t> requests_;  // of those, the ones whose notification has not come
   Signal<> modifiersChanged_;
-  Signal<> groupChanged_;
+  Signal<> layoutChanged_;
+  Subscription keyboard_;
   Subscription events_;
 };
 
-/// The groups of the server's keyboard map. Main thread only.
+/// What the keys write: the layouts are the groups of the server's keyboard map.
 class X11KeyboardLayouts final : public KeyboardLayouts {
  public:
-  /// What is handed in outlives this.
-  X11KeyboardLayouts(KeyboardMap& keyboard, KeyboardState& state)
+  X11KeyboardLayouts(const KeyboardMap& keyboard, KeyboardState& state)
       : keyboard_(keyboard), state_(state) {}
 
   [[nodiscard]] std::shared_ptr<const InputSource>
   TISCopyCurrentASCIICapableKeyboardLayoutInputSource() override;
   [[nodiscard]] std::uint8_t LMGetKbdType() const override;
-  Subscription onChange(std::function<void()> callback) override;
+  Subscription onChange(std::function<void()> callback) override {
+    return state_.onLayout(std::move(callback));
+  }
 
  private:
-  KeyboardMap& keyboard_;
+  const KeyboardMap& keyboard_;
   KeyboardState& state_;
   std::shared_ptr<const InputSource> ansi_;  // made when it is first needed
 };

@@ -4,8 +4,6 @@
 
 #include <xcb/xcb.h>
 
-#include "platform/x11/protocol.h"
-
 namespace tapeloop::x11 {
 
 OwnWindows::OwnWindows(Connection& connection)
@@ -35,88 +33,76 @@ bool OwnWindows::isOnTopAt(int x, int y) const {
            y < frame.y + frame.height;
   });
   if (!inFrame) return false;
-  auto* xcb = connection_.xcb();
   const std::uint32_t root = connection_.root();
-  const auto reply = own(xcb_translate_coordinates_reply(
-      xcb,
-      xcb_translate_coordinates(xcb, root, root, static_cast<std::int16_t>(x),
-                                static_cast<std::int16_t>(y)),
-      nullptr));
+  const auto reply = connection_.reply(
+      xcb_translate_coordinates_reply,
+      xcb_translate_coordinates(connection_.xcb(), root, root, static_cast<std::int16_t>(x),
+                                static_cast<std::int16_t>(y)));
   return reply && frames_.count(reply->child) != 0;
 }
 
 void OwnWindows::handle(const xcb_generic_event_t& event) {
-  switch (event.response_type & 0x7f) {
+  switch (eventCode(event)) {
     case XCB_CREATE_NOTIFY: {
-      const auto& created = reinterpret_cast<const xcb_create_notify_event_t&>(event);
+      const auto& created = as<xcb_create_notify_event_t>(event);
       if (!contains(created.window)) break;
       watchFocus(created.window);
-      const int borders = 2 * created.border_width;
-      frames_[created.window] = {
-          created.window,           created.x, created.y, created.width + borders,
-          created.height + borders, false};
+      frames_[created.window] = {.client = created.window};
+      frames_[created.window].place(created);
       break;
     }
     case XCB_REPARENT_NOTIFY: {
-      const auto& moved = reinterpret_cast<const xcb_reparent_notify_event_t&>(event);
-      if (contains(moved.window)) adopt(moved.window);
+      const auto window = as<xcb_reparent_notify_event_t>(event).window;
+      if (contains(window)) adopt(window);
       break;
     }
     case XCB_DESTROY_NOTIFY: {
-      const auto window = reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window;
+      const auto window = as<xcb_destroy_notify_event_t>(event).window;
       frames_.erase(window);
       focused_.erase(window);
       break;
     }
     case XCB_FOCUS_IN:
-    case XCB_FOCUS_OUT: {
-      const auto& focus = reinterpret_cast<const xcb_focus_in_event_t&>(event);
-      // Those that tell where the pointer is while it decides; nobody has the keyboard then.
-      if (focus.detail >= XCB_NOTIFY_DETAIL_POINTER) break;
-      const bool in = (event.response_type & 0x7f) == XCB_FOCUS_IN;
-      // From the window itself to one in it.
-      if (!in && focus.detail == XCB_NOTIFY_DETAIL_INFERIOR) break;
-      if (in) {
-        focused_.insert(focus.event);
-      } else {
-        focused_.erase(focus.event);
-      }
+    case XCB_FOCUS_OUT:
+      followFocus(as<xcb_focus_in_event_t>(event));
       break;
-    }
     case XCB_CONFIGURE_NOTIFY: {
-      const auto& changed = reinterpret_cast<const xcb_configure_notify_event_t&>(event);
-      const auto found = frames_.find(changed.window);
-      if (found == frames_.end()) break;
-      const int borders = 2 * changed.border_width;
-      found->second.x = changed.x;
-      found->second.y = changed.y;
-      found->second.width = changed.width + borders;
-      found->second.height = changed.height + borders;
+      const auto& changed = as<xcb_configure_notify_event_t>(event);
+      if (Frame* frame = find(changed.window)) frame->place(changed);
       break;
     }
-    case XCB_MAP_NOTIFY: {
-      const auto found =
-          frames_.find(reinterpret_cast<const xcb_map_notify_event_t&>(event).window);
-      if (found != frames_.end()) found->second.mapped = true;
+    case XCB_MAP_NOTIFY:
+      if (Frame* frame = find(as<xcb_map_notify_event_t>(event).window)) frame->mapped = true;
       break;
-    }
-    case XCB_UNMAP_NOTIFY: {
-      const auto found =
-          frames_.find(reinterpret_cast<const xcb_unmap_notify_event_t&>(event).window);
-      if (found != frames_.end()) found->second.mapped = false;
+    case XCB_UNMAP_NOTIFY:
+      if (Frame* frame = find(as<xcb_unmap_notify_event_t>(event).window)) frame->mapped = false;
       break;
-    }
     default:
       break;
   }
 }
 
+OwnWindows::Frame* OwnWindows::find(std::uint32_t window) {
+  const auto found = frames_.find(window);
+  return found == frames_.end() ? nullptr : &found->second;
+}
+
+void OwnWindows::followFocus(const xcb_focus_in_event_t& event) {
+  // Details from NotifyPointer on mean that no window has the focus.
+  if (event.detail >= XCB_NOTIFY_DETAIL_POINTER) return;
+  if ((event.response_type & 0x7f) == XCB_FOCUS_IN) {
+    focused_.insert(event.event);
+  } else if (event.detail != XCB_NOTIFY_DETAIL_INFERIOR) {  // not from the window to its child
+    focused_.erase(event.event);
+  }
+}
+
 void OwnWindows::watchFocus(std::uint32_t window) {
   auto* xcb = connection_.xcb();
-  // The events of the windows on the root window come through that one.
+  // The other events of this window come through the mask of the root window.
   const std::uint32_t mask = XCB_EVENT_MASK_FOCUS_CHANGE;
   xcb_change_window_attributes(xcb, window, XCB_CW_EVENT_MASK, &mask);
-  const auto focus = own(xcb_get_input_focus_reply(xcb, xcb_get_input_focus(xcb), nullptr));
+  const auto focus = connection_.reply(xcb_get_input_focus_reply, xcb_get_input_focus(xcb));
   if (focus && focus->focus == window) focused_.insert(window);
 }
 
@@ -126,24 +112,18 @@ void OwnWindows::adopt(std::uint32_t window) {
   const std::uint32_t topLevel = topLevelOf(window);
   if (topLevel == 0) return;
   auto* xcb = connection_.xcb();
-  const auto geometryCookie = xcb_get_geometry(xcb, topLevel);
-  const auto attributesCookie = xcb_get_window_attributes(xcb, topLevel);
-  const auto geometry = own(xcb_get_geometry_reply(xcb, geometryCookie, nullptr));
-  const auto attributes = own(xcb_get_window_attributes_reply(xcb, attributesCookie, nullptr));
+  const auto geometry = connection_.reply(xcb_get_geometry_reply, xcb_get_geometry(xcb, topLevel));
+  const auto attributes =
+      connection_.reply(xcb_get_window_attributes_reply, xcb_get_window_attributes(xcb, topLevel));
   if (!geometry || !attributes) return;
-  const int borders = 2 * geometry->border_width;
-  frames_[topLevel] = {window,
-                       geometry->x,
-                       geometry->y,
-                       geometry->width + borders,
-                       geometry->height + borders,
-                       attributes->map_state != XCB_MAP_STATE_UNMAPPED};
+  Frame& frame = frames_[topLevel];
+  frame = {.client = window, .mapped = attributes->map_state != XCB_MAP_STATE_UNMAPPED};
+  frame.place(*geometry);
 }
 
 void OwnWindows::adoptExisting() {
-  auto* xcb = connection_.xcb();
-  const auto tree =
-      own(xcb_query_tree_reply(xcb, xcb_query_tree(xcb, connection_.root()), nullptr));
+  const auto tree = connection_.reply(xcb_query_tree_reply,
+                                      xcb_query_tree(connection_.xcb(), connection_.root()));
   if (!tree) return;
   const auto* children = xcb_query_tree_children(tree.get());
   for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
@@ -153,10 +133,11 @@ void OwnWindows::adoptExisting() {
   }
 }
 
+// Zero if the window is gone.
 std::uint32_t OwnWindows::topLevelOf(std::uint32_t window) const {
-  auto* xcb = connection_.xcb();
   while (true) {
-    const auto tree = own(xcb_query_tree_reply(xcb, xcb_query_tree(xcb, window), nullptr));
+    const auto tree =
+        connection_.reply(xcb_query_tree_reply, xcb_query_tree(connection_.xcb(), window));
     if (!tree || tree->parent == XCB_NONE) return 0;
     if (tree->parent == tree->root) return window;
     window = tree->parent;

@@ -1,7 +1,6 @@
 #include "platform/x11/record.h"
 
 #include <cstring>
-#include <memory>
 #include <utility>
 
 #include <poll.h>
@@ -10,10 +9,7 @@
 #include <xcb/xcbext.h>
 #include <xcb/xinput.h>
 
-#include "platform/x11/protocol.h"
-
 namespace tapeloop::x11 {
-
 namespace {
 
 // Categories of a reply to EnableContext.
@@ -22,14 +18,21 @@ constexpr std::uint8_t fromClient = 1;
 constexpr std::uint8_t startOfData = 4;
 constexpr std::uint8_t endOfData = 5;
 
-constexpr int mostAtOnce = 256;  // replies
-
-// How long the server may take to start or end a stream before it counts as stuck.
-constexpr int serverPatience = 2000;  // milliseconds
+constexpr int repliesAtOnce = 256;
+constexpr int timeout = 2000;  // milliseconds in which the server has to start or end a stream
 
 std::span<const std::uint8_t> dataOf(const xcb_record_enable_context_reply_t& reply) {
   return {xcb_record_enable_context_data(&reply),
           static_cast<std::size_t>(xcb_record_enable_context_data_length(&reply))};
+}
+
+bool isForKeyboard(std::span<const std::uint8_t> request, std::uint16_t keyboard) {
+  if (request[0] == XCB_GRAB_KEYBOARD) return true;
+  // XIGrabDevice grabs pointers too, as menus do.
+  xcb_input_xi_grab_device_request_t grab;
+  if (request.size() < sizeof grab) return false;
+  std::memcpy(&grab, request.data(), sizeof grab);
+  return grab.deviceid == keyboard;
 }
 
 }  // namespace
@@ -53,10 +56,10 @@ std::unique_ptr<RecordStream> RecordStream::startForRequests(Connection& control
                                                              const xcb_record_range_t& range,
                                                              RequestHandler handler) {
   return start(control, range, fromClient, [handler = std::move(handler)](const auto& reply) {
-    // A client of the other byte order is not understood.
-    const RecordedRequest request{reply.xid_base, dataOf(reply)};
-    if (reply.client_swapped == 0 && request.bytes.size() >= sizeof(std::uint32_t)) {
-      handler(request);
+    const auto request = dataOf(reply);
+    // Requests of clients with the other byte order are left out.
+    if (reply.client_swapped == 0 && request.size() >= sizeof(std::uint32_t)) {
+      handler(reply.xid_base, request);
     }
   });
 }
@@ -97,41 +100,36 @@ bool RecordStream::enable(const xcb_record_range_t& range) {
 
   sequence_ = xcb_record_enable_context(data_, context_).sequence;
   xcb_flush(data_);
-  if (!waitUntilEnabled()) return false;
+  if (!drainUntil(enabled_)) return false;
   watch_ = control_.runLoop().watch(xcb_get_file_descriptor(data_), [this] { drain(); });
-  // Starting may have read events along with the reply that it waited for.
+  // libxcb may have read events together with a reply that was waited for. The descriptor does not
+  // show those.
   beforeWait_ = control_.runLoop().addBeforeWait([this] { return drain(); });
   return true;
 }
 
-bool RecordStream::waitUntilEnabled() {
-  while (!enabled_ && !ended_) {
-    if (!drain() && !enabled_ && !ended_ && !waitReadable()) return false;
-  }
-  return enabled_;
-}
-
 void RecordStream::finish() {
   if (ended_ || context_ == 0) return;
-  auto* control = control_.xcb();
-  xcb_record_disable_context(control, context_);
-  // The reply tells that the server has done it; everything that it had held back is then on its
-  // way, with the end of the stream behind it.
-  own(xcb_get_input_focus_reply(control, xcb_get_input_focus(control), nullptr));
-  while (!ended_) {
-    if (!drain() && !ended_ && !waitReadable()) break;
-  }
+  xcb_record_disable_context(control_.xcb(), context_);
+  // After the round trip the server has sent everything that it had buffered, and the end of the
+  // stream after it.
+  control_.roundTrip();
+  drainUntil(ended_);
   ended_ = true;
   watch_ = {};
 }
 
-bool RecordStream::waitReadable() const {
-  if (xcb_connection_has_error(data_) != 0) return false;
-  pollfd descriptor{xcb_get_file_descriptor(data_), POLLIN, 0};
-  return poll(&descriptor, 1, serverPatience) > 0;
+// False when the stream ends, or the server sends nothing for too long, before `reached` is true.
+bool RecordStream::drainUntil(const bool& reached) {
+  while (!reached && !ended_) {
+    if (drain() || reached || ended_) continue;
+    pollfd descriptor{xcb_get_file_descriptor(data_), POLLIN, 0};
+    if (poll(&descriptor, 1, timeout) <= 0) return false;
+  }
+  return reached;
 }
 
-// Tells whether it stopped with more to come, which a flood is not to keep the loop busy with.
+// True when it stopped with more to come, so that a flood of events does not hold up the timers.
 bool RecordStream::drain() {
   void* memory = nullptr;
   xcb_generic_error_t* failure = nullptr;
@@ -140,22 +138,14 @@ bool RecordStream::drain() {
     const auto error = own(std::exchange(failure, nullptr));
     const auto reply =
         own(static_cast<xcb_record_enable_context_reply_t*>(std::exchange(memory, nullptr)));
-    if (!reply) {
+    if (!reply || reply->category == endOfData) {
       ended_ = true;
-      break;
+    } else if (reply->category == startOfData) {
+      enabled_ = true;
+    } else if (reply->category == category_) {
+      sink_(*reply);
     }
-    switch (reply->category) {
-      case startOfData:
-        enabled_ = true;
-        break;
-      case endOfData:
-        ended_ = true;
-        break;
-      default:
-        if (reply->category == category_) sink_(*reply);
-        break;
-    }
-    if (++count == mostAtOnce) return true;
+    if (++count == repliesAtOnce) return true;
   }
   if (xcb_connection_has_error(data_) != 0) ended_ = true;
   if (ended_) watch_ = {};
@@ -164,37 +154,18 @@ bool RecordStream::drain() {
 
 RawInput::RawInput(Connection& connection)
     : connection_(connection),
-      events_(connection.onEvent([this](const xcb_generic_event_t& event) { handle(event); })) {}
-
-Subscription RawInput::onKey(Handler handler) {
-  return count(keyListeners_, key_.connect(std::move(handler)));
-}
-Subscription RawInput::onAny(Handler handler) {
-  return count(anyListeners_, any_.connect(std::move(handler)));
+      events_(connection.onEvent([this](const xcb_generic_event_t& event) { handle(event); })) {
+  selectPointer(false);
 }
 
-Subscription RawInput::count(int& listeners, Subscription subscription) {
-  ++listeners;
-  select();
-  const auto kept = std::make_shared<Subscription>(std::move(subscription));
-  return Subscription([this, &listeners, kept] {
-    kept->reset();
-    --listeners;
-    select();
-  });
-}
-
-void RawInput::select() const {
+void RawInput::selectPointer(bool on) {
   if (!connection_.extensions().xinput) return;
   struct {
-    xcb_input_event_mask_t head;
-    std::uint32_t mask;
-  } selection{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, 0};
-  if (keyListeners_ + anyListeners_ > 0) {
-    selection.mask |=
+    xcb_input_event_mask_t head{XCB_INPUT_DEVICE_ALL_MASTER, 1};
+    std::uint32_t mask =
         XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE;
-  }
-  if (anyListeners_ > 0) {
+  } selection;
+  if (on) {
     selection.mask |= XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS |
                       XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE |
                       XCB_INPUT_XI_EVENT_MASK_RAW_MOTION;
@@ -204,49 +175,34 @@ void RawInput::select() const {
 }
 
 void RawInput::handle(const xcb_generic_event_t& event) {
-  if ((event.response_type & 0x7f) != XCB_GE_GENERIC) return;
-  const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
-  if (generic.extension != connection_.extensions().xinputOpcode) return;
-  if (generic.event_type < XCB_INPUT_RAW_KEY_PRESS || generic.event_type > XCB_INPUT_RAW_MOTION) {
-    return;
-  }
-  // The five kinds have the same layout up to here.
-  const auto& raw = reinterpret_cast<const xcb_input_raw_key_press_event_t&>(event);
-  const RawEvent told{generic.event_type, static_cast<std::uint8_t>(raw.detail), raw.time,
-                      generic.full_sequence};
-  any_(told);
-  if (told.type <= XCB_INPUT_RAW_KEY_RELEASE) key_(told);
+  if (eventCode(event) != XCB_GE_GENERIC) return;
+  // The five kinds have the same layout up to the detail.
+  const auto& raw = as<xcb_input_raw_key_press_event_t>(event);
+  if (raw.extension != connection_.extensions().xinputOpcode) return;
+  if (raw.event_type < XCB_INPUT_RAW_KEY_PRESS || raw.event_type > XCB_INPUT_RAW_MOTION) return;
+  rawEvent_({raw.event_type, static_cast<std::uint8_t>(raw.detail), raw.time, raw.full_sequence});
 }
 
-Subscription GrabRequests::watch(std::uint32_t client, std::function<void()> callback) {
+Subscription onGrabRequest(Connection& connection, const KeyboardMap& keyboard,
+                           std::uint32_t ownClient, std::function<void()> callback) {
   xcb_record_range_t range{};
   range.core_requests = {XCB_GRAB_KEYBOARD, XCB_GRAB_KEYBOARD};
-  if (connection_.extensions().xinput) {
-    const std::uint8_t opcode = connection_.extensions().xinputOpcode;
+  if (connection.extensions().xinput) {
+    const std::uint8_t opcode = connection.extensions().xinputOpcode;
     range.ext_requests = {{opcode, opcode}, {XCB_INPUT_XI_GRAB_DEVICE, XCB_INPUT_XI_GRAB_DEVICE}};
   }
-  Signal<> wanted;
-  auto subscription = std::make_shared<Subscription>(wanted.connect(std::move(callback)));
-  stream_ = RecordStream::startForRequests(
-      connection_, range, [this, client, wanted](const RecordedRequest& request) {
-        if (request.client == client || !isForKeyboard(request)) return;
-        // Whoever hears of it may end the stream, which is in use now.
-        connection_.runLoop().dispatchAfter(0, wanted);
+  const auto wanted = std::make_shared<std::function<void()>>(std::move(callback));
+  const std::shared_ptr<RecordStream> stream = RecordStream::startForRequests(
+      connection, range,
+      [&connection, &keyboard, ownClient, weak = std::weak_ptr(wanted)](std::uint32_t client,
+                                                                        auto request) {
+        if (client == ownClient || !isForKeyboard(request, keyboard.device())) return;
+        // Later, because the callback may end the stream, which is in use now.
+        connection.runLoop().dispatchAfter(0, [weak] {
+          if (const auto current = weak.lock()) (*current)();
+        });
       });
-  return Subscription([this, subscription] {
-    subscription->reset();
-    stream_.reset();
-  });
-}
-
-bool GrabRequests::isForKeyboard(const RecordedRequest& request) const {
-  const std::uint8_t opcode = request.bytes[0];
-  if (opcode == XCB_GRAB_KEYBOARD) return true;
-  xcb_input_xi_grab_device_request_t grab;
-  if (request.bytes.size() < sizeof grab) return false;
-  std::memcpy(&grab, request.bytes.data(), sizeof grab);
-  // The pointer is grabbed in this way too, for every menu.
-  return grab.deviceid == keyboard_.device();
+  return Subscription([wanted, stream] {});
 }
 
 }  // namespace tapeloop::x11

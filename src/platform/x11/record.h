@@ -24,24 +24,21 @@ struct DeviceEvent {
   std::int64_t arrival = 0;  ///< Monotonic nanoseconds.
 };
 
-/// A request of a client, before the server has acted on it.
-struct RecordedRequest {
-  std::uint32_t client = 0;             ///< The base of the client's identifiers.
-  std::span<const std::uint8_t> bytes;  ///< As the client sent it; four at least.
-};
-
-/// What the server tells of all clients through the RECORD extension, in order, on a connection of
-/// its own. The server holds it back until it has something to write: whoever knows of an event
-/// has to nudge it with a request that has a reply. Main thread only.
+/// A context of the RECORD extension, on a connection of its own. It delivers what all clients send
+/// or are sent, in order. The server buffers this until it has to write something to any client:
+/// after an event whoever wants it at once makes a request that has a reply.
 class RecordStream {
  public:
   using Handler = std::function<void(const DeviceEvent&)>;
-  using RequestHandler = std::function<void(const RecordedRequest&)>;
+  /// `client` is the base of the sender's identifiers. `request` has at least four bytes, and the
+  /// server has not executed it yet.
+  using RequestHandler =
+      std::function<void(std::uint32_t client, std::span<const std::uint8_t> request)>;
 
   /// Every device event of the desktop. When this returns, every later event will be delivered.
   /// Null on failure.
   static std::unique_ptr<RecordStream> start(Connection& control, Handler handler);
-  /// The requests of all clients that `range` admits.
+  /// The requests of all clients that are in `range`. Null on failure.
   static std::unique_ptr<RecordStream> startForRequests(Connection& control,
                                                         const xcb_record_range_t& range,
                                                         RequestHandler handler);
@@ -59,24 +56,23 @@ class RecordStream {
                                              std::uint8_t category, Sink sink);
   RecordStream(Connection& control, xcb_connection_t* data, std::uint8_t category, Sink sink);
   bool enable(const xcb_record_range_t& range);
-  bool waitUntilEnabled();
+  bool drainUntil(const bool& reached);
   bool drain();
-  [[nodiscard]] bool waitReadable() const;
 
   Connection& control_;
   xcb_connection_t* const data_;
-  const std::uint8_t category_;  // of the replies that are wanted
+  const std::uint8_t category_;  // of the replies that go to the sink
   const Sink sink_;
   std::uint32_t context_ = 0;
-  unsigned sequence_ = 0;  // of the one request that all replies answer
+  unsigned sequence_ = 0;  // of EnableContext, the one request that all replies answer
   bool enabled_ = false;
   bool ended_ = false;
   system::Watch watch_;
   Subscription beforeWait_;
 };
 
-/// The server's word that something happened on an input device. It comes without a grab and takes
-/// nothing from anyone; held keys are not repeated in it.
+/// Says that something happened on an input device, as soon as it did. Raw events need no grab and
+/// take nothing from other programs. The repeats of a held key are not among them.
 struct RawEvent {
   std::uint16_t type = 0;      ///< XCB_INPUT_RAW_KEY_PRESS to XCB_INPUT_RAW_MOTION.
   std::uint8_t detail = 0;     ///< Keycode or button.
@@ -84,54 +80,33 @@ struct RawEvent {
   std::uint32_t sequence = 0;  ///< Of the last request that the server had read by then.
 };
 
-/// The raw events of all devices. Selected are only those that somebody listens to. Main thread
-/// only.
+/// The raw events (XInput 2) of all devices: of keys always, as hotkeys need them, of buttons and
+/// motion only while they are selected.
 class RawInput {
  public:
-  using Handler = std::function<void(const RawEvent&)>;
-
   explicit RawInput(Connection& connection);
   RawInput(const RawInput&) = delete;
   RawInput& operator=(const RawInput&) = delete;
 
-  // Subscriptions end before this does.
-  Subscription onKey(Handler handler);
-  /// Keys, buttons and motion.
-  Subscription onAny(Handler handler);
+  void selectPointer(bool on);
+  Subscription onRawEvent(std::function<void(const RawEvent&)> callback) {
+    return rawEvent_.connect(std::move(callback));
+  }
 
  private:
   void handle(const xcb_generic_event_t& event);
-  void select() const;
-  Subscription count(int& listeners, Subscription subscription);
 
   Connection& connection_;
-  Signal<const RawEvent&> key_;
-  Signal<const RawEvent&> any_;
-  int keyListeners_ = 0;
-  int anyListeners_ = 0;
+  Signal<const RawEvent&> rawEvent_;
   Subscription events_;
 };
 
-/// Tells of other clients' attempts to grab the keyboard, which fail without a word to whoever has
-/// grabbed it. Main thread only.
-class GrabRequests {
- public:
-  /// What is handed in outlives this.
-  GrabRequests(Connection& connection, const KeyboardMap& keyboard)
-      : connection_(connection), keyboard_(keyboard) {}
-  GrabRequests(const GrabRequests&) = delete;
-  GrabRequests& operator=(const GrabRequests&) = delete;
-
-  /// `client` is the base of the identifiers of a client whose requests do not count, which comes
-  /// with its connection setup. `callback` runs from the run loop. For one subscription at a time.
-  Subscription watch(std::uint32_t client, std::function<void()> callback);
-
- private:
-  [[nodiscard]] bool isForKeyboard(const RecordedRequest& request) const;
-
-  Connection& connection_;
-  const KeyboardMap& keyboard_;
-  std::unique_ptr<RecordStream> stream_;  // while somebody watches
-};
+/// Watches, through RECORD, for requests of clients to grab the keyboard. The server tells nobody
+/// that such a request fails because another client has grabbed the keyboard.
+///
+/// Requests of the client whose identifiers have the base `ownClient` are ignored. `callback` runs
+/// from the run loop.
+Subscription onGrabRequest(Connection& connection, const KeyboardMap& keyboard,
+                           std::uint32_t ownClient, std::function<void()> callback);
 
 }  // namespace tapeloop::x11

@@ -5,16 +5,11 @@
 #include <utility>
 
 namespace tapeloop::x11 {
-
 namespace {
 
 constexpr std::int64_t nanosecondsPerMillisecond = 1'000'000;
-// Not every announcement is followed by an event; of old ones there is no use.
+// Some raw events are followed by no recorded event; their entries must not pile up.
 constexpr std::size_t mostAnnouncements = 4096;
-
-bool isBefore(std::uint32_t a, std::uint32_t b) {
-  return static_cast<std::int32_t>(a - b) < 0;
-}
 
 }  // namespace
 
@@ -24,7 +19,7 @@ void ServerTime::announce(std::uint32_t milliseconds, std::int64_t arrival) {
 }
 
 double ServerTime::timestamp(std::uint32_t milliseconds, std::int64_t arrival) {
-  while (!announced_.empty() && isBefore(announced_.front().milliseconds, milliseconds)) {
+  while (!announced_.empty() && isLater(milliseconds, announced_.front().milliseconds)) {
     announced_.pop_front();
   }
   if (!announced_.empty() && announced_.front().milliseconds == milliseconds) {
@@ -32,8 +27,8 @@ double ServerTime::timestamp(std::uint32_t milliseconds, std::int64_t arrival) {
     announced_.pop_front();
   }
 
-  // A local server counts the milliseconds of the machine's monotonic clock, so the first event is
-  // placed beside its arrival, and every other one beside the event before it.
+  // A local server's milliseconds are those of the monotonic clock, so the upper bits of the first
+  // event's time are taken from its arrival. Every later one is near the event before it.
   const std::int64_t reference = unwrapped_.value_or(arrival / nanosecondsPerMillisecond);
   const auto difference = static_cast<std::int32_t>(
       milliseconds - static_cast<std::uint32_t>(static_cast<std::uint64_t>(reference)));
@@ -65,29 +60,27 @@ int ClickCounter::release(std::uint8_t button) const {
 }
 
 std::optional<std::uint16_t> RecordedKeys::press(std::uint8_t keycode, std::uint16_t state) {
-  // The repeat of a held key is that key again, whatever it would do if it were struck now.
+  // A repeat of a held key gets the code of the first press, though modifiers may have changed.
   auto& down = down_[keycode];
-  if (!down) down = keyCodeOf(keycode, state);
+  if (!down) down = virtualKey(keycode, state);
   return down;
 }
 
 std::optional<std::uint16_t> RecordedKeys::release(std::uint8_t keycode, std::uint16_t state) {
   if (const auto down = std::exchange(down_[keycode], std::nullopt)) return down;
-  // It went down before anybody listened, or was only a modifier.
-  return keyboard_.isModifierKey(keycode) ? std::nullopt : keyCodeOf(keycode, state);
+  // The press came before the capture, or was only a modifier's.
+  return keyboard_.isModifierKey(keycode) ? std::nullopt : virtualKey(keycode, state);
 }
 
-std::optional<std::uint16_t> RecordedKeys::keyCodeOf(std::uint8_t keycode,
-                                                     std::uint16_t state) const {
+std::optional<std::uint16_t> RecordedKeys::virtualKey(std::uint8_t keycode,
+                                                      std::uint16_t state) const {
   if (keyboard_.isModifierKey(keycode) && !keyboard_.switchesLayout(keycode, state)) {
     return std::nullopt;
   }
-  const std::uint16_t place = keyboard_.keyCodeOf(keycode);
   const bool isNumLockOn = (state & keyboard_.numLockModifier()) != 0;
-  if (isNumLockOn || !keyboard_.dependsOnNumLock(keycode)) return place;
-  // Posted under its own place it would get Num Lock.
-  const auto other = keyboard_.keyCodeStoodFor(keycode, state);
-  return other ? *other : keyCodeWithoutPlace(keycode);
+  if (isNumLockOn || !keyboard_.dependsOnNumLock(keycode)) return keyboard_.virtualKey(keycode);
+  // The key's own virtual key code is posted with Num Lock.
+  return keyboard_.virtualKeyWithoutNumLock(keycode, state);
 }
 
 }  // namespace tapeloop::x11

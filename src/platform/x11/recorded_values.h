@@ -10,14 +10,14 @@
 
 namespace tapeloop::x11 {
 
-/// Turns the server's 32-bit milliseconds into seconds that neither wrap nor go back, and refines
-/// them below the millisecond by the time at which the program first heard of the event.
+/// Makes time stamps of the server's 32-bit milliseconds: seconds that neither wrap nor go back.
+/// The part below the millisecond is the time at which the raw event of the same input arrived.
 class ServerTime {
  public:
-  /// The server told of an event, though not yet of what it is. Both in order; `arrival` in
-  /// nanoseconds of the monotonic clock.
+  /// A raw event with this server time arrived. `arrival` is in monotonic nanoseconds.
   void announce(std::uint32_t milliseconds, std::int64_t arrival);
-  /// Seconds, for the event with this server time. `arrival` counts when it was not announced.
+  /// The time stamp of the event with this server time. Its own `arrival` counts when it had no raw
+  /// event.
   double timestamp(std::uint32_t milliseconds, std::int64_t arrival);
 
  private:
@@ -28,7 +28,7 @@ class ServerTime {
 
   std::deque<Announcement> announced_;     // whose events have not come yet
   std::optional<std::int64_t> unwrapped_;  // milliseconds of the previous event
-  std::int64_t latest_ = 0;                // nanoseconds handed out last
+  std::int64_t latest_ = 0;                // nanoseconds of the latest time stamp
 };
 
 /// How close two presses have to be to count as a double click.
@@ -58,8 +58,8 @@ class ClickCounter {
   std::array<int, buttons> counts_{1, 1, 1, 1};  // by button, of its latest press
 };
 
-/// Says which key code a key is recorded under, so that posting that key code does again what the
-/// key did. A key comes up under the code that it went down under. Main thread only.
+/// Finds the virtual key code to record for a key: the one that, when it is posted, does again what
+/// the key did. A release gets the code of its press.
 class RecordedKeys {
  public:
   explicit RecordedKeys(const KeyboardMap& keyboard) : keyboard_(keyboard) {}
@@ -67,12 +67,12 @@ class RecordedKeys {
   /// `state` is that of the event. Nothing for a key that only changed modifiers.
   [[nodiscard]] std::optional<std::uint16_t> press(std::uint8_t keycode, std::uint16_t state);
   [[nodiscard]] std::optional<std::uint16_t> release(std::uint8_t keycode, std::uint16_t state);
-  /// No key is down any more.
+  /// Forgets the presses.
   void clear() { down_.fill(std::nullopt); }
 
  private:
-  [[nodiscard]] std::optional<std::uint16_t> keyCodeOf(std::uint8_t keycode,
-                                                       std::uint16_t state) const;
+  [[nodiscard]] std::optional<std::uint16_t> virtualKey(std::uint8_t keycode,
+                                                        std::uint16_t state) const;
 
   const KeyboardMap& keyboard_;
   std::array<std::optional<std::uint16_t>, 256> down_{};  // by keycode

@@ -6,7 +6,6 @@
 #include <xcb/xcb.h>
 #include <xcb/xinput.h>
 
-#include "platform/x11/protocol.h"
 #include "platform/x11/xtest_devices.h"
 
 namespace tapeloop::x11 {
@@ -18,34 +17,39 @@ struct Monitor {
   bool primary;
 };
 
+Rect rect(int x, int y, int width, int height) {
+  return {{static_cast<double>(x), static_cast<double>(y)},
+          {static_cast<double>(width), static_cast<double>(height)}};
+}
+
 std::vector<Monitor> monitorsOf(const Connection& connection) {
   std::vector<Monitor> monitors;
   auto* xcb = connection.xcb();
   if (connection.extensions().randr) {
-    const auto reply = own(xcb_randr_get_monitors_reply(
-        xcb, xcb_randr_get_monitors(xcb, connection.root(), 1), nullptr));
+    const auto reply = connection.reply(xcb_randr_get_monitors_reply,
+                                        xcb_randr_get_monitors(xcb, connection.root(), 1));
     if (!reply) return monitors;
     for (auto i = xcb_randr_get_monitors_monitors_iterator(reply.get()); i.rem > 0;
          xcb_randr_monitor_info_next(&i)) {
       const auto& info = *i.data;
-      monitors.push_back({{{static_cast<double>(info.x), static_cast<double>(info.y)},
-                           {static_cast<double>(info.width), static_cast<double>(info.height)}},
-                          info.primary != 0});
+      monitors.push_back({rect(info.x, info.y, info.width, info.height), info.primary != 0});
     }
   }
-  // Without RandR, or with all outputs off, the root window is all there is to point at.
+  // Without RandR, or with all outputs off, the whole root window counts as one monitor.
   if (monitors.empty()) {
-    const auto geometry =
-        own(xcb_get_geometry_reply(xcb, xcb_get_geometry(xcb, connection.root()), nullptr));
-    if (!geometry) return monitors;
-    monitors.push_back(
-        {{{0, 0}, {static_cast<double>(geometry->width), static_cast<double>(geometry->height)}},
-         true});
+    const auto root =
+        connection.reply(xcb_get_geometry_reply, xcb_get_geometry(xcb, connection.root()));
+    if (!root) return monitors;
+    monitors.push_back({rect(0, 0, root->width, root->height), true});
   }
   std::stable_sort(monitors.begin(), monitors.end(),
                    [](const Monitor& a, const Monitor& b) { return a.primary && !b.primary; });
   return monitors;
 }
+
+// Programs that warp the pointer cause no raw event, so the cached position is trusted for 100 ms
+// only: after a warp they watch the pointer for longer than that.
+constexpr std::int64_t trusted = 100'000'000;
 
 }  // namespace
 
@@ -56,7 +60,9 @@ X11Screens::X11Screens(Connection& connection) : connection_(connection) {
                                XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
   }
   load();
-  events_ = connection_.onEvent([this](const xcb_generic_event_t& event) { handle(event); });
+  events_ = connection_.onEvent([this](const xcb_generic_event_t& event) {
+    if (isChange(event)) stale_ = true;
+  });
   drained_ = connection_.onDrained([this] {
     if (!stale_) return;
     stale_ = false;
@@ -70,10 +76,9 @@ std::optional<Screen> X11Screens::mainScreen() const {
 }
 
 std::optional<Point> X11Screens::mouseLocation() const {
-  const auto pointer = own(xcb_query_pointer_reply(
-      connection_.xcb(), xcb_query_pointer(connection_.xcb(), connection_.root()), nullptr));
-  if (!pointer || pointer->same_screen == 0 || screens_.empty()) return std::nullopt;
-  return fromRoot(pointer->root_x, pointer->root_y);
+  const auto pointer = pointerPixel(connection_);
+  if (!pointer || screens_.empty()) return std::nullopt;
+  return fromRoot(pointer->x, pointer->y);
 }
 
 Point X11Screens::fromRoot(int x, int y) const {
@@ -97,35 +102,36 @@ void X11Screens::load() {
   }
 }
 
-void X11Screens::handle(const xcb_generic_event_t& event) {
-  const unsigned type = event.response_type & 0x7fU;
+bool X11Screens::isChange(const xcb_generic_event_t& event) const {
   const auto& extensions = connection_.extensions();
-  const bool ofRandr =
-      extensions.randr &&
-      (type == static_cast<unsigned>(extensions.randrFirstEvent) + XCB_RANDR_SCREEN_CHANGE_NOTIFY ||
-       type == static_cast<unsigned>(extensions.randrFirstEvent) + XCB_RANDR_NOTIFY);
-  const bool ofRoot =
-      type == XCB_CONFIGURE_NOTIFY &&
-      reinterpret_cast<const xcb_configure_notify_event_t&>(event).window == connection_.root();
-  if (ofRandr || ofRoot) stale_ = true;
+  const int type = eventCode(event);
+  if (type == XCB_CONFIGURE_NOTIFY) {
+    return as<xcb_configure_notify_event_t>(event).window == connection_.root();
+  }
+  const int randrType = type - extensions.randrFirstEvent;
+  return extensions.randr &&
+         (randrType == XCB_RANDR_SCREEN_CHANGE_NOTIFY || randrType == XCB_RANDR_NOTIFY);
 }
 
-namespace {
-
-// A program that places the pointer itself sends no word of it. Those that do so follow the pointer
-// with it for longer than this.
-constexpr std::int64_t trusted = 100'000'000;
-
-}  // namespace
+std::optional<Pixel> pointerPixel(const Connection& connection) {
+  const auto pointer = connection.reply(xcb_query_pointer_reply,
+                                        xcb_query_pointer(connection.xcb(), connection.root()));
+  if (!pointer || pointer->same_screen == 0) return std::nullopt;
+  return Pixel{pointer->root_x, pointer->root_y};
+}
 
 PointerTracker::PointerTracker(Connection& connection)
     : connection_(connection),
       events_(connection.onEvent([this](const xcb_generic_event_t& event) { handle(event); })) {}
 
 void PointerTracker::watch(bool on) {
-  if (!connection_.extensions().xinput) return;
   place_.reset();
-  if (on) watched_ = otherPointers();
+  if (on) {
+    for (const InputDevice& each : connection_.inputDevices()) {
+      const bool isPointer = each.type == XCB_INPUT_DEVICE_TYPE_SLAVE_POINTER;
+      if (isPointer && each.name != xtestPointerName) watched_.push_back(each.id);
+    }
+  }
   for (const std::uint16_t device : watched_) {
     struct {
       xcb_input_event_mask_t head;
@@ -143,39 +149,18 @@ void PointerTracker::movedTo(Pixel place) {
 
 bool PointerTracker::isAt(Pixel place) {
   if (!place_ || monotonicNow() - movedAt_ > trusted) {
-    place_ = ask();
+    place_ = pointerPixel(connection_);
     movedAt_ = monotonicNow();
   }
   return place_ == place;
 }
 
 void PointerTracker::handle(const xcb_generic_event_t& event) {
-  if (watched_.empty() || (event.response_type & 0x7f) != XCB_GE_GENERIC) return;
-  const auto& raw = reinterpret_cast<const xcb_input_raw_motion_event_t&>(event);
+  if (watched_.empty() || eventCode(event) != XCB_GE_GENERIC) return;
+  const auto& raw = as<xcb_input_raw_motion_event_t>(event);
   if (raw.extension != connection_.extensions().xinputOpcode) return;
   if (raw.event_type != XCB_INPUT_RAW_MOTION) return;
   if (std::find(watched_.begin(), watched_.end(), raw.sourceid) != watched_.end()) place_.reset();
-}
-
-std::vector<std::uint16_t> PointerTracker::otherPointers() const {
-  std::vector<std::uint16_t> devices;
-  const auto reply = own(xcb_input_xi_query_device_reply(
-      connection_.xcb(), xcb_input_xi_query_device(connection_.xcb(), XCB_INPUT_DEVICE_ALL),
-      nullptr));
-  if (!reply) return devices;
-  for (auto i = xcb_input_xi_query_device_infos_iterator(reply.get()); i.rem > 0;
-       xcb_input_xi_device_info_next(&i)) {
-    const bool isPointer = i.data->type == XCB_INPUT_DEVICE_TYPE_SLAVE_POINTER;
-    if (isPointer && deviceName(*i.data) != testPointerName) devices.push_back(i.data->deviceid);
-  }
-  return devices;
-}
-
-std::optional<Pixel> PointerTracker::ask() const {
-  const auto pointer = own(xcb_query_pointer_reply(
-      connection_.xcb(), xcb_query_pointer(connection_.xcb(), connection_.root()), nullptr));
-  if (!pointer || pointer->same_screen == 0) return std::nullopt;
-  return Pixel{pointer->root_x, pointer->root_y};
 }
 
 }  // namespace tapeloop::x11

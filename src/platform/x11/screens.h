@@ -10,8 +10,8 @@
 
 namespace tapeloop::x11 {
 
-/// The monitors, kept up with changes of their arrangement, and the way from the server's pixels to
-/// points and back. Main thread only.
+/// The monitors, read anew whenever their arrangement changes, and the conversion between pixels of
+/// the root window and points.
 class X11Screens final : public Screens {
  public:
   explicit X11Screens(Connection& connection);
@@ -32,30 +32,31 @@ class X11Screens final : public Screens {
 
  private:
   void load();
-  void handle(const xcb_generic_event_t& event);
+  [[nodiscard]] bool isChange(const xcb_generic_event_t& event) const;
 
   Connection& connection_;
   std::vector<Screen> screens_;
-  Rect primary_;  // in root pixels, downwards
-  bool stale_ = false;
+  Rect primary_;        // in root pixels, downwards
+  bool stale_ = false;  // changed since they were read
   Subscription events_;
   Subscription drained_;
 };
 
-/// A place on the root window.
 struct Pixel {
-  std::int16_t x = 0;
+  std::int16_t x = 0;  ///< On the root window.
   std::int16_t y = 0;
   friend bool operator==(const Pixel&, const Pixel&) = default;
 };
+/// Asks the server. Nothing if the pointer is on another screen of the display.
+std::optional<Pixel> pointerPixel(const Connection& connection);
 
-/// Knows where the pointer is while this program moves it. The server is asked, which takes a round
-/// trip, only if somebody else may have moved it since. Main thread only.
+/// Caches the position of the pointer while this program moves it. The server is asked, which takes
+/// a round trip, only if another device or program may have moved it since.
 class PointerTracker {
  public:
   explicit PointerTracker(Connection& connection);
 
-  /// Begins or ends watching whether other devices move the pointer.
+  /// Starts or stops watching the other pointer devices for motion.
   void watch(bool on);
   /// This program has just moved the pointer here.
   void movedTo(Pixel place);
@@ -63,12 +64,10 @@ class PointerTracker {
 
  private:
   void handle(const xcb_generic_event_t& event);
-  [[nodiscard]] std::vector<std::uint16_t> otherPointers() const;
-  [[nodiscard]] std::optional<Pixel> ask() const;
 
   Connection& connection_;
   std::vector<std::uint16_t> watched_;  // device numbers
-  std::optional<Pixel> place_;          // where this program moved it to; empty: anywhere
+  std::optional<Pixel> place_;          // empty: unknown
   std::int64_t movedAt_ = 0;            // monotonic nanoseconds
   Subscription events_;
 };

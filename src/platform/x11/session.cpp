@@ -1,7 +1,5 @@
 #include "platform/x11/session.h"
 
-#include <cstring>
-#include <string>
 #include <string_view>
 #include <utility>
 
@@ -9,9 +7,49 @@
 #include <xcb/randr.h>
 #include <xcb/xcb.h>
 
-#include "platform/x11/protocol.h"
-
 namespace tapeloop::x11 {
+namespace {
+
+// Xwayland has an extension of its name since version 23.1; older ones only have outputs with it.
+bool runsInWayland(const Connection& connection) {
+  auto* xcb = connection.xcb();
+  constexpr std::string_view name = "XWAYLAND";
+  const auto extension = connection.reply(xcb_query_extension_reply,
+                                          xcb_query_extension(xcb, name.size(), name.data()));
+  if (extension && extension->present != 0) return true;
+  if (!connection.extensions().randr) return false;
+
+  const auto resources =
+      connection.reply(xcb_randr_get_screen_resources_current_reply,
+                       xcb_randr_get_screen_resources_current(xcb, connection.root()));
+  if (!resources) return false;
+  const auto* outputs = xcb_randr_get_screen_resources_current_outputs(resources.get());
+  const int count = xcb_randr_get_screen_resources_current_outputs_length(resources.get());
+  for (int i = 0; i < count; ++i) {
+    const auto info =
+        connection.reply(xcb_randr_get_output_info_reply,
+                         xcb_randr_get_output_info(xcb, outputs[i], XCB_CURRENT_TIME));
+    if (!info) continue;
+    const std::string_view output(
+        reinterpret_cast<const char*>(xcb_randr_get_output_info_name(info.get())), info->name_len);
+    if (output.starts_with(name)) return true;
+  }
+  return false;
+}
+
+std::string missingExtensions(const Extensions& extensions) {
+  std::string missing;
+  const auto check = [&missing](bool present, const char* name) {
+    if (!present) missing += missing.empty() ? name : std::string(", ") + name;
+  };
+  check(extensions.record, "RECORD");
+  check(extensions.xtest, "XTEST");
+  check(extensions.xkb, "XKB");
+  check(extensions.xinput, "XInput 2");
+  return missing;
+}
+
+}  // namespace
 
 FirstInstance::FirstInstance(Connection& connection, std::function<void()> onSecondStart)
     : connection_(connection),
@@ -23,8 +61,8 @@ FirstInstance::FirstInstance(Connection& connection, std::function<void()> onSec
   if (!isFirst_) return;
   events_ = connection_.onEvent(
       [this, onSecondStart = std::move(onSecondStart)](const xcb_generic_event_t& event) {
-        if ((event.response_type & 0x7f) != XCB_CLIENT_MESSAGE) return;
-        const auto& message = reinterpret_cast<const xcb_client_message_event_t&>(event);
+        if (eventCode(event) != XCB_CLIENT_MESSAGE) return;
+        const auto& message = as<xcb_client_message_event_t>(event);
         if (message.window == window_ && message.type == selection_) onSecondStart();
       });
 }
@@ -35,12 +73,12 @@ FirstInstance::~FirstInstance() {
   xcb_flush(connection_.xcb());
 }
 
-// Nobody else gets a turn between the question and the claim.
+// While the server is grabbed no other instance can claim the selection between the two requests.
 bool FirstInstance::claim() {
   auto* xcb = connection_.xcb();
   xcb_grab_server(xcb);
   const auto owner =
-      own(xcb_get_selection_owner_reply(xcb, xcb_get_selection_owner(xcb, selection_), nullptr));
+      connection_.reply(xcb_get_selection_owner_reply, xcb_get_selection_owner(xcb, selection_));
   const bool taken = owner && owner->owner != XCB_NONE;
   if (taken) {
     xcb_client_message_event_t message{};
@@ -54,48 +92,16 @@ bool FirstInstance::claim() {
     xcb_set_selection_owner(xcb, window_, selection_, XCB_CURRENT_TIME);
   }
   xcb_ungrab_server(xcb);
-  // The reply tells that the server has taken in what came before.
-  own(xcb_get_input_focus_reply(xcb, xcb_get_input_focus(xcb), nullptr));
+  connection_.roundTrip();
   return !taken;
 }
-
-namespace {
-
-// Newer servers say it with an extension, older ones only with the names of their outputs.
-bool runsInWayland(const Connection& connection) {
-  auto* xcb = connection.xcb();
-  constexpr std::string_view name = "XWAYLAND";
-  const auto extension = own(
-      xcb_query_extension_reply(xcb, xcb_query_extension(xcb, name.size(), name.data()), nullptr));
-  if (extension && extension->present != 0) return true;
-  if (!connection.extensions().randr) return false;
-
-  const auto resources = own(xcb_randr_get_screen_resources_current_reply(
-      xcb, xcb_randr_get_screen_resources_current(xcb, connection.root()), nullptr));
-  if (!resources) return false;
-  const auto* outputs = xcb_randr_get_screen_resources_current_outputs(resources.get());
-  const int count = xcb_randr_get_screen_resources_current_outputs_length(resources.get());
-  for (int i = 0; i < count; ++i) {
-    const auto info = own(xcb_randr_get_output_info_reply(
-        xcb, xcb_randr_get_output_info(xcb, outputs[i], XCB_CURRENT_TIME), nullptr));
-    if (!info) continue;
-    const std::string_view output(
-        reinterpret_cast<const char*>(xcb_randr_get_output_info_name(info.get())),
-        static_cast<std::size_t>(xcb_randr_get_output_info_name_length(info.get())));
-    if (output.substr(0, name.size()) == name) return true;
-  }
-  return false;
-}
-
-}  // namespace
 
 X11Permission::X11Permission(const Connection& connection)
     : connection_(connection), inWayland_(runsInWayland(connection)) {}
 
 bool X11Permission::AXIsProcessTrusted() const {
-  const Extensions& extensions = connection_.extensions();
-  return extensions.record && extensions.xtest && extensions.xkb && extensions.xinput &&
-         !inWayland_ && !connection_.isLost();
+  return missingExtensions(connection_.extensions()).empty() && !inWayland_ &&
+         !connection_.isLost();
 }
 
 std::string X11Permission::advice() const {
@@ -103,17 +109,7 @@ std::string X11Permission::advice() const {
     return "This is a Wayland session, where no program sees the input of others: log out, and "
            "choose an X11 (Xorg) session when you log in.";
   }
-  const Extensions& extensions = connection_.extensions();
-  std::string missing;
-  const auto note = [&missing](bool present, const char* name) {
-    if (present) return;
-    if (!missing.empty()) missing += ", ";
-    missing += name;
-  };
-  note(extensions.record, "RECORD");
-  note(extensions.xtest, "XTEST");
-  note(extensions.xkb, "XKB");
-  note(extensions.xinput, "XInput 2");
+  const std::string missing = missingExtensions(connection_.extensions());
   if (missing.empty()) return {};
   return "The X server does not offer " + missing +
          ": enable this in its configuration, or log in to a session of a full X.Org server.";

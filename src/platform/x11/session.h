@@ -12,18 +12,17 @@
 
 namespace tapeloop::x11 {
 
-/// Tells the first program of a user on a display from later ones. The server knows the first one
-/// by a selection, which it takes back when that program ends, however it ends. Main thread only.
+/// Makes sure that a user runs the program once on a display. The first instance owns a selection,
+/// which the server frees when the connection ends, even if the program is killed.
 class FirstInstance {
  public:
-  /// `connection` outlives this object. `onSecondStart` runs when another one has asked for the
-  /// first, from the run loop.
+  /// In the first instance `onSecondStart` runs when another one is started, from the run loop.
   FirstInstance(Connection& connection, std::function<void()> onSecondStart);
   FirstInstance(const FirstInstance&) = delete;
   FirstInstance& operator=(const FirstInstance&) = delete;
   ~FirstInstance();
 
-  /// False if there is another one, which has been told by then.
+  /// False if there is another one, which has been sent a message by then.
   [[nodiscard]] bool isFirst() const { return isFirst_; }
 
  private:
@@ -36,9 +35,8 @@ class FirstInstance {
   Subscription events_;
 };
 
-/// Recording and playing are possible on an X server of its own right that offers RECORD, XTEST,
-/// XKB and version 2 of the input extension. A server that runs inside a Wayland session sees only
-/// its own clients and is not enough.
+/// Recording and playing need an X server with RECORD, XTEST, XKB and XInput 2 that is not
+/// Xwayland: that one, inside a Wayland session, sees the input of X clients only.
 class X11Permission final : public Permission {
  public:
   explicit X11Permission(const Connection& connection);
@@ -51,10 +49,9 @@ class X11Permission final : public Permission {
   const bool inWayland_;
 };
 
-/// The keyboard's bell, at the volume that the user has set. Main thread only.
+/// The keyboard's bell, at the volume that the user has set.
 class X11Sound final : public Sound {
  public:
-  /// `connection` outlives this.
   explicit X11Sound(Connection& connection) : connection_(connection) {}
   void NSBeep() override {
     xcb_bell(connection_.xcb(), 0);

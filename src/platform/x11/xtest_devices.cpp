@@ -7,41 +7,15 @@
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
 
-#include "platform/x11/protocol.h"
-
 namespace tapeloop::x11 {
-
-namespace {
-
-// Not every post is followed by a raw event; of old ones there is no use.
-constexpr std::size_t mostPosts = 4096;
-
-}  // namespace
-
-void PostedKeys::posted(std::uint32_t sequence, std::uint8_t keycode) {
-  if (posts_.size() == mostPosts) posts_.pop_front();
-  posts_.push_back({sequence, keycode});
-}
-
-bool PostedKeys::isPosted(std::uint32_t sequence, std::uint8_t keycode) {
-  while (!posts_.empty()) {
-    const Post post = posts_.front();
-    if (static_cast<std::int32_t>(post.sequence - sequence) > 0) return false;
-    if (post.sequence == sequence && post.keycode != keycode) return false;
-    posts_.pop_front();
-    if (post.sequence == sequence) return true;
-  }
-  return false;
-}
-
 namespace {
 
 constexpr std::uint32_t xkbControlsEnabled = 1U << 31;  // the control "which controls are enabled"
 
-// The root window's property: whose it is, and what `repeats` said before.
+// The value of the root window's property.
 struct Mark {
   std::uint32_t owner;
-  std::uint32_t repeats;
+  std::uint32_t repeats;  // before `hold`
 };
 constexpr std::uint32_t markItems = sizeof(Mark) / sizeof(std::uint32_t);
 
@@ -49,20 +23,22 @@ constexpr std::uint32_t markItems = sizeof(Mark) / sizeof(std::uint32_t);
 constexpr std::uint8_t keyClass = 0;
 constexpr std::uint8_t buttonClass = 1;
 
+// Some posts are followed by no raw event; their entries must not pile up.
+constexpr std::size_t mostPosts = 4096;
+
 }  // namespace
 
-std::string_view deviceName(const xcb_input_xi_device_info_t& device) {
-  return {xcb_input_xi_device_info_name(&device),
-          static_cast<std::size_t>(xcb_input_xi_device_info_name_length(&device))};
-}
-
-TestDevices::TestDevices(Connection& connection, PostedKeys& posted)
-    : connection_(connection), posted_(posted) {
+XtestDevices::XtestDevices(Connection& connection) : connection_(connection) {
   const auto& extensions = connection_.extensions();
   if (!extensions.xtest || !extensions.xinput || !extensions.xkb) return;
-  findDevices();
+  for (const InputDevice& device : connection_.inputDevices()) {
+    const auto number = static_cast<std::uint8_t>(device.id);
+    if (device.name == xtestKeyboardName) keyboard_ = number;
+    if (device.name == xtestPointerName) pointer_ = number;
+    if (device.name == "Virtual core keyboard") master_ = number;
+  }
   mark_ = connection_.atom("_TAPELOOP_POSTING");
-  // Before this program has a window: its number may be the one that a killed run had.
+  // Before this program has a window, which may get the number of the killed run's.
   cleanUpAfterKilledRun();
   auto* xcb = connection_.xcb();
   owner_ = xcb_generate_id(xcb);
@@ -72,44 +48,29 @@ TestDevices::TestDevices(Connection& connection, PostedKeys& posted)
   xcb_flush(xcb);
 }
 
-void TestDevices::findDevices() {
+void XtestDevices::cleanUpAfterKilledRun() {
   auto* xcb = connection_.xcb();
-  const auto reply = own(xcb_input_xi_query_device_reply(
-      xcb, xcb_input_xi_query_device(xcb, XCB_INPUT_DEVICE_ALL), nullptr));
-  if (!reply) return;
-  for (auto i = xcb_input_xi_query_device_infos_iterator(reply.get()); i.rem > 0;
-       xcb_input_xi_device_info_next(&i)) {
-    const std::string_view name = deviceName(*i.data);
-    const auto device = static_cast<std::uint8_t>(i.data->deviceid);
-    if (name == testKeyboardName) keyboard_ = device;
-    if (name == testPointerName) pointer_ = device;
-    if (name == "Virtual core keyboard") master_ = device;
-  }
-}
-
-void TestDevices::cleanUpAfterKilledRun() {
-  auto* xcb = connection_.xcb();
-  const auto marked = own(xcb_get_property_reply(
-      xcb, xcb_get_property(xcb, 0, connection_.root(), mark_, XCB_ATOM_WINDOW, 0, markItems),
-      nullptr));
+  const auto marked = connection_.reply(
+      xcb_get_property_reply,
+      xcb_get_property(xcb, 0, connection_.root(), mark_, XCB_ATOM_WINDOW, 0, markItems));
   if (!marked || xcb_get_property_value_length(marked.get()) != sizeof(Mark)) return;
   const Mark mark = *static_cast<const Mark*>(xcb_get_property_value(marked.get()));
-  // The window goes with its program; another one may have got its number since.
-  const auto alive = own(xcb_get_property_reply(
-      xcb, xcb_get_property(xcb, 0, mark.owner, mark_, XCB_ATOM_WINDOW, 0, 1), nullptr));
+  // The owner window went with its program. Its number may have been given to another window since,
+  // which lacks the property.
+  const auto alive = connection_.reply(
+      xcb_get_property_reply, xcb_get_property(xcb, 0, mark.owner, mark_, XCB_ATOM_WINDOW, 0, 1));
   if (alive && alive->type == XCB_ATOM_WINDOW) return;
   releaseEverything(keyboard_);
   releaseEverything(pointer_);
   setRepeats(mark.repeats != 0);
   xcb_delete_property(xcb, connection_.root(), mark_);
-  // Done when the answer is there, even if the program ends at once.
-  own(xcb_get_input_focus_reply(xcb, xcb_get_input_focus(xcb), nullptr));
+  // So that it is done even if the program ends at once.
+  connection_.roundTrip();
 }
 
-void TestDevices::releaseEverything(std::uint8_t device) {
-  auto* xcb = connection_.xcb();
-  const auto state = own(
-      xcb_input_query_device_state_reply(xcb, xcb_input_query_device_state(xcb, device), nullptr));
+void XtestDevices::releaseEverything(std::uint8_t device) {
+  const auto state = connection_.reply(xcb_input_query_device_state_reply,
+                                       xcb_input_query_device_state(connection_.xcb(), device));
   if (!state) return;
   for (auto i = xcb_input_query_device_state_classes_iterator(state.get()); i.rem > 0;
        xcb_input_input_state_next(&i)) {
@@ -125,17 +86,16 @@ void TestDevices::releaseEverything(std::uint8_t device) {
   }
 }
 
-void TestDevices::hold() {
-  auto* xcb = connection_.xcb();
+void XtestDevices::hold() {
   if (owner_ == 0) return;
   repeats_ = repeats();
   const Mark mark{owner_, repeats_ ? 1U : 0U};
-  xcb_change_property(xcb, XCB_PROP_MODE_REPLACE, connection_.root(), mark_, XCB_ATOM_WINDOW, 32,
-                      markItems, &mark);
+  xcb_change_property(connection_.xcb(), XCB_PROP_MODE_REPLACE, connection_.root(), mark_,
+                      XCB_ATOM_WINDOW, 32, markItems, &mark);
   setRepeats(false);
 }
 
-void TestDevices::release() {
+void XtestDevices::release() {
   while (!held_.empty()) {
     const Held last = held_.back();
     last.isKey ? releaseKey(last.code) : releaseButton(last.code);
@@ -145,44 +105,57 @@ void TestDevices::release() {
   xcb_delete_property(connection_.xcb(), connection_.root(), mark_);
 }
 
-void TestDevices::moveTo(std::int16_t x, std::int16_t y) {
+void XtestDevices::moveTo(std::int16_t x, std::int16_t y) {
   fake(XCB_MOTION_NOTIFY, 0, x, y);
 }
 
-void TestDevices::pressKey(std::uint8_t keycode) {
-  keysDown_.set(keycode);
+void XtestDevices::pressKey(std::uint8_t keycode) {
   held_.push_back({true, keycode});
   fake(XCB_KEY_PRESS, keycode);
 }
 
-void TestDevices::releaseKey(std::uint8_t keycode) {
-  keysDown_.reset(keycode);
+void XtestDevices::releaseKey(std::uint8_t keycode) {
   std::erase(held_, Held{true, keycode});
   fake(XCB_KEY_RELEASE, keycode);
 }
 
-void TestDevices::pressButton(std::uint8_t button) {
+bool XtestDevices::isKeyDown(std::uint8_t keycode) const {
+  return std::find(held_.begin(), held_.end(), Held{true, keycode}) != held_.end();
+}
+
+void XtestDevices::pressButton(std::uint8_t button) {
   held_.push_back({false, button});
   fake(XCB_BUTTON_PRESS, button);
 }
 
-void TestDevices::releaseButton(std::uint8_t button) {
+void XtestDevices::releaseButton(std::uint8_t button) {
   std::erase(held_, Held{false, button});
   fake(XCB_BUTTON_RELEASE, button);
 }
 
-bool TestDevices::repeats() const {
-  auto* xcb = connection_.xcb();
-  const auto controls =
-      own(xcb_xkb_get_controls_reply(xcb, xcb_xkb_get_controls(xcb, keyboard_), nullptr));
+bool XtestDevices::isPosted(std::uint32_t sequence, std::uint8_t keycode) {
+  while (!posts_.empty()) {
+    const Post post = posts_.front();
+    if (isLater(post.sequence, sequence)) return false;
+    if (post.sequence == sequence && post.keycode != keycode) return false;
+    posts_.pop_front();
+    if (post.sequence == sequence) return true;
+  }
+  return false;
+}
+
+// Whether the server repeats keys that are held through XTEST.
+bool XtestDevices::repeats() const {
+  const auto controls = connection_.reply(xcb_xkb_get_controls_reply,
+                                          xcb_xkb_get_controls(connection_.xcb(), keyboard_));
   return !controls || (controls->enabledControls & XCB_XKB_BOOL_CTRL_REPEAT_KEYS) != 0;
 }
 
-// What counts are the controls of the keyboard that programs know. Those are a copy of the controls
-// of the device used last, taken only when the device changes: if that is this one, both have to be
-// set. If it is the person's, setting the copy would set theirs too, and no key that they hold
-// would repeat.
-void TestDevices::setRepeats(bool on) {
+// The server goes by the controls of the core keyboard. These are a copy of the controls of the
+// keyboard used last, taken only when another one is used. So they are set as well if that was the
+// XTEST keyboard; otherwise they are the controls of the user's keyboard, on which no held key
+// would repeat any more.
+void XtestDevices::setRepeats(bool on) {
   constexpr std::array<std::uint8_t, 32> perKey{};  // not among what is changed
   const std::array devices{keyboard_, isKeyboardUsedLast() ? master_ : std::uint8_t{0}};
   for (const std::uint8_t device : devices) {
@@ -194,10 +167,9 @@ void TestDevices::setRepeats(bool on) {
   }
 }
 
-bool TestDevices::isKeyboardUsedLast() const {
-  auto* xcb = connection_.xcb();
-  const auto reply =
-      own(xcb_input_xi_query_device_reply(xcb, xcb_input_xi_query_device(xcb, master_), nullptr));
+bool XtestDevices::isKeyboardUsedLast() const {
+  const auto reply = connection_.reply(xcb_input_xi_query_device_reply,
+                                       xcb_input_xi_query_device(connection_.xcb(), master_));
   if (!reply) return false;
   const auto master = xcb_input_xi_query_device_infos_iterator(reply.get());
   if (master.rem == 0) return false;
@@ -208,12 +180,14 @@ bool TestDevices::isKeyboardUsedLast() const {
   return false;
 }
 
-void TestDevices::fake(std::uint8_t type, std::uint8_t detail, std::int16_t x, std::int16_t y) {
-  // A request of an extension that the server lacks would end the connection.
+void XtestDevices::fake(std::uint8_t type, std::uint8_t detail, std::int16_t x, std::int16_t y) {
+  // libxcb closes the connection on a request of an extension that the server lacks.
   if (!connection_.extensions().xtest) return;
   const auto request = xcb_test_fake_input(connection_.xcb(), type, detail, XCB_CURRENT_TIME,
                                            connection_.root(), x, y, 0);
-  if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE) posted_.posted(request.sequence, detail);
+  if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) return;
+  if (posts_.size() == mostPosts) posts_.pop_front();
+  posts_.push_back({request.sequence, detail});
 }
 
 }  // namespace tapeloop::x11
