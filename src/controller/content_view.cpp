@@ -24,8 +24,12 @@ PlaybackSettings playbackSettings(Settings& settings) {
 }
 
 PlaybackServices playbackServices(const Desktop& desktop) {
-  return {desktop.runLoop,        desktop.clock,   desktop.trace,
-          desktop.eventSynthesis, desktop.screens, desktop.windows};
+  return {.runLoop = desktop.runLoop,
+          .clock = desktop.clock,
+          .trace = desktop.trace,
+          .eventSynthesis = desktop.eventSynthesis,
+          .screens = desktop.screens,
+          .windows = desktop.windows};
 }
 
 }  // namespace
@@ -38,6 +42,8 @@ ContentView::ContentView(const Desktop& desktop, Settings& settings)
                desktop.windows, desktop.runLoop, desktop.trace),
       playback_(captureState_, playbackState_, playbackSettings(settings),
                 playbackServices(desktop)),
+      repeat_(captureState_, playbackState_, playbackSettings(settings), playbackServices(desktop),
+              playback_),
       library_(libraryState_, captureState_, playbackState_, desktop.defaults, desktop.runLoop,
                desktop.trace),
       hotKeysController_(desktop.hotKeys),
@@ -68,14 +74,14 @@ void ContentView::onToolbarAppear() {
   hotKey_->setKeyDownHandler([this] { escapeKeyPressed(); });
   keyboardShortcuts_.onKeyUp(recordShortcut, [this] { capture_.recordShortcutAction(); });
   keyboardShortcuts_.onKeyUp(playShortcut,
-                             [this] { playback_.startPlayback(PlayVariant::shortcut); });
+                             [this] { repeat_.startPlayback(PlayVariant::shortcut); });
 }
 
 void ContentView::recordButtonPressed() {
   capture_.recordAction();
 }
 void ContentView::playButtonPressed() {
-  if (buttonsRespond()) playback_.startPlayback(PlayVariant::button);
+  if (buttonsRespond()) repeat_.startPlayback(PlayVariant::button);
 }
 
 void ContentView::settingsButtonPressed() {
