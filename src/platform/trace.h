@@ -8,14 +8,6 @@
 
 namespace tapeloop {
 
-/// The shortest text that reads back as the same number, with a digit after the point: "2.0".
-[[nodiscard]] inline std::string decimalText(double number) {
-  char text[32];
-  std::string decimal(text, std::to_chars(text, text + sizeof text, number).ptr);
-  if (decimal.find_first_not_of("-0123456789") == std::string::npos) decimal += ".0";
-  return decimal;
-}
-
 /// The diagnostic trace on standard output, one line for each step. Writing a line never blocks and
 /// never fails.
 class Trace {
@@ -42,6 +34,14 @@ class Trace {
     char digits[24];
     const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
     write({digits, static_cast<std::size_t>(end - digits)});
+  }
+  /// In the shortest form that reads back as the same number, with a digit after the point.
+  void writeNumber(double number) {
+    if (!hasReader_) return;
+    char digits[32];
+    std::string text(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+    if (text.find_first_not_of("-0123456789") == std::string::npos) text += ".0";
+    write(text);
   }
 
  protected:

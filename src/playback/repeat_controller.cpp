@@ -59,7 +59,7 @@ void RepeatController::startPlayback(PlayVariant variant) {
   trace.writeLine(
       [&] { return state_.repeatTimer ? state_.repeatTimer->description() : "repeatTimer"; });
   if (variant == PlayVariant::shortcut) {
-    trace.writeLine([&] { return decimalText(settings_.playbackSpeed.get()); });
+    trace.writeNumber(settings_.playbackSpeed.get());
   }
 
   const bool repeats = settings_.repeatPlayback.get();
