@@ -28,27 +28,24 @@ enum class Key : std::uint8_t {
 };
 
 /// The virtual key code of the key's place.
-[[nodiscard]] std::uint32_t keyCodeOf(Key key);
+[[nodiscard]] std::uint32_t virtualKey(Key key);
 /// Nothing for a code that belongs to no key.
 [[nodiscard]] std::optional<Key> keyWithCode(std::uint32_t keyCode);
-/// What is printed on the key, UTF-8. Lives for ever.
+/// What is printed on the key, UTF-8, of static lifetime.
 [[nodiscard]] std::string_view displayText(Key key);
+/// What a shortcut with the key is shown as in every layout, for keys that write nothing or nothing
+/// visible. Empty if that depends on the layout.
+[[nodiscard]] std::string_view nameInAnyLayout(Key key);
 /// One of the keys F1 to F20.
 [[nodiscard]] constexpr bool isFunctionKey(Key key) {
   return key >= Key::f1 && key <= Key::f20;
 }
 
-// Modifier bits are the hotkey service's (`cmdKey` and the like), modifier flags those of events
-// (`modifier_flag`). Caps lock and function have a flag and no bit.
-
-/// What has no bit is left out.
-[[nodiscard]] std::uint32_t modifierBits(std::uint64_t flags);
-/// Other bits are ignored.
-[[nodiscard]] std::uint64_t modifierFlags(std::uint64_t bits);
-/// The glyphs of control, option, shift and command, in this order, UTF-8.
+/// The glyphs of the modifiers in `flags`, UTF-8.
 [[nodiscard]] std::string modifierGlyphs(std::uint64_t flags);
 
-/// A value of the dictionary form, as far as it matters here: an integer, or something else.
+// The dictionary form of a combination exchanges it with other code by the names of its fields.
+// Nothing of the program stores one so far: named shortcuts have a JSON form of their own.
 using DictionaryValue = std::variant<std::int64_t, bool, double, std::string>;
 using Dictionary = std::map<std::string, DictionaryValue>;
 
@@ -60,15 +57,15 @@ struct KeyCombo {
   KeyCombo() = default;
   KeyCombo(std::uint32_t keyCode, std::uint32_t modifierBits)
       : carbonKeyCode(keyCode), carbonModifiers(modifierBits) {}
-  KeyCombo(Key key, std::uint64_t modifierFlags);
+  KeyCombo(Key key, std::uint64_t flags);
   /// Nothing unless "keyCode" and "modifiers" are both there and are integers of 32 bits.
   static std::optional<KeyCombo> fromDictionary(const Dictionary& dictionary);
 
   [[nodiscard]] std::optional<Key> key() const { return keyWithCode(carbonKeyCode); }
-  void setKey(std::optional<Key> key) { carbonKeyCode = key ? keyCodeOf(*key) : 0; }
+  void setKey(std::optional<Key> key) { carbonKeyCode = key ? virtualKey(*key) : 0; }
   /// Modifier flags.
   [[nodiscard]] std::uint64_t modifiers() const;
-  void setModifiers(std::uint64_t modifierFlags);
+  void setModifiers(std::uint64_t flags);
 
   [[nodiscard]] Dictionary dictionary() const;
   /// The modifiers alone when the code belongs to no key. UTF-8.

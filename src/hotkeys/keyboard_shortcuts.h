@@ -9,6 +9,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "hotkeys/hot_key.h"
 #include "hotkeys/shortcut.h"
 #include "platform/defaults_store.h"
 #include "platform/desktop_services.h"
@@ -17,25 +18,24 @@
 namespace tapeloop {
 
 /// Registers the combinations of named shortcuts with the hotkey service and hands on their presses
-/// and releases. Main thread only.
+/// and releases.
 class CarbonKeyboardShortcuts {
  public:
   using Action = std::function<void(const Shortcut&)>;
 
-  /// `service` outlives this.
-  explicit CarbonKeyboardShortcuts(HotKeyService& service) : service_(service) {}
+  explicit CarbonKeyboardShortcuts(HotKeyService& service);
   CarbonKeyboardShortcuts(const CarbonKeyboardShortcuts&) = delete;
   CarbonKeyboardShortcuts& operator=(const CarbonKeyboardShortcuts&) = delete;
   ~CarbonKeyboardShortcuts();
 
-  /// A shortcut that the service refuses is never pressed.
-  void registerShortcut(const Shortcut& shortcut, HotKeyClaim claim, Action onKeyDown,
-                        Action onKeyUp);
-  /// Every registration of these keys.
+  /// Takes the keys from nobody until `setClaim` says so. A shortcut that the service refuses is
+  /// never pressed.
+  void registerShortcut(const Shortcut& shortcut, Action onKeyDown, Action onKeyUp);
+  /// Removes every registration of this combination.
   void unregisterShortcut(const Shortcut& shortcut);
   void setClaim(const Shortcut& shortcut, HotKeyClaim claim);
-  /// Hands on what was typed until now.
-  void catchUp() { service_.catchUp(); }
+  /// Hands on the presses and releases that were made until now.
+  void catchUp() { registrar_.service().catchUp(); }
 
  private:
   struct Registration {
@@ -46,12 +46,11 @@ class CarbonKeyboardShortcuts {
     Action onKeyUp;
   };
 
-  OSStatus handle(const HotKeyEvent* event);
+  OSStatus handle(std::uint32_t id, std::uint32_t kind);
 
-  HotKeyService& service_;
+  HotKeyRegistrar registrar_;
   std::map<std::int64_t, Registration> registrations_;  // by registration id
   std::int64_t count_ = 0;                              // the latest registration id
-  std::optional<EventHandlerRef> handler_;
 };
 
 /// A slot that holds one combination, which the user chooses.
@@ -62,8 +61,8 @@ struct Name {
 };
 
 /// The slots and what they start. The combination of a slot is registered with the hotkey service
-/// from when it is set, or from when it has an action. It takes its keys from other programs only
-/// while somebody acts on it. Main thread only.
+/// as soon as it is set or has an action. It takes its keys from other programs only while it has
+/// an action and there is no pause.
 class KeyboardShortcuts {
  public:
   using Action = std::function<void()>;
@@ -71,7 +70,6 @@ class KeyboardShortcuts {
   static constexpr std::string_view didChange = "KeyboardShortcuts_shortcutByNameDidChange";
   static constexpr const char* changedSlot = "name";
 
-  /// What is handed in outlives this.
   KeyboardShortcuts(HotKeyService& service, DefaultsStore& store, NotificationCenter& notifications)
       : registrar_(service), store_(store), notifications_(notifications) {}
   KeyboardShortcuts(const KeyboardShortcuts&) = delete;
@@ -85,7 +83,9 @@ class KeyboardShortcuts {
   /// A value that the store refuses to write holds for this run all the same.
   void setShortcut(const Name& name, const std::optional<Shortcut>& shortcut);
 
-  // Actions stay for as long as this does; each addition of one counts.
+  // Actions can't be removed. One that is added twice runs twice. The slots of the program act on
+  // the release, so that what they start does not begin with keys held down; `onKeyDown` is for
+  // those that start nothing of the kind.
   void onKeyDown(const Name& name, Action action);
   void onKeyUp(const Name& name, Action action);
 
@@ -101,11 +101,9 @@ class KeyboardShortcuts {
   [[nodiscard]] std::optional<DefaultsValue> read(const std::string& rawValue) const;
   [[nodiscard]] std::optional<Shortcut> shortcutIn(const std::string& rawValue) const;
   void add(Actions& actions, const Name& name, Action action);
-  // `holder` is about to hold the shortcut.
-  void registerIfNew(const Shortcut& shortcut, const Name* holder = nullptr);
+  void registerIfNew(const Shortcut& shortcut);
   void unregister(const Shortcut& shortcut);
-  [[nodiscard]] bool isActedOn(const Shortcut& shortcut, const Name* holder = nullptr) const;
-  [[nodiscard]] HotKeyClaim claimOf(const Shortcut& shortcut, const Name* holder = nullptr) const;
+  [[nodiscard]] bool isActedOn(const Shortcut& shortcut) const;
   void renewClaims();
   void pressed(const Shortcut& shortcut);
   void released(const Shortcut& shortcut);

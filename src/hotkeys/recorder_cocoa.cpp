@@ -32,9 +32,6 @@ constexpr EventMask monitoredEvents =
 // A click this near is meant for the control.
 constexpr double boundsMargin = 3;
 
-constexpr std::uint64_t shortcutFlags =
-    modifier_flag::shift | modifier_flag::control | modifier_flag::option | modifier_flag::command;
-
 bool isNear(Point point, const Rect& bounds) {
   const double x = point.x - bounds.origin.x;
   const double y = point.y - bounds.origin.y;
@@ -93,7 +90,7 @@ void RecorderCocoa::becomeFirstResponder() {
   eventMonitor_ = services_.localInput.addLocalMonitorForEventsMatchingMask(
       monitoredEvents, [this](const InputEvent& event) { return handle(event); });
   keyboardWanted_ = services_.localInput.onKeyboardWanted([this] { giveUpKeyboard(); });
-  giveUpKeyboardLater();
+  restartTimeout();
   isRecording.set(true);
 }
 
@@ -105,7 +102,7 @@ void RecorderCocoa::endRecording() {
   if (!isRecording.get()) return;
   if (eventMonitor_) services_.localInput.removeMonitor(*std::exchange(eventMonitor_, {}));
   keyboardWanted_.reset();
-  patienceOver_->invalidate();
+  timedOut_->invalidate();
   placeholderString.set(std::string(services_.texts.text("record_shortcut")));
   showCancelButtonIfText();
   services_.shortcuts.endPause();
@@ -139,8 +136,9 @@ EventPass RecorderCocoa::handle(const InputEvent& event) {
 }
 
 EventPass RecorderCocoa::handleKey(const InputEvent& event) {
-  giveUpKeyboardLater();
-  const std::uint64_t flags = event.modifierFlags & shortcutFlags;
+  restartTimeout();
+  // Without those that no shortcut can have, such as caps lock.
+  const std::uint64_t flags = modifierFlags(modifierBits(event.modifierFlags));
   const auto key = keyWithCode(event.keyCode);
   if (flags == 0 && key == Key::tab) {
     endRecording();
@@ -192,10 +190,10 @@ void RecorderCocoa::giveUpKeyboard() {
   focusRequested_(false);
 }
 
-void RecorderCocoa::giveUpKeyboardLater() {
-  if (patienceOver_) patienceOver_->invalidate();
-  patienceOver_ = services_.runLoop.scheduledTimerWithTimeInterval(
-      patience, TimerRepeats::no, [this](const TimerRef&) { giveUpKeyboard(); });
+void RecorderCocoa::restartTimeout() {
+  if (timedOut_) timedOut_->invalidate();
+  timedOut_ = services_.runLoop.scheduledTimerWithTimeInterval(
+      timeout, TimerRepeats::no, [this](const TimerRef&) { giveUpKeyboard(); });
 }
 
 void RecorderCocoa::showShortcut() {

@@ -62,7 +62,7 @@ class RecorderCocoa {
  public:
   using OnChange = std::function<void(const std::optional<Shortcut>&)>;
   static constexpr double minimumWidth = 130;  ///< Points; also the width that it would like.
-  static constexpr double patience = 10;       ///< Seconds without a key.
+  static constexpr double timeout = 10;        ///< Seconds without a key, after which it ends.
 
   RecorderCocoa(const RecorderServices& services, Name name, OnChange onChange = {});
   RecorderCocoa(const RecorderCocoa&) = delete;
@@ -100,7 +100,7 @@ class RecorderCocoa {
   void refuse(RecorderAlert alert);
   void accept(const Shortcut& shortcut);
   void giveUpKeyboard();
-  void giveUpKeyboardLater();
+  void restartTimeout();
   void endRecording();
   void showShortcut();
   void showCancelButtonIfText();
@@ -112,7 +112,7 @@ class RecorderCocoa {
   // While it records.
   std::optional<LocalMonitorToken> eventMonitor_;
   Subscription keyboardWanted_;
-  TimerRef patienceOver_;
+  TimerRef timedOut_;
   Signal<bool> focusRequested_;
   Subscription observer_;
   Subscription layoutChanged_;

@@ -24,7 +24,7 @@ void combine(const Shortcut& shortcut) {
   if (!combo) return;
   promise(combo->dictionary() == dictionary, "the dictionary comes back");
   const auto key = combo->key();
-  promise(!key || keyCodeOf(*key) == combo->carbonKeyCode, "the key has the code");
+  promise(!key || virtualKey(*key) == combo->carbonKeyCode, "the key has the code");
   KeyCombo same = *combo;
   same.setModifiers(combo->modifiers());
   promise(same.modifiers() == combo->modifiers(), "the modifiers come back");

@@ -91,7 +91,7 @@ TEST_F(HotKeyTest, ATakenOneStaysQuietUntilItIsFreeAndTriedAgain) {
   EXPECT_FALSE(service.tap(escape));
   EXPECT_EQ(pressed, 1);
   hotKey.reset();
-  EXPECT_TRUE(controller.boxes().empty());
+  EXPECT_TRUE(service.registrations.empty());
 }
 
 TEST_F(HotKeyTest, AHandlerMayDestroyItsHotKey) {
@@ -106,24 +106,6 @@ TEST_F(HotKeyTest, AHandlerMayDestroyItsHotKey) {
   EXPECT_TRUE(service.registrations.empty());
 }
 
-TEST_F(HotKeyTest, OneThatOutlivesItsRegistryIsReleasedAndDoesNothing) {
-  std::shared_ptr<HotKey> hotKey;
-  std::shared_ptr<HotKey> paused;
-  {
-    HotKeysController other(service);
-    hotKey = HotKey::create(other, KeyCombo(53, 0), [this] { ++pressed; });
-    paused = HotKey::create(other, KeyCombo(96, 0));
-    paused->setIsPaused(true);
-  }
-  EXPECT_TRUE(service.registrations.empty());
-  EXPECT_TRUE(service.tap(escape));
-  EXPECT_EQ(pressed, 0);
-  paused->setIsPaused(false);
-  hotKey->setClaim(HotKeyClaim::observe);
-  hotKey.reset();
-  EXPECT_TRUE(service.registrations.empty());
-}
-
 TEST_F(HotKeyTest, BothLayersShareTheServiceAndLeaveEachOtherAlone) {
   const auto hotKey = HotKey::create(controller, KeyCombo(53, 0), [this] { ++pressed; });
   CarbonKeyboardShortcuts registrar(service);
@@ -132,10 +114,10 @@ TEST_F(HotKeyTest, BothLayersShareTheServiceAndLeaveEachOtherAlone) {
   const auto note = [&seen](const Shortcut& each) { seen = each; };
   const auto nothing = [](const Shortcut&) {};
   for (const Shortcut& impossible : {Shortcut{-1, 0}, Shortcut{0, std::int64_t{1} << 32}}) {
-    registrar.registerShortcut(impossible, HotKeyClaim::take, nothing, nothing);
+    registrar.registerShortcut(impossible, nothing, nothing);
   }
-  registrar.registerShortcut(shortcut, HotKeyClaim::take, nothing, note);
-  registrar.registerShortcut(shortcut, HotKeyClaim::observe, nothing, nothing);
+  registrar.registerShortcut(shortcut, nothing, note);
+  registrar.registerShortcut(shortcut, nothing, nothing);
   EXPECT_EQ(ids(), (std::vector<EventHotKeyID>{{jwhk, 1}, {jwks, 3}, {jwks, 4}}))
       << "attempts that fail count too";
   EXPECT_EQ(send(kEventHotKeyReleased, EventHotKeyID{jwks, 3}), noErr);

@@ -59,7 +59,7 @@ TEST(KeyTests, EachKeyHasItsPlaceAndItsTextAndNoOtherCodeHasAKey) {
   };
   // clang-format on
   for (const auto& [key, code, text] : expected) {
-    EXPECT_EQ(keyCodeOf(key), code);
+    EXPECT_EQ(virtualKey(key), code);
     EXPECT_EQ(keyWithCode(code), key) << code;
     EXPECT_EQ(displayText(key), text) << code;
   }

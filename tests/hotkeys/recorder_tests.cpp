@@ -74,9 +74,9 @@ TEST_F(RecorderTest, LetsGoOfTheKeyboardWhenItIsWantedElsewhereOrNotUsed) {
   desktop.localInput.keyboardWanted();
   expectIdle();
   recorder->becomeFirstResponder();
-  advance(RecorderCocoa::patience - 1);
+  advance(RecorderCocoa::timeout - 1);
   type(0);
-  advance(RecorderCocoa::patience - 1);
+  advance(RecorderCocoa::timeout - 1);
   EXPECT_TRUE(recorder->isRecording.get()) << "each key begins the wait anew";
   advance(1);
   expectIdle();
