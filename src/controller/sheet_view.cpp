@@ -1,11 +1,10 @@
 #include "controller/sheet_view.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
 
 #include "controller/shortcut_slots.h"
+#include "platform/number_text.h"
 
 namespace tapeloop {
 namespace {
@@ -19,15 +18,6 @@ std::int64_t truncated(double value) {
 
 double within(double lowest, double value, double highest) {
   return value >= lowest ? std::min(value, highest) : lowest;  // which takes what is no number, too
-}
-
-/// The shortest form that reads back as the same number, with a digit after the point.
-std::string shortestText(double value) {
-  std::array<char, 400> buffer{};
-  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
-  std::string text(buffer.data(), end.ptr);
-  if (std::isfinite(value) && text.find_first_of(".e") == std::string::npos) text += ".0";
-  return text;
 }
 
 }  // namespace
@@ -49,7 +39,7 @@ SheetView::SheetView(Observable<bool>& showSheetView, Settings& settings, Trace&
   // The captions follow their values for as long as the sheet is shown.
   subscriptions_.push_back(timesToRepeat.subscribe([this] {
     if (!showSheetView_.get()) return;
-    trace_.writeLine([this] { return shortestText(timesToRepeat.get()); });
+    trace_.writeLine([this] { return decimalText(timesToRepeat.get()); });
     updateRepeatCaption();
   }));
   subscriptions_.push_back(waittimenumber.subscribe([this] {

@@ -44,12 +44,13 @@ class HotKeyRegistrar {
 
 class HotKeysController;
 
-/// A combination of keys that acts whichever application has the focus, for as long as this lives.
+/// A combination of keys that acts whichever application has the focus. It is registered during the
+/// lifetime of the object.
 class HotKey : public std::enable_shared_from_this<HotKey> {
  public:
   using Handler = std::function<void()>;
 
-  /// Registers it at once.
+  /// Also registers it.
   static std::shared_ptr<HotKey> create(HotKeysController& controller, KeyCombo combo,
                                         Handler keyDown = {}, Handler keyUp = {});
   HotKey(const HotKey&) = delete;
@@ -84,12 +85,12 @@ class HotKey : public std::enable_shared_from_this<HotKey> {
   HotKeyClaim claim_ = HotKeyClaim::take;
 };
 
-/// One entry of the registry. It does not keep its hotkey alive.
+/// One entry of the registry. Does not keep its hotkey alive.
 struct HotKeyBox {
   Uuid identifier;
   std::weak_ptr<HotKey> hotKey;
   std::uint32_t carbonHotKeyID = 0;
-  std::optional<EventHotKeyRef> carbonEventHotKey;  ///< None if the platform refused.
+  std::optional<EventHotKeyRef> carbonEventHotKey;  ///< Empty if the platform refused.
 };
 
 /// The registry of hotkeys: one for each hotkey service.

@@ -16,8 +16,8 @@ struct Entry {
 constexpr Entry named(std::uint8_t code, std::string_view text) {
   return {code, text, text};
 }
-// Before the text of a function key stands a private character that tells the text system to draw
-// the following characters as one, two after U+F860 and three after U+F861. Names do without it.
+// The text of a function key begins with a private-use character that makes the text system draw
+// the next characters as one glyph: two after U+F860, three after U+F861.
 constexpr Entry functionKey(std::uint8_t code, std::string_view text) {
   constexpr std::size_t bytesOfPrivateCharacter = 3;
   return {code, text, text.substr(bytesOfPrivateCharacter)};

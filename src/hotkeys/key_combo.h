@@ -9,7 +9,7 @@
 
 namespace tapeloop {
 
-/// The keys that a hotkey can name, by their places on an ANSI keyboard.
+/// Keys by their places on an ANSI keyboard, whatever they write.
 enum class Key : std::uint8_t {
   // clang-format off
   a, b, c, d, e, f, g, h, i, j, k, l, m, n, o, p, q, r, s, t, u, v, w, x, y, z,
@@ -27,14 +27,14 @@ enum class Key : std::uint8_t {
   // clang-format on
 };
 
-/// The virtual key code of the key's place.
+/// The virtual key code of the key.
 [[nodiscard]] std::uint32_t virtualKey(Key key);
-/// Nothing for a code that belongs to no key.
+/// Nothing if no key has this code.
 [[nodiscard]] std::optional<Key> keyWithCode(std::uint32_t keyCode);
-/// What is printed on the key, UTF-8, of static lifetime.
+/// The label of the key, UTF-8.
 [[nodiscard]] std::string_view displayText(Key key);
-/// What a shortcut with the key is shown as in every layout, for keys that write nothing or nothing
-/// visible. Empty if that depends on the layout.
+/// How shortcuts show a key that writes nothing visible, such as "F5". Empty for other keys, which
+/// are shown as what they write in the current layout.
 [[nodiscard]] std::string_view nameInAnyLayout(Key key);
 /// One of the keys F1 to F20.
 [[nodiscard]] constexpr bool isFunctionKey(Key key) {
@@ -44,12 +44,12 @@ enum class Key : std::uint8_t {
 /// The glyphs of the modifiers in `flags`, UTF-8.
 [[nodiscard]] std::string modifierGlyphs(std::uint64_t flags);
 
-// The dictionary form of a combination exchanges it with other code by the names of its fields.
-// Nothing of the program stores one so far: named shortcuts have a JSON form of their own.
+// The dictionary form of a combination, for code that stores one in a property list. The program
+// itself stores only named shortcuts, as JSON.
 using DictionaryValue = std::variant<std::int64_t, bool, double, std::string>;
 using Dictionary = std::map<std::string, DictionaryValue>;
 
-/// A key with modifiers, as the hotkey service takes them.
+/// A key with modifiers, in the numbers of the hotkey service.
 struct KeyCombo {
   std::uint32_t carbonKeyCode = 0;
   std::uint32_t carbonModifiers = 0;  ///< Modifier bits.
@@ -58,7 +58,7 @@ struct KeyCombo {
   KeyCombo(std::uint32_t keyCode, std::uint32_t modifierBits)
       : carbonKeyCode(keyCode), carbonModifiers(modifierBits) {}
   KeyCombo(Key key, std::uint64_t flags);
-  /// Nothing unless "keyCode" and "modifiers" are both there and are integers of 32 bits.
+  /// Nothing unless "keyCode" and "modifiers" are both present and unsigned integers of 32 bits.
   static std::optional<KeyCombo> fromDictionary(const Dictionary& dictionary);
 
   [[nodiscard]] std::optional<Key> key() const { return keyWithCode(carbonKeyCode); }
@@ -68,7 +68,7 @@ struct KeyCombo {
   void setModifiers(std::uint64_t flags);
 
   [[nodiscard]] Dictionary dictionary() const;
-  /// The modifiers alone when the code belongs to no key. UTF-8.
+  /// UTF-8. The modifiers alone if no key has the code.
   [[nodiscard]] std::string displayText() const;
 
   friend bool operator==(const KeyCombo&, const KeyCombo&) = default;

@@ -83,7 +83,7 @@ void KeyboardShortcuts::setShortcut(const Name& name, const std::optional<Shortc
   if (old) unregister(*old);
   if (shortcut) registerIfNew(*shortcut);
   write(name, shortcut ? DefaultsValue(toJson(*shortcut)) : DefaultsValue(false));
-  // Another slot may hold what this one held.
+  // Another slot may have the same combination.
   if (old && isActedOn(*old)) registerIfNew(*old);
   renewClaims();
   notify(name);
@@ -109,7 +109,7 @@ void KeyboardShortcuts::beginPause() {
 }
 
 void KeyboardShortcuts::endPause() {
-  // What was typed during the pause belongs to it.
+  // So that keys pressed during the pause, but reported late, still count as pressed during it.
   registrar_.catchUp();
   --pauses_;
   renewClaims();
@@ -139,7 +139,8 @@ void KeyboardShortcuts::renewClaims() {
   }
 }
 
-// The pause may end while the keys are still down: with the combination that was typed.
+// The recorder ends its pause when it accepts a combination, while the keys are still down. Their
+// release must not run the action of the slot that was just set.
 void KeyboardShortcuts::pressed(const Shortcut& shortcut) {
   if (isPaused()) {
     typed_.insert(shortcut);
@@ -153,8 +154,8 @@ void KeyboardShortcuts::released(const Shortcut& shortcut) {
   if (typed_.erase(shortcut) == 0 && !isPaused()) dispatch(keyUpActions_, shortcut);
 }
 
-// An action may change slots and add actions: each slot counts with what it holds when its turn
-// comes, and actions that are added meanwhile wait for the next time. Names never leave a table.
+// An action may change slots and add actions. Each slot is read when its turn comes; actions added
+// meanwhile run from the next press or release on. Names are never removed from a table.
 void KeyboardShortcuts::dispatch(const Actions& actions, const Shortcut& shortcut) {
   std::vector<std::string> names;
   for (const auto& [rawValue, list] : actions) names.push_back(rawValue);

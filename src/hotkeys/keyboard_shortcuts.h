@@ -53,14 +53,14 @@ class CarbonKeyboardShortcuts {
   std::int64_t count_ = 0;                              // the latest registration id
 };
 
-/// A slot that holds one combination, which the user chooses.
+/// A named slot for one combination, which the user chooses.
 struct Name {
   std::string rawValue;
   std::optional<Shortcut> defaultShortcut;
   friend bool operator==(const Name& a, const Name& b) { return a.rawValue == b.rawValue; }
 };
 
-/// The slots and what they start. The combination of a slot is registered with the hotkey service
+/// The slots and their actions. The combination of a slot is registered with the hotkey service
 /// as soon as it is set or has an action. It takes its keys from other programs only while it has
 /// an action and there is no pause.
 class KeyboardShortcuts {
@@ -75,21 +75,20 @@ class KeyboardShortcuts {
   KeyboardShortcuts(const KeyboardShortcuts&) = delete;
   KeyboardShortcuts& operator=(const KeyboardShortcuts&) = delete;
 
-  /// A default is stored in a slot that never held anything.
+  /// Stores the default if the slot has never been stored, cleared ones included.
   Name name(std::string rawValue, std::optional<Shortcut> defaultShortcut = std::nullopt);
 
-  /// Nothing for a slot that is empty, was cleared or can't be read.
+  /// Nothing if the slot is empty, was cleared or can't be read.
   [[nodiscard]] std::optional<Shortcut> shortcut(const Name& name) const;
-  /// A value that the store refuses to write holds for this run all the same.
+  /// If the store refuses the value, it is in force until the program ends.
   void setShortcut(const Name& name, const std::optional<Shortcut>& shortcut);
 
-  // Actions can't be removed. One that is added twice runs twice. The slots of the program act on
-  // the release, so that what they start does not begin with keys held down; `onKeyDown` is for
-  // those that start nothing of the kind.
+  // Actions can't be removed. One that is added twice runs twice. The program uses `onKeyUp` alone,
+  // so that playback does not begin while the user still holds the keys of the shortcut.
   void onKeyDown(const Name& name, Action action);
   void onKeyUp(const Name& name, Action action);
 
-  /// While paused no action runs, and no key is taken from anyone. Whoever begins a pause ends it.
+  /// While paused, no action runs and no keys are taken from other programs. Pauses are counted.
   void beginPause();
   void endPause();
   [[nodiscard]] bool isPaused() const { return pauses_ > 0; }
@@ -117,8 +116,8 @@ class KeyboardShortcuts {
   Actions keyDownActions_;
   Actions keyUpActions_;
   int pauses_ = 0;
-  std::unordered_set<Shortcut> typed_;  // went down during a pause: their release starts nothing
-  std::map<std::string, DefaultsValue, std::less<>> unstored_;  // by raw value
+  std::unordered_set<Shortcut> typed_;  // pressed during a pause: their release runs no action
+  std::map<std::string, DefaultsValue, std::less<>> unstored_;  // refused by the store; by raw value
 };
 
 }  // namespace tapeloop

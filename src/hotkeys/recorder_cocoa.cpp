@@ -29,7 +29,7 @@ constexpr std::string_view placeOfArgument = "%@";
 constexpr EventMask monitoredEvents =
     maskOf(EventType::leftMouseUp) | maskOf(EventType::rightMouseUp) | maskOf(EventType::keyDown);
 
-// A click this near is meant for the control.
+// A click this close to the control counts as inside, in points.
 constexpr double boundsMargin = 3;
 
 bool isNear(Point point, const Rect& bounds) {
@@ -116,7 +116,7 @@ void RecorderCocoa::cancelButtonPressed() {
     if (onChange_) onChange_(std::nullopt);
   }
   showCancelButtonIfText();
-  // The user can type another one at once.
+  // So that the user can type another one at once.
   focusRequested_(true);
 }
 
@@ -137,7 +137,7 @@ EventPass RecorderCocoa::handle(const InputEvent& event) {
 
 EventPass RecorderCocoa::handleKey(const InputEvent& event) {
   restartTimeout();
-  // Without those that no shortcut can have, such as caps lock.
+  // Only the modifiers that a shortcut can have.
   const std::uint64_t flags = modifierFlags(modifierBits(event.modifierFlags));
   const auto key = keyWithCode(event.keyCode);
   if (flags == 0 && key == Key::tab) {
@@ -154,7 +154,7 @@ EventPass RecorderCocoa::handleKey(const InputEvent& event) {
   }
 
   const auto shortcut = shortcutOf(event);
-  // A hotkey is struck with exactly its modifiers, and it can't have these.
+  // A hotkey needs exactly its modifiers, and these can't be among them: it would never be pressed.
   const bool canBeStruck =
       (event.modifierFlags & (modifier_flag::function | modifier_flag::unnamed)) == 0;
   const bool isBare = (flags & ~modifier_flag::shift) == 0 && !(key && isFunctionKey(*key));

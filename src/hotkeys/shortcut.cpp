@@ -23,7 +23,7 @@ std::uint64_t flagsOf(const Shortcut& shortcut) {
   return modifierFlags(static_cast<std::uint64_t>(shortcut.carbonModifiers));
 }
 
-// Of texts that layouts write, some are not ASCII, whatever the locale that the program runs in.
+// Layouts write non-ASCII characters too, and the program's own locale may not cover them.
 const std::locale& unicodeLocale() {
   static const std::locale locale = [] {
     try {
@@ -36,7 +36,7 @@ const std::locale& unicodeLocale() {
 }
 
 std::string upperCase(const std::string& text) {
-  // The one key of a layout whose capital is two letters, which character by character has none.
+  // The only key of a layout whose capital is two letters, which towupper can't return.
   if (text == "\u00df") return "SS";
   using Codec = std::codecvt<wchar_t, char, std::mbstate_t>;
   const auto& codec = std::use_facet<Codec>(unicodeLocale());
@@ -65,7 +65,7 @@ std::string upperCase(const std::string& text) {
 
 constexpr const char* keyCodeMember = "carbonKeyCode";
 constexpr const char* modifiersMember = "carbonModifiers";
-// Deep nesting is parsed without recursion.
+// Iterative, so that deep nesting does not overflow the stack.
 constexpr unsigned parseFlags =
     rapidjson::kParseValidateEncodingFlag | rapidjson::kParseIterativeFlag;
 
@@ -138,12 +138,13 @@ std::string toJson(const Shortcut& shortcut) {
 }
 
 std::optional<Shortcut> shortcutFromJson(std::string_view text) {
-  // The parser takes a zero byte for the end.
+  // The parser stops at a zero byte and would ignore what follows.
   if (text.find('\0') != std::string_view::npos) return std::nullopt;
   rapidjson::Document document;
   document.Parse<parseFlags>(text.data(), text.size());
   if (document.HasParseError() || !document.IsObject()) return std::nullopt;
-  // Constant, so that their comparisons are no different the other way round.
+  // A constant reference, because with C++20 the comparison of RapidJSON's non-constant member
+  // iterators is ambiguous.
   const rapidjson::Value& object = document;
   const auto keyCode = object.FindMember(keyCodeMember);
   const auto modifiers = object.FindMember(modifiersMember);

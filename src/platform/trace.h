@@ -1,10 +1,10 @@
 #pragma once
 
-#include <charconv>
 #include <concepts>
-#include <cstddef>
 #include <string>
 #include <string_view>
+
+#include "platform/number_text.h"
 
 namespace tapeloop {
 
@@ -30,10 +30,7 @@ class Trace {
 
   template <std::integral Number>
   void writeNumber(Number number) {
-    if (!hasReader_) return;
-    char digits[24];
-    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-    write({digits, static_cast<std::size_t>(end - digits)});
+    if (hasReader_) write(NumberText(number));
   }
 
  protected:
