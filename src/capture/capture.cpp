@@ -98,8 +98,9 @@ void Capture::stopRecording() {
 }
 
 void Capture::handle(const InputEvent& event) {
-  // `isRecording` is false for events that arrive while the monitor is being removed: the caption is
-  // "Record" again by then. The flag avoids an access to the store for every move of the pointer.
+  // `isRecording` is false for events that arrive while the monitor is being removed: the caption
+  // is "Record" again by then. The flag avoids an access to the store for every move of the
+  // pointer.
   if (captionIsDue_ && !state_.eventLog.empty() && state_.isRecording.get()) {
     settings_.startStopButtonText.set(capturingCaption);
     captionIsDue_ = false;

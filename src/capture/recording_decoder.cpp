@@ -18,7 +18,8 @@ using Target =
     std::variant<std::monostate, std::string*, Uuid*, std::vector<std::string>*,
                  std::vector<double>*, std::vector<std::uint16_t>*, std::vector<std::int64_t>*>;
 
-// Overloads for the members that can have such a value, and one for all others, which returns false.
+// Overloads for the members that can have such a value, and one for all others, which returns
+// false.
 
 template <typename T>
 bool appendNumber(std::vector<T>* column, std::string_view written) {

@@ -75,7 +75,7 @@ class KeyboardShortcuts {
   KeyboardShortcuts(const KeyboardShortcuts&) = delete;
   KeyboardShortcuts& operator=(const KeyboardShortcuts&) = delete;
 
-  /// Stores the default if the slot has never been stored, cleared ones included.
+  /// Stores the default unless the slot was ever set or cleared.
   Name name(std::string rawValue, std::optional<Shortcut> defaultShortcut = std::nullopt);
 
   /// Nothing if the slot is empty, was cleared or can't be read.
@@ -117,7 +117,8 @@ class KeyboardShortcuts {
   Actions keyUpActions_;
   int pauses_ = 0;
   std::unordered_set<Shortcut> typed_;  // pressed during a pause: their release runs no action
-  std::map<std::string, DefaultsValue, std::less<>> unstored_;  // refused by the store; by raw value
+  std::map<std::string, DefaultsValue, std::less<>>
+      unstored_;  // refused by the store; by raw value
 };
 
 }  // namespace tapeloop

@@ -2,10 +2,7 @@
 
 #include <array>
 #include <charconv>
-#include <cmath>
 #include <concepts>
-#include <cstddef>
-#include <string>
 #include <string_view>
 
 namespace tapeloop {
@@ -27,12 +24,5 @@ class NumberText {
   std::array<char, 32> text_;  // a float takes 24 at most
   const char* const end_;
 };
-
-/// The same with a digit after the point: "2.0".
-inline std::string decimalText(double number) {
-  std::string text{std::string_view(NumberText(number))};
-  if (std::isfinite(number) && text.find_first_of(".e") == std::string::npos) text += ".0";
-  return text;
-}
 
 }  // namespace tapeloop

@@ -32,6 +32,13 @@ class Trace {
   void writeNumber(Number number) {
     if (hasReader_) write(NumberText(number));
   }
+  /// In the shortest form that reads back as the same number, with a digit after the point.
+  void writeNumber(double number) {
+    if (!hasReader_) return;
+    std::string text{std::string_view(NumberText(number))};
+    if (text.find_first_not_of("-0123456789") == std::string::npos) text += ".0";
+    write(text);
+  }
 
  protected:
   /// Nobody reads the trace, nor will anybody.

@@ -4,8 +4,6 @@
 #include <string>
 #include <string_view>
 
-#include "platform/number_text.h"
-
 namespace tapeloop {
 namespace {
 
@@ -62,7 +60,7 @@ void RepeatController::startPlayback(PlayVariant variant) {
   trace.writeLine(
       [&] { return state_.repeatTimer ? state_.repeatTimer->description() : "repeatTimer"; });
   if (variant == PlayVariant::shortcut) {
-    trace.writeLine([&] { return decimalText(settings_.playbackSpeed.get()); });
+    trace.writeNumber(settings_.playbackSpeed.get());
   }
 
   const bool repeats = settings_.repeatPlayback.get();
