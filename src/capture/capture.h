@@ -26,7 +26,6 @@ class GlobalEventMonitor {
   void start();
   /// Delivers the events that happened before the call first. No effect if nothing is installed.
   void stop();
-  [[nodiscard]] bool isInstalled() const { return monitor_.has_value(); }
 
  private:
   InputMonitor& service_;
