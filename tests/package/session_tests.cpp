@@ -174,7 +174,7 @@ class SessionTests : public testing::Test {
 
   const Orders::value_type ada = "Ada Lovelace|ada@example.org|Medium|TRUE";
   TestDesktop desktop;
-  const XPoster& user = desktop.user();
+  const XUser& user = desktop.user();
   TemporaryFolder data;
   const fs::path sent = data.path() / "orders";
   Application form{desktop, {ORDER_FORM, sent.string()}};
