@@ -43,7 +43,7 @@ const Recording& recording() {
 }
 
 const std::string& text() {
-  static const std::string encoded = *encodeRecordings({&recording(), 1});
+  static const std::string encoded = *encodeRecording(recording());
   return encoded;
 }
 
@@ -55,7 +55,7 @@ struct Ignore : rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Ignore> {};
 
 void decode(benchmark::State& state) {
   text();
-  for (auto _ : state) benchmark::DoNotOptimize(decodeRecordings(text()));
+  for (auto _ : state) benchmark::DoNotOptimize(decodeRecording(text()));
   reportThroughput(state);
 }
 BENCHMARK(decode)->Unit(benchmark::kMillisecond);
@@ -76,7 +76,7 @@ BENCHMARK(parseToNothing)->Unit(benchmark::kMillisecond);
 
 void encode(benchmark::State& state) {
   text();
-  for (auto _ : state) benchmark::DoNotOptimize(encodeRecordings({&recording(), 1}));
+  for (auto _ : state) benchmark::DoNotOptimize(encodeRecording(recording()));
   reportThroughput(state);
 }
 BENCHMARK(encode)->Unit(benchmark::kMillisecond);

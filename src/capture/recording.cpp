@@ -14,6 +14,9 @@ class Hasher {
   void add(double value) { add(std::hash<double>{}(value)); }
   void add(std::int64_t value) { add(static_cast<std::size_t>(value)); }
   void add(std::uint16_t value) { add(static_cast<std::size_t>(value)); }
+  void add(const Uuid& value) {
+    for (const std::uint8_t byte : value.bytes) add(std::size_t{byte});
+  }
   void add(const std::string& value) { add(std::hash<std::string>{}(value)); }
   template <typename T>
   void add(const std::vector<T>& list) {
@@ -58,16 +61,7 @@ Recording makeRecording(const std::vector<InputEvent>& events) {
 std::size_t std::hash<tapeloop::Recording>::operator()(
     const tapeloop::Recording& recording) const noexcept {
   tapeloop::Hasher hasher;
-  hasher.add(recording.title);
-  for (const std::uint8_t byte : recording.uniqueID.bytes) hasher.add(std::size_t{byte});
-  hasher.add(recording.typeArray);
-  hasher.add(recording.timestampArray);
-  hasher.add(recording.locXArray);
-  hasher.add(recording.locYArray);
-  hasher.add(recording.scrollingDeltaXArray);
-  hasher.add(recording.scrollingDeltaYArray);
-  hasher.add(recording.charArray);
-  hasher.add(recording.modifierArray);
-  hasher.add(recording.clickCountArray);
+  tapeloop::forEachMember(recording,
+                          [&hasher](std::string_view, const auto& member) { hasher.add(member); });
   return hasher.hash();
 }

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "platform/input_event.h"
@@ -31,6 +33,33 @@ struct Recording {
   void append(const InputEvent& event);
   friend bool operator==(const Recording&, const Recording&) = default;
 };
+
+template <typename T>
+struct RecordingMember {
+  std::string_view name;
+  T Recording::*place;
+};
+/// The members of a record in the order in which they are stored and hashed, under their stored
+/// names.
+inline constexpr std::tuple recordingMembers{
+    RecordingMember{"title", &Recording::title},
+    RecordingMember{"uniqueID", &Recording::uniqueID},
+    RecordingMember{"typeArray", &Recording::typeArray},
+    RecordingMember{"timestampArray", &Recording::timestampArray},
+    RecordingMember{"locXArray", &Recording::locXArray},
+    RecordingMember{"locYArray", &Recording::locYArray},
+    RecordingMember{"scrollingDeltaXArray", &Recording::scrollingDeltaXArray},
+    RecordingMember{"scrollingDeltaYArray", &Recording::scrollingDeltaYArray},
+    RecordingMember{"charArray", &Recording::charArray},
+    RecordingMember{"modifierArray", &Recording::modifierArray},
+    RecordingMember{"clickCountArray", &Recording::clickCountArray},
+};
+/// Calls `visit` with the name of each member and the member.
+template <typename Record, typename Visit>
+void forEachMember(Record& recording, Visit visit) {
+  std::apply([&](const auto&... member) { (visit(member.name, recording.*member.place), ...); },
+             recordingMembers);
+}
 
 /// A record of `events`, titled "New Recording", with an identity of its own.
 Recording makeRecording(const std::vector<InputEvent>& events);

@@ -2,6 +2,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 
 #include "capture/json_reader.h"
 #include "capture/recording_json.h"
@@ -19,30 +20,14 @@ class Encoder {
  public:
   void record(const Recording& recording) {
     text_.reserve(text_.size() + recording.typeArray.size() * bytesPerRow);
-    text_ += "{\"title\":";
-    value(recording.title);
-    text_ += ",\"uniqueID\":\"";
-    text_ += recording.uniqueID.text();
-    text_ += '"';
-    column("typeArray", recording.typeArray);
-    column("timestampArray", recording.timestampArray);
-    column("locXArray", recording.locXArray);
-    column("locYArray", recording.locYArray);
-    column("scrollingDeltaXArray", recording.scrollingDeltaXArray);
-    column("scrollingDeltaYArray", recording.scrollingDeltaYArray);
-    column("charArray", recording.charArray);
-    column("modifierArray", recording.modifierArray);
-    column("clickCountArray", recording.clickCountArray);
+    char separator = '{';
+    forEachMember(recording, [&](std::string_view name, const auto& member) {
+      text_ += std::exchange(separator, ',');
+      value(name);
+      text_ += ':';
+      value(member);
+    });
     text_ += '}';
-  }
-
-  void list(std::span<const Recording> recordings) {
-    text_ += '[';
-    for (const Recording& recording : recordings) {
-      if (&recording != recordings.data()) text_ += ',';
-      record(recording);
-    }
-    text_ += ']';
   }
 
   void value(std::string_view string) {
@@ -73,16 +58,18 @@ class Encoder {
 
  private:
   template <typename T>
-  void column(std::string_view name, const std::vector<T>& elements) {
-    text_.append(",\"").append(name).append("\":[");
-    bool first = true;
-    for (const T& element : elements) {
-      if (!first) text_ += ',';
-      first = false;
+  void value(const std::vector<T>& column) {
+    text_ += '[';
+    bool isFirst = true;
+    for (const T& element : column) {
+      if (!std::exchange(isFirst, false)) text_ += ',';
       value(element);
     }
     text_ += ']';
   }
+
+  void value(const std::string& string) { value(std::string_view(string)); }
+  void value(const Uuid& uuid) { value(uuid.text()); }
 
   void value(std::integral auto number) {
     char digits[24];
@@ -133,12 +120,6 @@ class Encoder {
 std::optional<std::string> encodeRecording(const Recording& recording) {
   Encoder encoder;
   encoder.record(recording);
-  return std::move(encoder).result();
-}
-
-std::optional<std::string> encodeRecordings(std::span<const Recording> recordings) {
-  Encoder encoder;
-  encoder.list(recordings);
   return std::move(encoder).result();
 }
 

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,16 +14,13 @@ namespace tapeloop {
 
 /// Nothing when a float is not finite or a text is not UTF-8: JSON can't carry those.
 std::optional<std::string> encodeRecording(const Recording& recording);
-std::optional<std::string> encodeRecordings(std::span<const Recording> recordings);
 
-/// Nothing unless all of `text` is JSON in UTF-8 and every record in it has all of its members,
-/// each of its type. Members may come in any order, unknown ones are ignored, and of several with
-/// the same name the last one counts. A number has to be one that its column can hold, however it
-/// is written: a float too large for a double is refused, one too small is a zero, and an integer
-/// is taken by its value, to the last digit. Anywhere else a number may be any. Column lengths are
-/// not compared.
+/// Nothing unless all of `text` is JSON in UTF-8 and the record has all of its members, each of its
+/// type. Members may come in any order, unknown ones are ignored, and of several with the same name
+/// the last one counts. A float that is too large for a double is refused, one that is too small is
+/// a zero. An integer may be written with a fraction or an exponent if its value is integral. In an
+/// unknown member numbers have no limits. Column lengths are not compared.
 std::optional<Recording> decodeRecording(std::string_view text);
-std::optional<std::vector<Recording>> decodeRecordings(std::string_view text);
 
 /// Where one record of a list stands in its text.
 struct RecordingSpan {
@@ -34,10 +30,11 @@ struct RecordingSpan {
   std::size_t length = 0;
   std::size_t titleOffset = 0;  ///< Within the record, of the title in its quotation marks.
   std::size_t titleLength = 0;
-  /// The record is written as the encoder does: compact, its members in order and no others.
+  /// The text of the record is what the encoder would write for it.
   bool isCanonical = false;
 };
-/// Validates as `decodeRecordings` does, and keeps no more than one record at a time.
+/// Nothing unless `text` is a JSON array of records, each valid as for `decodeRecording`. Only one
+/// record is in memory at a time.
 std::optional<std::vector<RecordingSpan>> indexRecordings(std::string_view text);
 /// A text as a JSON string, in quotation marks.
 std::optional<std::string> encodeText(std::string_view text);

@@ -12,14 +12,22 @@ CaptureSettings captureSettings(Settings& settings) {
 }
 
 PlaybackSettings playbackSettings(Settings& settings) {
-  return {settings.playbackSpeed, settings.repeatPlayback,      settings.timesToRepeat,
-          settings.playCount,     settings.waitBeforeRepeating, settings.waittimenumber,
-          settings.waittimeunit};
+  return {.playbackSpeed = settings.playbackSpeed,
+          .repeatPlayback = settings.repeatPlayback,
+          .timesToRepeat = settings.timesToRepeat,
+          .playCount = settings.playCount,
+          .waitBeforeRepeating = settings.waitBeforeRepeating,
+          .waittimenumber = settings.waittimenumber,
+          .waittimeunit = settings.waittimeunit};
 }
 
 PlaybackServices playbackServices(const Desktop& desktop) {
-  return {desktop.runLoop,        desktop.clock,   desktop.trace,
-          desktop.eventSynthesis, desktop.screens, desktop.windows};
+  return {.runLoop = desktop.runLoop,
+          .clock = desktop.clock,
+          .trace = desktop.trace,
+          .eventSynthesis = desktop.eventSynthesis,
+          .screens = desktop.screens,
+          .windows = desktop.windows};
 }
 
 }  // namespace
@@ -32,6 +40,8 @@ ContentView::ContentView(const Desktop& desktop, Settings& settings)
                desktop.windows, desktop.runLoop, desktop.trace),
       playback_(captureState_, playbackState_, playbackSettings(settings),
                 playbackServices(desktop)),
+      repeat_(captureState_, playbackState_, playbackSettings(settings), playbackServices(desktop),
+              playback_),
       library_(libraryState_, captureState_, playbackState_, desktop.defaults, desktop.runLoop,
                desktop.trace),
       hotKeysController_(desktop.hotKeys),
@@ -62,14 +72,14 @@ void ContentView::onToolbarAppear() {
   hotKey_->setKeyDownHandler([this] { escapeKeyPressed(); });
   keyboardShortcuts_.onKeyUp(recordShortcut, [this] { capture_.recordShortcutAction(); });
   keyboardShortcuts_.onKeyUp(playShortcut,
-                             [this] { playback_.startPlayback(PlayVariant::shortcut); });
+                             [this] { repeat_.startPlayback(PlayVariant::shortcut); });
 }
 
 void ContentView::recordButtonPressed() {
   capture_.recordAction();
 }
 void ContentView::playButtonPressed() {
-  if (buttonsRespond()) playback_.startPlayback(PlayVariant::button);
+  if (buttonsRespond()) repeat_.startPlayback(PlayVariant::button);
 }
 
 void ContentView::settingsButtonPressed() {

@@ -13,8 +13,9 @@
 #include "hotkeys/hot_key.h"
 #include "hotkeys/keyboard_shortcuts.h"
 #include "platform/desktop.h"
-#include "playback/playback.h"
+#include "playback/playback_scheduler.h"
 #include "playback/playback_state.h"
+#include "playback/repeat_controller.h"
 
 namespace tapeloop {
 
@@ -74,7 +75,8 @@ class ContentView {
   Toolbar toolbar_{captureState_.isRecording};
   InformationButton informationButton_;
   Capture capture_;
-  Playback playback_;
+  PlaybackScheduler playback_;
+  RepeatController repeat_;
   RecordingLibrary library_;
   HotKeysController hotKeysController_;
   const std::shared_ptr<HotKey> hotKey_;  // Escape

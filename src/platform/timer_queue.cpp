@@ -5,7 +5,6 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
-#include <new>
 #include <utility>
 
 namespace tapeloop {
@@ -60,100 +59,6 @@ std::string Timer::description() const {
   return text;
 }
 
-/// Timers in large pieces of memory, which go back when the last timer is gone. That costs less
-/// than a call of the allocator each, and leaves it to the resource how pages are come by.
-class TimerQueue::Pool {
- public:
-  explicit Pool(std::pmr::memory_resource& memory) : memory_(memory) {}
-  Pool(const Pool&) = delete;
-  Pool& operator=(const Pool&) = delete;
-
-  /// What std::allocate_shared takes its one kind of object from.
-  template <typename T>
-  struct Allocator {
-    using value_type = T;
-    explicit Allocator(Pool& from) : pool(&from) {}
-    template <typename U>
-    Allocator(const Allocator<U>& other) : pool(other.pool) {}
-    T* allocate(std::size_t) { return static_cast<T*>(pool->take(sizeof(T))); }
-    void deallocate(T* object, std::size_t) { pool->giveBack(object); }
-    template <typename U>
-    bool operator==(const Allocator<U>& other) const {
-      return pool == other.pool;
-    }
-    Pool* pool;
-  };
-
-  /// No timer will be taken any more.
-  void orphan() {
-    orphaned_ = true;
-    if (live_ == 0) delete this;
-  }
-
- private:
-  struct FreeSlot {
-    FreeSlot* next;
-  };
-  struct Piece {
-    std::byte* begin;
-    std::size_t size;
-  };
-  static constexpr std::size_t smallestPiece = std::size_t{16} << 10;
-  static constexpr std::size_t pageSize = std::size_t{4} << 10;
-  static constexpr std::size_t largestPiece = std::size_t{4} << 20;
-
-  ~Pool() { release(); }
-
-  void* take(std::size_t size) {
-    ++live_;
-    if (free_) return std::exchange(free_, free_->next);
-    if (static_cast<std::size_t>(unusedEnd_ - unused_) < size) grow();
-    return std::exchange(unused_, unused_ + size);
-  }
-
-  void giveBack(void* slot) {
-    free_ = ::new (slot) FreeSlot{free_};
-    if (--live_ > 0) return;
-    if (orphaned_) {
-      delete this;
-    } else if (pieces_.size() > 1) {
-      // A few timers now and then keep using the same piece.
-      release();
-    }
-  }
-
-  void grow() {
-    // By half, so that no more than a third lies unused.
-    const std::size_t size =
-        std::clamp(total_ / 2, smallestPiece, largestPiece) / pageSize * pageSize;
-    unused_ = static_cast<std::byte*>(memory_.allocate(size));
-    unusedEnd_ = unused_ + size;
-    pieces_.push_back({unused_, size});
-    total_ += size;
-  }
-
-  void release() {
-    for (const Piece& piece : pieces_) memory_.deallocate(piece.begin, piece.size);
-    pieces_.clear();
-    total_ = 0;
-    free_ = nullptr;
-    unused_ = unusedEnd_ = nullptr;
-  }
-
-  std::pmr::memory_resource& memory_;
-  std::vector<Piece> pieces_;
-  std::size_t total_ = 0;  // bytes in them
-  FreeSlot* free_ = nullptr;
-  std::byte* unused_ = nullptr;  // in the last piece
-  std::byte* unusedEnd_ = nullptr;
-  std::size_t live_ = 0;
-  bool orphaned_ = false;
-};
-
-void TimerQueue::Orphan::operator()(Pool* pool) const {
-  pool->orphan();
-}
-
 struct TimerQueue::Later {
   bool operator()(const Entry& a, const Entry& b) const {
     if (a.deadline != b.deadline) return a.deadline > b.deadline;
@@ -161,16 +66,12 @@ struct TimerQueue::Later {
   }
 };
 
-TimerQueue::TimerQueue(std::pmr::memory_resource& memory)
-    : pool_(new Pool(memory)), heap_(&memory) {}
-
 TimerRef TimerQueue::schedule(std::int64_t now, double interval, TimerRepeats repeats,
                               TimerBlock block) {
   std::int64_t nanoseconds = toNanoseconds(interval);
   if (repeats == TimerRepeats::yes) nanoseconds = std::max(nanoseconds, shortestPeriod);
   if (tick_ && tick_->now == now) now = tick_->due;
-  auto timer = std::allocate_shared<Timer>(Pool::Allocator<Timer>(*pool_), nanoseconds, repeats,
-                                           std::move(block));
+  auto timer = std::make_shared<Timer>(nanoseconds, repeats, std::move(block));
   timer->deadline_ = now + nanoseconds;
   push({timer->deadline_, nextSequence_++, timer});
   return timer;

@@ -1,12 +1,14 @@
 #include "playback/playback_scheduler.h"
 
 #include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
 #include <string>
 #include <utility>
 
 #include "capture/indicator_windows.h"
-#include "playback/date_interval.h"
-#include "playback/playback_speed.h"
 
 namespace tapeloop {
 namespace {
@@ -14,17 +16,31 @@ namespace {
 constexpr std::size_t fewestEvents = 2;
 constexpr double hintHalfWidth = 90;
 
+// "2026-05-01T12:00:00.000Z"
+std::string isoDate(double secondsSince1970) {
+  using namespace std::chrono;
+  const sys_time<milliseconds> time{milliseconds(std::llround(secondsSince1970 * 1000))};
+  const auto day = floor<days>(time);
+  const year_month_day date(day);
+  const hh_mm_ss clock(time - day);
+  std::array<char, 48> text{};
+  const int length = std::snprintf(
+      text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ",
+      static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+      static_cast<unsigned>(date.day()), static_cast<int>(clock.hours().count()),
+      static_cast<int>(clock.minutes().count()), static_cast<int>(clock.seconds().count()),
+      static_cast<int>(clock.subseconds().count()));
+  return {text.data(), static_cast<std::size_t>(length)};
+}
+
 }  // namespace
 
-// What the timers of one run share. It lives until the last of them has fired or was invalidated,
-// and then lets go of the keys and buttons that the run holds. A timer's block is no more than a
-// pointer to it and an index, which needs no memory of its own: runs may have a million events.
+// What the events of one run share. The timers of pending events hold it; when the last of them has
+// fired or was invalidated the run goes, and its posting session with it.
 struct PlaybackScheduler::Run {
-  PlaybackScheduler& scheduler;
+  PlaybackScheduler* scheduler;                    // null: the scheduler is gone
   std::shared_ptr<const EventLog::Events> events;  // null: rows of the loaded recording
   std::shared_ptr<EventSynthesis::PostingSession> session;
-  std::size_t pending;
-  std::vector<TimerRef> timers = {};  // once a later run has taken their place in the state
 };
 
 PlaybackScheduler::PlaybackScheduler(CaptureState& capture, PlaybackState& state,
@@ -38,9 +54,8 @@ PlaybackScheduler::PlaybackScheduler(CaptureState& capture, PlaybackState& state
       isPlayingSubscription_(capture.isPlaying.subscribe([this] { isPlayingChanged(); })) {}
 
 PlaybackScheduler::~PlaybackScheduler() {
-  for (const TimerRef& timer : state_.timerArray) timer->invalidate();
-  for (const auto& run : runs_) {
-    for (const TimerRef& timer : run->timers) timer->invalidate();
+  for (const auto& known : runs_) {
+    if (const auto run = known.lock()) *run = {};
   }
 }
 
@@ -61,11 +76,11 @@ void PlaybackScheduler::playEventLog() {
   const double last = log.back().timestamp;
   services_.trace.writeLine([&] {
     const double now = services_.clock.date();
-    return "Date Interval: " + dateInterval(now + first, now + last);
+    return "Date Interval: " + isoDate(now + first) + " to " + isoDate(now + last);
   });
   capture_.recordingTime = last - first;
   const std::size_t count = log.size();
-  Run& run = beginRun(log.events(), count);
+  const auto run = beginRun(log.events(), count);
   for (std::size_t i = 0; i < count; ++i) {
     services_.trace.writeNumber(i);
     schedule(run, i, log[i].timestamp - first);
@@ -80,42 +95,40 @@ void PlaybackScheduler::playLoadedRecording() {
   const double first = recording.timestampArray.front();
   capture_.recordingTime = recording.timestampArray.back() - first;
   const std::size_t count = recording.timestampArray.size();
-  Run& run = beginRun(nullptr, count);
+  const auto run = beginRun(nullptr, count);
   for (std::size_t i = 0; i < count; ++i) {
     services_.trace.writeNumber(i);
     schedule(run, i, recording.timestampArray[i] - first);
   }
 }
 
-PlaybackScheduler::Run& PlaybackScheduler::beginRun(std::shared_ptr<const EventLog::Events> events,
-                                                    std::size_t count) {
-  // Only the latest run's timers are in the state, and only while it is pending they are needed.
-  if (!runs_.empty() && runs_.back()->timers.empty()) {
-    runs_.back()->timers.swap(state_.timerArray);
-  }
+std::shared_ptr<PlaybackScheduler::Run> PlaybackScheduler::beginRun(
+    std::shared_ptr<const EventLog::Events> events, std::size_t count) {
   state_.timerArray.clear();
   state_.timerArray.reserve(count);
-  runs_.push_back(std::make_unique<Run>(
-      Run{*this, std::move(events), services_.eventSynthesis.beginPosting(), count}));
-  return *runs_.back();
+  std::erase_if(runs_, [](const auto& known) { return known.expired(); });
+  auto run =
+      std::make_shared<Run>(Run{this, std::move(events), services_.eventSynthesis.beginPosting()});
+  runs_.push_back(run);
+  return run;
 }
 
-void PlaybackScheduler::schedule(Run& run, std::size_t index, double offset) {
-  const double delay = offset / playbackDivisor(settings_.playbackSpeed.get());
+void PlaybackScheduler::schedule(const std::shared_ptr<Run>& run, std::size_t index,
+                                 double offset) {
   state_.timerArray.push_back(services_.runLoop.scheduledTimerWithTimeInterval(
-      delay, TimerRepeats::no, [&run, index](const TimerRef&) { run.scheduler.fire(run, index); }));
+      offset / settings_.divisor(), TimerRepeats::no, [run, index](const TimerRef&) {
+        if (run->scheduler) run->scheduler->post(*run, index);
+      }));
   // The time stamps of a stored recording need not be in order.
   lastDeadline_ = std::max(lastDeadline_, state_.timerArray.back()->deadline());
 }
 
-void PlaybackScheduler::fire(Run& run, std::size_t index) {
+void PlaybackScheduler::post(const Run& run, std::size_t index) {
   if (run.events) {
     synthesizer_.postLoggedEvent((*run.events)[index]);
   } else {
     synthesizer_.postRecordedEvent(state_.loadedRecording, index);
   }
-  if (--run.pending > 0) return;
-  std::erase_if(runs_, [&](const auto& known) { return known.get() == &run; });
 }
 
 void PlaybackScheduler::stopPlayback() {
@@ -131,7 +144,6 @@ void PlaybackScheduler::endPlayback(const TimerRef& cycleTimer) {
     services_.trace.writeNumber(i);
     state_.timerArray[i]->invalidate();
   }
-  if (!runs_.empty() && runs_.back()->timers.empty()) runs_.pop_back();
   if (cycleTimer) cycleTimer->invalidate();
   capture_.isPlaying.set(false);
   settings_.playCount.set(0);

@@ -9,35 +9,34 @@
 #include "capture/capture_state.h"
 #include "platform/event_synthesis.h"
 #include "platform/observable.h"
-#include "platform/timer_queue.h"
+#include "platform/run_loop.h"
 #include "playback/event_synthesizer.h"
-#include "playback/playback_services.h"
 #include "playback/playback_state.h"
 
 namespace tapeloop {
 
-/// Plays one run of the current recording with one timer an event, stops playback, and shows the
-/// hint window while playback is active. Main thread only.
+/// Plays single runs of the current recording, with one timer for each event, ends playback, and
+/// shows the hint window while `isPlaying` holds. When the next run starts is up to
+/// `RepeatController`.
 class PlaybackScheduler {
  public:
-  /// Everything that is handed in outlives the scheduler.
   PlaybackScheduler(CaptureState& capture, PlaybackState& state, const PlaybackSettings& settings,
                     const PlaybackServices& services);
   PlaybackScheduler(const PlaybackScheduler&) = delete;
   PlaybackScheduler& operator=(const PlaybackScheduler&) = delete;
-  /// Nothing that is still pending is posted any more.
+  /// Pending events are not posted, and the keys and buttons that runs hold are released.
   ~PlaybackScheduler();
 
-  /// Events of an earlier run that are still pending stay pending, and can't be cancelled any more.
+  /// Starts a run. Pending events of an earlier run stay pending, and can't be cancelled any more.
   void playRecording();
 
-  /// The latest deadline of this playback's events, those that are over included; long ago if it
-  /// has had none.
+  /// The latest deadline of all events since playback began; `longAgo` if there was none.
   [[nodiscard]] std::int64_t lastDeadline() const { return lastDeadline_; }
 
   /// What the Escape key does.
   void stopPlayback();
-  /// Ends playback: the run's pending events and `cycleTimer` (may be null) are cancelled.
+  /// Ends playback: the pending events of the latest run and `cycleTimer` (may be null) are
+  /// cancelled.
   void endPlayback(const TimerRef& cycleTimer);
 
  private:
@@ -46,9 +45,9 @@ class PlaybackScheduler {
 
   void playEventLog();
   void playLoadedRecording();
-  Run& beginRun(std::shared_ptr<const EventLog::Events> events, std::size_t count);
-  void schedule(Run& run, std::size_t index, double offset);
-  void fire(Run& run, std::size_t index);
+  std::shared_ptr<Run> beginRun(std::shared_ptr<const EventLog::Events> events, std::size_t count);
+  void schedule(const std::shared_ptr<Run>& run, std::size_t index, double offset);
+  void post(const Run& run, std::size_t index);
   void isPlayingChanged();
 
   CaptureState& capture_;
@@ -56,7 +55,7 @@ class PlaybackScheduler {
   const PlaybackSettings settings_;
   const PlaybackServices services_;
   EventSynthesizer synthesizer_;
-  std::vector<std::unique_ptr<Run>> runs_;  // those with pending events, the latest one last
+  std::vector<std::weak_ptr<Run>> runs_;  // expired: none of its events is pending
   std::int64_t lastDeadline_ = longAgo;
   std::shared_ptr<EventSynthesis::PostingSession> session_;  // while playback is active
   Subscription isPlayingSubscription_;

@@ -6,8 +6,6 @@
 #include <string>
 #include <string_view>
 
-#include "playback/playback_speed.h"
-
 namespace tapeloop {
 namespace {
 
@@ -108,7 +106,7 @@ void RepeatController::updateWaitTime() {
 }
 
 double RepeatController::runDuration() const {
-  return capture_.recordingTime / playbackDivisor(settings_.playbackSpeed.get());
+  return capture_.recordingTime / settings_.divisor();
 }
 
 // The period is settled by the play action, and a run may last longer: another recording was

@@ -4,9 +4,7 @@
 #include <memory>
 
 #include "capture/capture_state.h"
-#include "platform/timer_queue.h"
 #include "playback/playback_scheduler.h"
-#include "playback/playback_services.h"
 #include "playback/playback_state.h"
 
 namespace tapeloop {

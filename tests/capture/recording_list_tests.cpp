@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "capture/recording_list.h"
+#include "support/recording_lists.h"
 #include "support/simulated_fixture.h"
 
 namespace tapeloop {
@@ -20,7 +21,7 @@ Recording recordingTitled(const char* title) {
 TEST(RecordingList, WhatOtherWritersLeftInTheTextIsDropped) {
   const std::vector<Recording> records = {recordingTitled("first"), recordingTitled("two words"),
                                           recordingTitled("third")};
-  const std::string text = *encodeRecordings(records);
+  const std::string text = listText(records);
   const auto replaced = [&text](const std::string& from, const std::string& to) {
     std::string changed = text;
     changed.replace(changed.find(from), from.size(), to);
@@ -58,7 +59,7 @@ TEST(RecordingList, WhatOtherWritersLeftInTheTextIsDropped) {
 TEST(RecordingList, OneInvalidRecordAnywhereMakesTheWholeTextUnreadable) {
   const std::vector<Recording> records = {recordingTitled("a"), recordingTitled("b"),
                                           recordingTitled("c")};
-  const std::string text = *encodeRecordings(records);
+  const std::string text = listText(records);
   for (std::string::size_type at = text.find("\"clickCountArray\""); at != std::string::npos;
        at = text.find("\"clickCountArray\"", at + 1)) {
     std::string lacking = text;
@@ -69,6 +70,8 @@ TEST(RecordingList, OneInvalidRecordAnywhereMakesTheWholeTextUnreadable) {
     EXPECT_FALSE(RecordingList::parse(none)) << none;
   }
   EXPECT_FALSE(RecordingList::parse(text.substr(0, text.size() - 1)));
+  EXPECT_FALSE(RecordingList::parse(text.substr(0, text.size() - 1) + ",]"));
+  EXPECT_FALSE(RecordingList::parse(*encodeRecording(records[0])));
 }
 
 }  // namespace

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "capture/recording_json.h"
 #include "controller/content_view.h"
+#include "support/recording_lists.h"
 #include "support/simulated_fixture.h"
 
 namespace tapeloop::testing {
@@ -45,7 +45,7 @@ class LibraryTest : public SimulatedTest {
       recordings.push_back(makeRecording(log));
       recordings.back().title = title;
     }
-    storeText(*encodeRecordings(recordings));
+    storeText(listText(recordings));
   }
   void storeText(const DefaultsValue& value) {
     EXPECT_EQ(desktop.defaults.setObjectForKey(value, "recordingList"), StoreStatus::stored);
@@ -54,7 +54,7 @@ class LibraryTest : public SimulatedTest {
   std::vector<Recording> stored() {
     const auto value = desktop.defaults.objectForKey("recordingList");
     if (!value) return {};
-    return decodeRecordings(std::get<std::string>(*value)).value_or(std::vector<Recording>{});
+    return recordingsIn(std::get<std::string>(*value)).value_or(std::vector<Recording>{});
   }
   std::vector<std::string> storedTitles() {
     std::vector<std::string> titles;

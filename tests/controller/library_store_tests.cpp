@@ -52,8 +52,7 @@ TEST_F(LibraryTest, AChangeThatCannotBeStoredIsSaidAndLeavesWhatWasStored) {
 }
 
 TEST_F(LibraryTest, AListThatCannotBeReadShowsNoRowsAndIsKeptAsideBeforeItIsReplaced) {
-  const Recording lacking = makeRecording({move(1)});
-  std::string oneMemberShort = *encodeRecordings({&lacking, 1});
+  std::string oneMemberShort = listText({makeRecording({move(1)})});
   oneMemberShort.replace(oneMemberShort.find("charArray"), 4, "Char");
   std::string key = "recordingListUnreadable";
   int number = 1;
@@ -125,7 +124,7 @@ TEST_F(LibraryTest, WhatAnotherProcessHasSavedIsNotLostAndARowActsOnTheEntryThat
   openSidebar();
   const std::vector<Recording> all = stored();
   const auto writeElsewhere = [this](const std::vector<Recording>& theirs) {
-    desktop.defaults.writeElsewhere(*encodeRecordings(theirs), "recordingList");
+    desktop.defaults.writeElsewhere(listText(theirs), "recordingList");
   };
   writeElsewhere({all[1], all[2]});
   library().deleteSavedRecording(1);

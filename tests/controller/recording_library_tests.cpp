@@ -33,9 +33,8 @@ TEST_F(LibraryTest, TheFirstSaveOpensTheSidebarAndEachStoresTheCaptureAsAnEntryO
   capture({keyDown(1, 7, modifier_flag::shift | modifier_flag::command), keyUp(2, 7), move(3)});
   library().saveRecording();
   ASSERT_EQ(stored().size(), 1u);
-  EXPECT_THAT(lines(),
-              ElementsAre("Save recording", "3", "3", "3", "3", "3", "3", "3", "3",
-                          "[\".shift.command\", \"\", \"\"]", *encodeRecordings(stored())));
+  EXPECT_THAT(lines(), ElementsAre("Save recording", "3", "3", "3", "3", "3", "3", "3", "3",
+                                   "[\".shift.command\", \"\", \"\"]", listText(stored())));
   EXPECT_THAT(stored()[0].charArray, ElementsAre(7, 7, 0));
   EXPECT_TRUE(state().showingSavedRecordings.get());
   EXPECT_EQ(state().savedRecordingWidth.get(), 280);
@@ -83,7 +82,7 @@ TEST_F(LibraryTest, TheLoadButtonLoadsAndShowsTheToastForTwoEventsOnly) {
   Recording withoutTimes = makeRecording({move(1), move(2)});
   withoutTimes.timestampArray.clear();
   for (const Recording& tooShort : {makeRecording({move(0)}), withoutTimes}) {
-    storeText(*encodeRecordings({&tooShort, 1}));
+    storeText(listText({tooShort}));
     library().loadSavedRecording(LoadVariant::button, 0);
     EXPECT_EQ(view->playbackState().loadedRecording, tooShort);
     EXPECT_EQ(view->captureState().recordingTime, 2) << "keeps what it was";

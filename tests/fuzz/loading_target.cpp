@@ -4,17 +4,17 @@
 #include <string>
 #include <vector>
 
-#include "capture/recording_json.h"
 #include "controller/content_view.h"
 #include "controller/settings.h"
 #include "controller/stored_recordings.h"
 #include "fuzz/targets.h"
 #include "platform/simulated/simulated_desktop.h"
+#include "support/recording_lists.h"
 
 namespace tapeloop::fuzz {
 namespace {
 
-using Texts = std::optional<std::vector<Recording>>;
+using Records = std::optional<std::vector<Recording>>;
 
 /// A run is over after the last time stamp. What a row in the middle has put off for longer still
 /// comes, and until then what is down stays down.
@@ -27,7 +27,7 @@ void play(ContentView& view, simulated::SimulatedDesktop& desktop) {
   // Beyond any deadline that is waited for on purpose; the clock goes from one to the next.
   constexpr double longTime = 1e7;
   // The text of a row may name more than one kind of event.
-  constexpr std::size_t kinds = 9;
+  constexpr std::size_t kinds = eventKinds.size();
   const auto& posted = desktop.eventSynthesis.posted();
   const std::size_t before = posted.size();
   const Recording& loaded = view.playbackState().loadedRecording;
@@ -53,7 +53,7 @@ void loading(std::string_view input) {
   constexpr std::size_t mostRows = 4;
   simulated::SimulatedDesktop desktop;
   (void)desktop.defaults.setObjectForKey(std::string(input), StoredRecordings::key);
-  const Texts before = decodeRecordings(input);
+  const Records before = testing::recordingsIn(std::string(input));
 
   Settings settings(desktop.defaults);
   ContentView view(desktop.services(), settings);
@@ -71,7 +71,7 @@ void loading(std::string_view input) {
   view.captureState().eventLog.append(move);
   view.saveButtonPressed();
   const auto text = desktop.defaults.objectForKey(StoredRecordings::key);
-  const Texts after = decodeRecordings(std::get<std::string>(*text));
+  const Records after = testing::recordingsIn(std::get<std::string>(*text));
   promise(after && after->size() == rows + 1, "the new record is stored behind the others");
   for (std::size_t row = 0; row < rows; ++row) {
     promise((*after)[row] == (*before)[row], "the others stay as they were");

@@ -20,7 +20,7 @@ using rapidjson::Document;
 using rapidjson::SizeType;
 using rapidjson::Value;
 
-constexpr std::size_t memberCount = 11;
+constexpr std::size_t memberCount = std::tuple_size_v<decltype(recordingMembers)>;
 // Stand before the digits of a number and before every other text.
 constexpr char numberMark = 'n';
 constexpr char textMark = 't';
@@ -179,22 +179,6 @@ bool read(const Value& value, std::vector<T>& column) {
   });
 }
 
-/// Calls `visit` with the name and the place of each member.
-template <typename Visit>
-void forEachMember(Recording& r, const Visit& visit) {
-  visit("title", r.title);
-  visit("uniqueID", r.uniqueID);
-  visit("typeArray", r.typeArray);
-  visit("timestampArray", r.timestampArray);
-  visit("locXArray", r.locXArray);
-  visit("locYArray", r.locYArray);
-  visit("scrollingDeltaXArray", r.scrollingDeltaXArray);
-  visit("scrollingDeltaYArray", r.scrollingDeltaYArray);
-  visit("charArray", r.charArray);
-  visit("modifierArray", r.modifierArray);
-  visit("clickCountArray", r.clickCountArray);
-}
-
 std::optional<Recording> readRecord(const Value& object) {
   if (!object.IsObject()) return std::nullopt;
   Recording recording;
@@ -209,11 +193,6 @@ std::optional<Recording> readRecord(const Value& object) {
   }
   if (!isValid || known.size() != memberCount) return std::nullopt;
   return recording;
-}
-
-bool isSame(const std::vector<double>& a, const std::vector<double>& b) {
-  const auto bits = [](double value) { return std::bit_cast<std::uint64_t>(value); };
-  return std::ranges::equal(a, b, {}, bits, bits);
 }
 
 }  // namespace
@@ -247,15 +226,18 @@ bool isCompact(std::string_view recordText) {
 }
 
 bool isSame(const Recording& a, const Recording& b) {
-  return a == b && isSame(a.timestampArray, b.timestampArray) && isSame(a.locXArray, b.locXArray) &&
-         isSame(a.locYArray, b.locYArray) &&
-         isSame(a.scrollingDeltaXArray, b.scrollingDeltaXArray) &&
-         isSame(a.scrollingDeltaYArray, b.scrollingDeltaYArray);
-}
-
-bool isSame(const std::vector<Recording>& a, const std::vector<Recording>& b) {
-  return std::ranges::equal(a, b,
-                            [](const Recording& x, const Recording& y) { return isSame(x, y); });
+  const auto bits = [](double value) { return std::bit_cast<std::uint64_t>(value); };
+  const auto isSameIn = [&](const auto& member) {
+    const auto& x = a.*member.place;
+    const auto& y = b.*member.place;
+    if constexpr (std::is_same_v<decltype(x), const std::vector<double>&>) {
+      return std::ranges::equal(x, y, {}, bits, bits);
+    } else {
+      return x == y;
+    }
+  };
+  return std::apply([&](const auto&... member) { return (isSameIn(member) && ...); },
+                    recordingMembers);
 }
 
 }  // namespace tapeloop::fuzz

@@ -19,6 +19,5 @@ bool isCompact(std::string_view recordText);
 
 /// Equal in every bit: unlike `==`, tells the two zeros apart.
 bool isSame(const Recording& a, const Recording& b);
-bool isSame(const std::vector<Recording>& a, const std::vector<Recording>& b);
 
 }  // namespace tapeloop::fuzz

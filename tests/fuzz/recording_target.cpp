@@ -1,6 +1,6 @@
 #include <cstddef>
 
-#include "capture/recording_json.h"
+#include "capture/recording_list.h"
 #include "fuzz/plain_reading.h"
 #include "fuzz/targets.h"
 
@@ -19,11 +19,17 @@ template <typename T>
 std::size_t bytesIn(const std::vector<T>& column) {
   return column.capacity() * sizeof(T);
 }
-std::size_t bytesIn(const Recording& r) {
-  return r.title.capacity() + bytesIn(r.typeArray) + bytesIn(r.timestampArray) +
-         bytesIn(r.locXArray) + bytesIn(r.locYArray) + bytesIn(r.scrollingDeltaXArray) +
-         bytesIn(r.scrollingDeltaYArray) + bytesIn(r.charArray) + bytesIn(r.modifierArray) +
-         bytesIn(r.clickCountArray);
+std::size_t bytesIn(const std::string& text) {
+  return text.capacity();
+}
+std::size_t bytesIn(const Uuid&) {
+  return 0;
+}
+std::size_t bytesIn(const Recording& recording) {
+  std::size_t bytes = 0;
+  forEachMember(recording,
+                [&bytes](std::string_view, const auto& member) { bytes += bytesIn(member); });
+  return bytes;
 }
 
 }  // namespace
@@ -35,13 +41,13 @@ void recording(std::string_view input) {
   promise(decoded.has_value() == plain.has_value(), "accepted as the plain reading accepts");
 
   const std::string inList = "[" + std::string(input) + "]";
-  const auto list = decodeRecordings(inList);
+  const auto list = RecordingList::parse(inList);
   const bool isAlone = list && list->size() == 1;
   promise(isAlone == decoded.has_value(), "valid in a list if and only if it is valid alone");
   if (!decoded) return;
 
   promise(isSame(*decoded, *plain), "read as the plain reading reads");
-  promise(isSame(*decoded, list->front()), "the same in a list as alone");
+  promise(isSame(*decoded, list->recording(0)), "the same in a list as alone");
   promise(bytesIn(*decoded) <= mostBytesPerByte * input.size(), "bounded by the input");
 
   const auto encoded = encodeRecording(*decoded);

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "playback/playback.h"
+#include "playback/repeat_controller.h"
 #include "support/simulated_fixture.h"
 
 namespace tapeloop::testing {
@@ -35,9 +35,9 @@ class PlaybackTest : public SimulatedTest {
     repeatPlayback.set(true);
     timesToRepeat.set(times);
   }
-  void play() { playback->startPlayback(PlayVariant::button); }
-  void playByShortcut() { playback->startPlayback(PlayVariant::shortcut); }
-  void escape() { playback->stopPlayback(); }
+  void play() { controller->startPlayback(PlayVariant::button); }
+  void playByShortcut() { controller->startPlayback(PlayVariant::shortcut); }
+  void escape() { scheduler->stopPlayback(); }
   [[nodiscard]] bool playing() const { return capture.isPlaying.get(); }
   /// Whether anything keeps keys and buttons down.
   [[nodiscard]] bool holding() const { return desktop.eventSynthesis.hasSession(); }
@@ -52,12 +52,23 @@ class PlaybackTest : public SimulatedTest {
 
   CaptureState capture;
   PlaybackState state;
-  const PlaybackSettings settings{playbackSpeed,       repeatPlayback, timesToRepeat, playCount,
-                                  waitBeforeRepeating, waittimenumber, waittimeunit};
-  const PlaybackServices services{desktop.runLoop,        desktop.runLoop, desktop.trace,
-                                  desktop.eventSynthesis, desktop.screens, desktop.windows};
-  std::unique_ptr<Playback> playback =
-      std::make_unique<Playback>(capture, state, settings, services);
+  const PlaybackSettings settings{.playbackSpeed = playbackSpeed,
+                                  .repeatPlayback = repeatPlayback,
+                                  .timesToRepeat = timesToRepeat,
+                                  .playCount = playCount,
+                                  .waitBeforeRepeating = waitBeforeRepeating,
+                                  .waittimenumber = waittimenumber,
+                                  .waittimeunit = waittimeunit};
+  const PlaybackServices services{.runLoop = desktop.runLoop,
+                                  .clock = desktop.runLoop,
+                                  .trace = desktop.trace,
+                                  .eventSynthesis = desktop.eventSynthesis,
+                                  .screens = desktop.screens,
+                                  .windows = desktop.windows};
+  std::unique_ptr<PlaybackScheduler> scheduler =
+      std::make_unique<PlaybackScheduler>(capture, state, settings, services);
+  std::unique_ptr<RepeatController> controller =
+      std::make_unique<RepeatController>(capture, state, settings, services, *scheduler);
 };
 
 }  // namespace tapeloop::testing

@@ -5,8 +5,8 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "capture/recording_json.h"
 #include "platform/system/sqlite_defaults_store.h"
+#include "support/recording_lists.h"
 
 namespace tapeloop::support {
 namespace {
@@ -141,7 +141,7 @@ std::string listOf(const std::vector<std::string>& titles) {
     recordings[i].title = titles[i];
     recordings[i].uniqueID = Uuid::random();
   }
-  return encodeRecordings(recordings).value();
+  return testing::listText(recordings);
 }
 
 Application::Application(TestDesktop& desktop, const std::vector<std::string>& command,

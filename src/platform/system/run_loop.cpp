@@ -13,8 +13,6 @@
 #include <sys/timerfd.h>
 #include <time.h>
 
-#include "platform/system/populated_memory.h"
-
 namespace tapeloop::system {
 namespace {
 
@@ -121,8 +119,7 @@ EpollRunLoop::EpollRunLoop()
       timer_(
           require(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd_create")),
       watches_(std::make_shared<Watches>()),
-      hooks_(std::make_shared<Hooks>()),
-      timers_(populatedMemory()) {
+      hooks_(std::make_shared<Hooks>()) {
   watches_->epoll = epoll_.get();
   epoll_event event{};
   event.events = EPOLLIN;

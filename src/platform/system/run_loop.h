@@ -8,6 +8,7 @@
 #include "platform/observable.h"
 #include "platform/run_loop.h"
 #include "platform/system/handles.h"
+#include "platform/timer_queue.h"
 
 namespace tapeloop::system {
 
