@@ -25,7 +25,6 @@
 #include "platform/x11/desktop.h"
 #include "platform/x11/session.h"
 #include "views/main_window.h"
-#include "views/view_items.h"
 
 namespace tapeloop {
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "controller/information_button.h"
+#include "controller/buttons.h"
 #include "platform/window_system.h"
 
 namespace tapeloop {

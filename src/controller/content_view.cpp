@@ -7,8 +7,10 @@ namespace tapeloop {
 namespace {
 
 CaptureSettings captureSettings(Settings& settings) {
-  return {settings.startStopButtonText, settings.key, settings.hideDuringRecording,
-          settings.isMiniturized};
+  return {.startStopButtonText = settings.startStopButtonText,
+          .key = settings.key,
+          .hideDuringRecording = settings.hideDuringRecording,
+          .isMiniturized = settings.isMiniturized};
 }
 
 PlaybackSettings playbackSettings(Settings& settings) {
@@ -47,8 +49,8 @@ ContentView::ContentView(const Desktop& desktop, Settings& settings)
       hotKeysController_(desktop.hotKeys),
       hotKey_(HotKey::create(hotKeysController_, KeyCombo(Key::escape, 0))),
       keyboardShortcuts_(desktop.hotKeys, desktop.defaults, desktop.notifications) {
-  // Other applications need the key: it is kept from them only while it has something to stop, and
-  // stops that even where another program has the key to itself.
+  // Other applications need Escape: it is grabbed only during playback. Playback stops even where
+  // another program's grab has made ours fail.
   hotKey_->setClaim(HotKeyClaim::observe);
   playing_ = captureState_.isPlaying.subscribe([this] {
     hotKey_->setClaim(captureState_.isPlaying.get() ? HotKeyClaim::takeIfFree

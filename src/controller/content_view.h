@@ -5,11 +5,10 @@
 
 #include "capture/capture.h"
 #include "capture/capture_state.h"
-#include "controller/information_button.h"
+#include "controller/buttons.h"
 #include "controller/library_state.h"
 #include "controller/recording_library.h"
 #include "controller/settings.h"
-#include "controller/toolbar.h"
 #include "hotkeys/hot_key.h"
 #include "hotkeys/keyboard_shortcuts.h"
 #include "platform/desktop.h"
@@ -20,17 +19,16 @@
 namespace tapeloop {
 
 /// The main window: it owns the state that capture, playback and the saved recordings share, and
-/// the actions that its controls start. While `buttonDisabled` holds, pressing one of the buttons
-/// that it disables does nothing; shortcuts, menus and drags go on. Main thread only.
+/// the actions that its controls start. While `buttonDisabled` is set, all buttons but the record
+/// button do nothing; shortcuts, menus and drags still work.
 class ContentView {
  public:
-  /// The desktop's services and `settings` outlive the view.
   ContentView(const Desktop& desktop, Settings& settings);
   ContentView(const ContentView&) = delete;
   ContentView& operator=(const ContentView&) = delete;
   ~ContentView();
 
-  // What the window tells the controller.
+  // Called by the window.
   void onAppear();
   void onToolbarAppear();
 

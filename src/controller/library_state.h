@@ -1,17 +1,68 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
+#include <vector>
 
-#include "controller/saved_recording_rows.h"
 #include "platform/observable.h"
+#include "platform/window_system.h"
 
 namespace tapeloop {
+
+/// What one row of the sidebar shows.
+struct SavedRecordingRow {
+  std::string selectedRecordingName;  ///< The text of the name field.
+  double loadButtonOpacity = 1.0;
+  Color individualBackground = clearColor;
+  double trashButtonOpacity = 0.0;  ///< The button is seen while the pointer is over the row.
+  bool hoveringOverLoadButton = false;
+  bool hoveringOverTrashButton = false;
+  bool trashButtonHasFocus = false;
+
+  /// A delete button that has the keyboard focus is seen wherever the pointer is.
+  [[nodiscard]] double shownTrashButtonOpacity() const {
+    return trashButtonHasFocus ? 1.0 : trashButtonOpacity;
+  }
+  friend bool operator==(const SavedRecordingRow&, const SavedRecordingRow&) = default;
+};
+
+/// The rows by position. There are 718 from the start, and more as the list grows; they never
+/// become fewer. When an entry is deleted the names below it move up, and the hover state stays
+/// where it is, as the pointer does.
+class SavedRecordingRows {
+ public:
+  explicit SavedRecordingRows(const Observable<bool>& isRecording) : isRecording_(isRecording) {}
+
+  [[nodiscard]] std::size_t size() const { return rows_.size(); }
+  /// A row beyond the end is as rows are at the start.
+  [[nodiscard]] const SavedRecordingRow& operator[](std::size_t row) const;
+  void growTo(std::size_t count);
+
+  void setName(std::size_t row, std::string name);
+  void focusTrashButton(std::size_t row, bool focused);
+  // The pointer enters or leaves.
+  void hoverRow(std::size_t row, bool hovering);
+  void hoverLoadButton(std::size_t row, bool hovering);
+  void hoverTrashButton(std::size_t row, bool hovering);
+
+  /// `callback` gets the position of the row that has changed.
+  Subscription subscribe(std::function<void(std::size_t)> callback) {
+    return changed_.connect(std::move(callback));
+  }
+
+ private:
+  template <typename Edit>
+  void change(std::size_t row, Edit edit);
+
+  const Observable<bool>& isRecording_;
+  std::vector<SavedRecordingRow> rows_{718};
+  Signal<std::size_t> changed_;
+};
 
 /// The part of the main window's state that belongs to the saved recordings. Owned by
 /// `ContentView`.
 struct LibraryState {
-  /// `isRecording` outlives the state.
   explicit LibraryState(const Observable<bool>& isRecording) : rows(isRecording) {}
 
   State<bool> showingSavedRecordings{false};

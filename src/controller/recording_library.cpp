@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "controller/store_alert.h"
-
 namespace tapeloop {
 namespace {
 
@@ -13,7 +11,7 @@ constexpr double sidebarHeight = 220;
 
 using Edit = StoredRecordings::Edit;
 
-/// A list of texts as it is printed. Written out again and again while it grows.
+/// A list of texts as it is printed. It can be printed and then appended to.
 class BracketedList {
  public:
   void append(std::string_view element) {
@@ -30,7 +28,50 @@ class BracketedList {
   std::string text_ = "[";
 };
 
+const char* storeSentence(StoreStatus status) {
+  switch (status) {
+    case StoreStatus::stored:
+      return "";
+    case StoreStatus::readOnly:
+      return "The change was not saved: there is no permission to write the recordings.";
+    case StoreStatus::diskFull:
+      return "The change was not saved: there is no room left for the recordings.";
+    case StoreStatus::locked:
+      return "The change was not saved: another program is using the recordings. Try again.";
+    case StoreStatus::damaged:
+      return "The change was not saved: the file with the recordings is damaged.";
+    case StoreStatus::newer:
+      return "The change was not saved: a newer version of Tapeloop keeps the recordings.";
+    case StoreStatus::unavailable:
+      break;
+  }
+  return "The change was not saved: the recordings can't be reached.";
+}
+
+constexpr const char* notEncodableSentence =
+    "The change was not saved: it holds a number or a text that can't be stored.";
+
 }  // namespace
+
+Toast::~Toast() {
+  if (timer_) timer_->invalidate();
+}
+
+void Toast::invert() {
+  if (flag_.get()) {
+    hide();
+    return;
+  }
+  timer_ = runLoop_.scheduledTimerWithTimeInterval(duration, TimerRepeats::no,
+                                                   [this](const TimerRef&) { hide(); });
+  flag_.set(true);
+}
+
+void Toast::hide() {
+  if (timer_) timer_->invalidate();
+  timer_.reset();
+  flag_.set(false);
+}
 
 RecordingLibrary::RecordingLibrary(LibraryState& state, CaptureState& captureState,
                                    PlaybackState& playbackState, DefaultsStore& store,
@@ -43,12 +84,22 @@ RecordingLibrary::RecordingLibrary(LibraryState& state, CaptureState& captureSta
       toastSaved_(state.showToastSaved, runLoop),
       toastLoaded_(state.showToastLoaded, runLoop),
       listRead_(stored_.onRead([this](const RecordingList& list) {
-        show(list);
+        showRows(list);
         showTitles(list);
       })),
       writtenByOthers_(stored_.onWrittenByOthers([this] {
         if (state_.showingSavedRecordings.get()) stored_.list();
       })) {}
+
+std::span<const RecordingLibrary::RowMenuItem> RecordingLibrary::rowMenu() {
+  static constexpr RowMenuItem items[] = {
+      {"Load Recording",
+       [](RecordingLibrary& library, std::size_t row) {
+         library.loadSavedRecording(LoadVariant::contextMenu, row);
+       }},
+  };
+  return items;
+}
 
 void RecordingLibrary::toggleSidebar() {
   trace_.writeLine("Toggle Sidebar");
@@ -101,7 +152,7 @@ void RecordingLibrary::renameSavedRecording(std::size_t row) {
   const bool isStored = change([&](RecordingList& list) {
     const auto position = StoredRecordings::find(*entry, list);
     if (!position) return Edit::needless;
-    const std::string name = state_.rows.selectedRecordingName.get(row);
+    const std::string name = state_.rows[row].selectedRecordingName;
     return list.rename(*position, name) ? Edit::made : Edit::notEncodable;
   });
   if (isStored) {
@@ -124,8 +175,7 @@ void RecordingLibrary::deleteSavedRecording(std::size_t row) {
   if (!isStored) return;
   const RecordingList& list = stored_.list();
   printTitles(list);
-  auto& names = state_.rows.selectedRecordingName;
-  for (std::size_t i = 0; i < names.size(); ++i) names.set(i, "");
+  for (std::size_t i = 0; i < state_.rows.size(); ++i) state_.rows.setName(i, "");
   printNames();
   showTitles(list);
   printNames();
@@ -133,7 +183,7 @@ void RecordingLibrary::deleteSavedRecording(std::size_t row) {
 
 void RecordingLibrary::rowAppeared(std::size_t row) {
   const RecordingList& list = stored_.list();
-  if (row < list.size()) state_.rows.selectedRecordingName.set(row, list.title(row));
+  if (row < list.size()) state_.rows.setName(row, list.title(row));
 }
 
 std::string RecordingLibrary::dragRecording(std::size_t row) {
@@ -179,7 +229,7 @@ void RecordingLibrary::load(Recording recording) {
 
 bool RecordingLibrary::takeRecordingTime() {
   const Recording& loaded = playbackState_.loadedRecording;
-  // Stored columns may differ in length.
+  // The columns of a stored recording may differ in length.
   if (loaded.modifierArray.size() < 2 || loaded.timestampArray.empty()) return false;
   captureState_.recordingTime = loaded.timestampArray.back() - loaded.timestampArray.front();
   return true;
@@ -192,11 +242,11 @@ bool RecordingLibrary::change(const std::function<Edit(RecordingList&)>& edit) {
   } else if (outcome.status != StoreStatus::stored) {
     state_.storeAlert.set(storeSentence(outcome.status));
   }
-  show(stored_.list());
+  showRows(stored_.list());
   return outcome.isStored();
 }
 
-// Each of the long lines has a function of its own, which makes its text and does nothing else.
+// The long lines of the trace.
 
 void RecordingLibrary::printLengths(const Recording& recording, std::size_t eventCount) {
   trace_.writeNumber(eventCount);
@@ -238,21 +288,21 @@ void RecordingLibrary::printTitles(const RecordingList& list) {
 
 void RecordingLibrary::printNames() {
   trace_.writeLine([this] {
-    const auto& names = state_.rows.selectedRecordingName;
     BracketedList list;
-    for (std::size_t i = 0; i < names.size(); ++i) list.append(names.get(i));
+    for (std::size_t i = 0; i < state_.rows.size(); ++i) {
+      list.append(state_.rows[i].selectedRecordingName);
+    }
     return list;
   });
 }
 
-void RecordingLibrary::show(const RecordingList& list) {
+void RecordingLibrary::showRows(const RecordingList& list) {
   state_.rows.growTo(list.size());
   state_.rowCount.set(list.size());
 }
 
 void RecordingLibrary::showTitles(const RecordingList& list) {
-  auto& names = state_.rows.selectedRecordingName;
-  for (std::size_t i = 0; i < list.size(); ++i) names.set(i, list.title(i));
+  for (std::size_t i = 0; i < list.size(); ++i) state_.rows.setName(i, list.title(i));
 }
 
 }  // namespace tapeloop

@@ -3,14 +3,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
 #include "capture/capture_state.h"
 #include "controller/library_state.h"
 #include "controller/stored_recordings.h"
-#include "controller/toast.h"
 #include "platform/defaults_store.h"
 #include "platform/run_loop.h"
 #include "platform/trace.h"
@@ -20,11 +19,32 @@ namespace tapeloop {
 
 enum class LoadVariant : std::uint8_t { button, contextMenu };
 
+/// A notice that is on screen while its flag is true: for 1.2 seconds, or until it is tapped.
+class Toast {
+ public:
+  static constexpr double duration = 1.2;  ///< Seconds.
+
+  Toast(State<bool>& flag, RunLoop& runLoop) : flag_(flag), runLoop_(runLoop) {}
+  Toast(const Toast&) = delete;
+  Toast& operator=(const Toast&) = delete;
+  ~Toast();
+
+  /// Shows it, or hides it early if it is still there.
+  void invert();
+  void tap() { hide(); }
+
+ private:
+  void hide();
+
+  State<bool>& flag_;
+  RunLoop& runLoop_;
+  TimerRef timer_;
+};
+
 /// The sidebar with the saved recordings, and what can be done with them. A row is known by its
-/// position. A row that isn't there is left alone. Main thread only.
+/// position; for a row that does not exist nothing happens.
 class RecordingLibrary {
  public:
-  /// Everything that is handed in outlives the library.
   RecordingLibrary(LibraryState& state, CaptureState& captureState, PlaybackState& playbackState,
                    DefaultsStore& store, RunLoop& runLoop, Trace& trace);
   RecordingLibrary(const RecordingLibrary&) = delete;
@@ -38,11 +58,19 @@ class RecordingLibrary {
   void renameSavedRecording(std::size_t row);
   void deleteSavedRecording(std::size_t row);
 
+  /// An item of the context menu that every row has.
+  struct RowMenuItem {
+    const char* title;
+    void (*choose)(RecordingLibrary& library, std::size_t row);
+  };
+  [[nodiscard]] static std::span<const RowMenuItem> rowMenu();
+
   /// The row's field shows the stored title.
   void rowAppeared(std::size_t row);
   /// A drag of the row starts. Returns the text that is dragged.
   std::string dragRecording(std::size_t row);
-  /// Something was dropped on the drop area, which accepts everything.
+  /// Something was dropped on the drop area, which accepts everything. Loads the row that was
+  /// dragged last, whatever the dropped item contains.
   void dropRecording();
 
   /// The one button of the alert about the store.
@@ -53,9 +81,9 @@ class RecordingLibrary {
  private:
   void showSidebar();
   void load(Recording recording);
-  /// False if the loaded recording has no duration.
+  /// False if the loaded recording has fewer than two events.
   bool takeRecordingTime();
-  /// Carries out `edit` on the stored list; if that fails the user is told, and it is false.
+  /// Applies `edit` to the stored list. On failure an alert says why, and the result is false.
   bool change(const std::function<StoredRecordings::Edit(RecordingList&)>& edit);
   void printLengths(const Recording& recording, std::size_t eventCount);
   void printModifiers(const Recording& recording);
@@ -63,8 +91,8 @@ class RecordingLibrary {
   void printLoading(std::string_view recordText);
   void printTitles(const RecordingList& list);
   void printNames();
-  /// There is a row for each entry.
-  void show(const RecordingList& list);
+  /// Makes as many rows as the list has entries.
+  void showRows(const RecordingList& list);
   void showTitles(const RecordingList& list);
 
   LibraryState& state_;

@@ -22,19 +22,18 @@ const T& Setting<T>::get() const {
   return *value_;
 }
 
-// A key that is absent, or of another type, is not what `set` would leave behind: it is written
-// even if the value stays the same.
+// An absent key, or one with a value of another type, is written even if `value` is the default.
 template <typename T>
 void Setting<T>::set(T value) {
   if (get() == value && isStored_) return;
-  // One that could not be read is not written before it can.
+  // The store refuses to write a key until it could be read.
   if (isRefused_) load();
-  take(value);
+  replaceValue(value);
   isWriting_ = true;
   isRefused_ = store_.setObjectForKey(std::move(value), key_) != StoreStatus::stored;
   isWriting_ = false;
   if (isRefused_) isStored_ = false;
-  tell();
+  notify();
 }
 
 template <typename T>
@@ -43,51 +42,38 @@ void Setting<T>::load() const {
   isRead_ = object || store_.statusOfRead(key_) == StoreStatus::stored;
   const T* const known = object ? std::get_if<T>(&*object) : nullptr;
   isStored_ = known != nullptr;
-  if (isRead_ || !value_) take(known ? *known : defaultValue_);
+  if (isRead_ || !value_) replaceValue(known ? *known : defaultValue_);
 }
 
 template <typename T>
-void Setting<T>::take(T value) const {
-  if (value_ && !shown_ && !(*value_ == value)) shown_ = std::move(value_);
+void Setting<T>::replaceValue(T value) const {
+  if (value_ && !notified_ && !(*value_ == value)) notified_ = std::move(value_);
   value_ = std::move(value);
 }
 
-// Also called for writes of our own, which find the value as it is.
+// Runs for every write through this store object, also from within `set`.
 template <typename T>
 void Setting<T>::storeChanged() {
   isRefused_ = false;
   load();
-  if (!isWriting_) tell();
+  if (!isWriting_) notify();
 }
 
 template <typename T>
 void Setting<T>::othersWrote() {
   if (value_) (void)get();
-  tell();
+  notify();
 }
 
 template <typename T>
-void Setting<T>::tell() {
-  const std::optional<T> shown = std::exchange(shown_, std::nullopt);
-  if (shown && !(*shown == *value_)) changed_();
+void Setting<T>::notify() {
+  const std::optional<T> before = std::exchange(notified_, std::nullopt);
+  if (before && !(*before == *value_)) changed_();
 }
 
 template class Setting<bool>;
 template class Setting<std::int64_t>;
 template class Setting<double>;
 template class Setting<std::string>;
-
-Settings::Settings(DefaultsStore& store)
-    : startStopButtonText(store, "startStopButtonText", "Record"),
-      key(store, "key", true),
-      playbackSpeed(store, "playbackSpeed", 1.0),
-      repeatPlayback(store, "repeatPlayback", false),
-      timesToRepeat(store, "timesToRepeat", 5.0),
-      playCount(store, "playCount", 0),
-      waitBeforeRepeating(store, "waitBeforeRepeating", false),
-      waittimenumber(store, "waittimenumber", 5),
-      waittimeunit(store, "waittimeunit", "seconds"),
-      isMiniturized(store, "isMiniturized", false),
-      hideDuringRecording(store, "hideDuringRecording", true) {}
 
 }  // namespace tapeloop

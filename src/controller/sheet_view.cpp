@@ -1,8 +1,6 @@
 #include "controller/sheet_view.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
 
 #include "controller/shortcut_slots.h"
@@ -10,7 +8,7 @@
 namespace tapeloop {
 namespace {
 
-// What an edited store may hold is beyond every integer; no slider is.
+// An edited store may hold a number beyond the range of every integer.
 std::int64_t truncated(double value) {
   constexpr double limit = 9e18;
   if (std::isnan(value)) return 0;
@@ -18,42 +16,23 @@ std::int64_t truncated(double value) {
 }
 
 double within(double lowest, double value, double highest) {
-  return value >= lowest ? std::min(value, highest) : lowest;  // which takes what is no number, too
-}
-
-/// The shortest form that reads back as the same number, with a digit after the point.
-std::string shortestText(double value) {
-  std::array<char, 400> buffer{};
-  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
-  std::string text(buffer.data(), end.ptr);
-  if (std::isfinite(value) && text.find_first_of(".e") == std::string::npos) text += ".0";
-  return text;
+  return value >= lowest ? std::min(value, highest) : lowest;  // NaN, too, becomes the lowest
 }
 
 }  // namespace
 
-SheetView::SheetView(Observable<bool>& showSheetView, Settings& settings, Trace& trace,
+SheetView::SheetView(Observable<bool>& showSheet, Settings& stored, Trace& trace,
                      const RecorderServices& recorders)
-    : repeatPlayback(settings.repeatPlayback),
-      waitBeforeRepeating(settings.waitBeforeRepeating),
-      hideDuringRecording(settings.hideDuringRecording),
-      waittimenumber(settings.waittimenumber),
-      waittimeunit(settings.waittimeunit),
-      timesToRepeat(settings.timesToRepeat),
-      playbackSpeed(settings.playbackSpeed),
-      playCount(settings.playCount),
-      showSheetView_(showSheetView),
-      trace_(trace),
-      recordShortcut_(recorders, tapeloop::recordShortcut),
-      playShortcut_(recorders, tapeloop::playShortcut) {
-  // The captions follow their values for as long as the sheet is shown.
-  subscriptions_.push_back(timesToRepeat.subscribe([this] {
-    if (!showSheetView_.get()) return;
-    trace_.writeLine([this] { return shortestText(timesToRepeat.get()); });
+    : showSheetView(showSheet), settings(stored), trace_(trace) {
+  for (const ShortcutSlot& slot : shortcutSlots) recorders_.emplace_back(recorders, slot.name);
+  // The captions follow their values while the sheet is shown.
+  subscriptions_.push_back(settings.timesToRepeat.subscribe([this] {
+    if (!showSheetView.get()) return;
+    trace_.writeNumber(settings.timesToRepeat.get());
     updateRepeatCaption();
   }));
-  subscriptions_.push_back(waittimenumber.subscribe([this] {
-    if (showSheetView_.get()) updateUnitCaptions();
+  subscriptions_.push_back(settings.waittimenumber.subscribe([this] {
+    if (showSheetView.get()) updateUnitCaptions();
   }));
 }
 
@@ -64,21 +43,21 @@ void SheetView::onAppear() {
 
 void SheetView::saveButtonPressed() {
   trace_.writeLine("Saving Settings...");
-  playCount.set(0);
-  showSheetView_.set(false);
+  settings.playCount.set(0);
+  showSheetView.set(false);
 }
 
 double SheetView::timesToRepeatOnSlider() const {
-  return within(0, timesToRepeat.get(), mostTimesToRepeat);
+  return within(0, settings.timesToRepeat.get(), mostTimesToRepeat);
 }
 double SheetView::playbackSpeedOnSlider() const {
-  return within(lowestSpeed, playbackSpeed.get(), highestSpeed);
+  return within(lowestSpeed, settings.playbackSpeed.get(), highestSpeed);
 }
 void SheetView::slideTimesToRepeat(double to) {
-  timesToRepeat.set(within(0, to, mostTimesToRepeat));
+  settings.timesToRepeat.set(within(0, to, mostTimesToRepeat));
 }
 void SheetView::slidePlaybackSpeed(double to) {
-  playbackSpeed.set(std::round(within(lowestSpeed, to, highestSpeed)));
+  settings.playbackSpeed.set(std::round(within(lowestSpeed, to, highestSpeed)));
 }
 
 std::string SheetView::repeatCaption() const {
@@ -86,11 +65,11 @@ std::string SheetView::repeatCaption() const {
 }
 
 std::string SheetView::speedCaption() const {
-  return "Playback Speed: " + std::to_string(truncated(playbackSpeed.get())) + "x";
+  return "Playback Speed: " + std::to_string(truncated(settings.playbackSpeed.get())) + "x";
 }
 
 void SheetView::updateRepeatCaption() {
-  const double times = timesToRepeat.get();
+  const double times = settings.timesToRepeat.get();
   if (times >= 0 && times < 1) {
     repeatTimeLabel.set("Unlimited");
   } else if (times >= 1) {
@@ -100,7 +79,7 @@ void SheetView::updateRepeatCaption() {
 }
 
 void SheetView::updateUnitCaptions() {
-  const bool one = waittimenumber.get() == 1;
+  const bool one = settings.waittimenumber.get() == 1;
   secondsLabel.set(one ? "Second" : "Seconds");
   minutesLabel.set(one ? "Minute" : "Minutes");
   hoursLabel.set(one ? "Hour" : "Hours");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -11,68 +12,58 @@
 
 namespace tapeloop {
 
-/// The sheet in which settings are edited. An edit is stored the moment it is made. Main thread
-/// only.
+/// The sheet in which settings are edited. An edit is stored the moment it is made.
 class SheetView {
  public:
-  // The ranges of the sliders and of the wait's picker.
+  // The ranges of the sliders and of the picker of the wait time.
   static constexpr double mostTimesToRepeat = 100;
   static constexpr double lowestSpeed = 1;
   static constexpr double highestSpeed = 10;
   static constexpr std::int64_t longestWait = 60;
 
-  /// `showSheetView` is the window's. What is handed in outlives the sheet.
+  /// `showSheetView` belongs to the main window.
   SheetView(Observable<bool>& showSheetView, Settings& settings, Trace& trace,
             const RecorderServices& recorders);
   SheetView(const SheetView&) = delete;
   SheetView& operator=(const SheetView&) = delete;
 
-  [[nodiscard]] Observable<bool>& showSheetView() { return showSheetView_; }
-  Setting<bool>& repeatPlayback;
-  Setting<bool>& waitBeforeRepeating;
-  Setting<bool>& hideDuringRecording;
-  Setting<std::int64_t>& waittimenumber;
-  Setting<std::string>& waittimeunit;
+  Observable<bool>& showSheetView;
+  Settings& settings;
   State<std::string> secondsLabel{"Seconds"};
   State<std::string> minutesLabel{"Minutes"};
   State<std::string> hoursLabel{"Hours"};
-  Setting<double>& timesToRepeat;
   State<std::string> repeatTimeLabel{"5"};
   State<std::string> timeOrTimes{"Times"};
-  Setting<double>& playbackSpeed;
-  Setting<std::int64_t>& playCount;
 
   void onAppear();
   void saveButtonPressed();
 
   // Which of the controls respond. Those of the speed and of the shortcuts always do.
-  [[nodiscard]] bool repeatControlsRespond() const { return repeatPlayback.get(); }
+  [[nodiscard]] bool repeatControlsRespond() const { return settings.repeatPlayback.get(); }
   [[nodiscard]] bool pickersRespond() const {
-    return repeatPlayback.get() && waitBeforeRepeating.get();
+    return settings.repeatPlayback.get() && settings.waitBeforeRepeating.get();
   }
 
-  // Where the sliders stand, and what they set: what is beyond a slider's range counts as its end.
-  // An edited store may hold such a value, which stays until the slider is moved.
+  // The positions of the sliders. A stored value beyond the range, which only an edited store has,
+  // is shown as the end of the range and stays stored until the slider is moved.
   [[nodiscard]] double timesToRepeatOnSlider() const;
   [[nodiscard]] double playbackSpeedOnSlider() const;
   void slideTimesToRepeat(double to);
   void slidePlaybackSpeed(double to);
 
-  // What the sheet says.
+  // The captions.
   [[nodiscard]] std::string repeatCaption() const;
   [[nodiscard]] std::string speedCaption() const;
 
-  [[nodiscard]] RecorderCocoa& recordShortcut() { return recordShortcut_; }
-  [[nodiscard]] RecorderCocoa& playShortcut() { return playShortcut_; }
+  /// One field for each of the `shortcutSlots`, in their order.
+  [[nodiscard]] std::deque<RecorderCocoa>& recorders() { return recorders_; }
 
  private:
   void updateRepeatCaption();
   void updateUnitCaptions();
 
-  Observable<bool>& showSheetView_;
   Trace& trace_;
-  RecorderCocoa recordShortcut_;
-  RecorderCocoa playShortcut_;
+  std::deque<RecorderCocoa> recorders_;
   std::vector<Subscription> subscriptions_;
 };
 

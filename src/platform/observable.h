@@ -84,7 +84,7 @@ class Observable {
 
 /// An observable value in memory.
 template <typename T>
-class State final : public Observable<T> {
+class State : public Observable<T> {
  public:
   State() = default;
   explicit State(T initial) : value_(std::move(initial)) {}

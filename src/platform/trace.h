@@ -35,6 +35,14 @@ class Trace {
     const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
     write({digits, static_cast<std::size_t>(end - digits)});
   }
+  /// In the shortest form that reads back as the same number, with a digit after the point.
+  void writeNumber(double number) {
+    if (!hasReader_) return;
+    char digits[32];
+    std::string text(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+    if (text.find_first_not_of("-0123456789") == std::string::npos) text += ".0";
+    write(text);
+  }
 
  protected:
   /// Nobody reads the trace, nor will anybody.

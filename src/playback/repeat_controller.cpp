@@ -1,7 +1,5 @@
 #include "playback/repeat_controller.h"
 
-#include <array>
-#include <charconv>
 #include <cmath>
 #include <string>
 #include <string_view>
@@ -17,14 +15,6 @@ bool equalsIntegerPart(std::int64_t count, double number) {
   constexpr double limit = 9'223'372'036'854'775'808.0;  // 2 to the power of 63
   if (!(std::abs(number) < limit)) return false;         // not finite either
   return count == static_cast<std::int64_t>(number);
-}
-
-std::string decimal(double number) {
-  std::array<char, 32> digits{};
-  const auto end = std::to_chars(digits.begin(), digits.end(), number).ptr;
-  std::string text(digits.begin(), end);
-  if (text.find_first_not_of("-0123456789") == std::string::npos) text += ".0";
-  return text;
 }
 
 }  // namespace
@@ -70,7 +60,7 @@ void RepeatController::startPlayback(PlayVariant variant) {
   trace.writeLine(
       [&] { return state_.repeatTimer ? state_.repeatTimer->description() : "repeatTimer"; });
   if (variant == PlayVariant::shortcut) {
-    trace.writeLine([&] { return decimal(settings_.playbackSpeed.get()); });
+    trace.writeNumber(settings_.playbackSpeed.get());
   }
 
   const bool repeats = settings_.repeatPlayback.get();

@@ -141,4 +141,27 @@ Window {
             }
         }
     }
+
+    // The default one stands out.
+    component AlertButton: PushButton {
+        id: button
+
+        required property bool isDefault
+        readonly property color plain: Qt.tint(palette.button, Qt.rgba(0.5, 0.5, 0.5, 0.25))
+
+        implicitWidth: Math.max(100, caption.width + 28)
+        implicitHeight: 32
+        radius: 7
+        font.pointSize: 10
+        unpressColor: isDefault ? palette.highlight : plain
+        pressColor: Qt.darker(unpressColor, 1.3)
+        captionColor: isDefault ? palette.highlightedText : palette.buttonText
+
+        TextMetrics {
+            id: caption
+
+            font: button.font
+            text: button.text
+        }
+    }
 }

@@ -38,7 +38,7 @@ Rectangle {
                 Accessible.role: Accessible.Heading
             }
 
-            SymbolButton {
+            HoverButton {
                 anchors.horizontalCenter: parent.horizontalCenter
                 width: 68
                 height: 68
@@ -47,9 +47,7 @@ Rectangle {
                 side: 64
                 label: "Information"
                 tooltip: false
-                buttonOpacity: root.model.buttonOpacity
-                onHoverChanged: hovering => root.model.hover(hovering)
-                onClicked: root.model.press()
+                model: root.model
             }
 
             Line {

@@ -10,22 +10,22 @@ DropArea {
 
     onEntered: drag => {
         drag.accept();
-        root.model.dragOver = true;
+        root.model.dragOver.value = true;
     }
-    onExited: root.model.dragOver = false
+    onExited: root.model.dragOver.value = false
     onDropped: drop => {
         drop.accept(Qt.CopyAction);
-        root.model.dragOver = false;
+        root.model.dragOver.value = false;
         root.model.drop();
     }
 
     Rectangle {
         anchors.centerIn: parent
-        visible: root.model.dragOver
+        visible: root.model.dragOver.value
         width: 130
         height: 130
         radius: 10
-        color: root.dark ? "#3a3a3c" : "#f4f4f6"
+        color: root.dark ? Colors.darkPanel : Colors.panel
 
         Canvas {
             anchors.fill: parent

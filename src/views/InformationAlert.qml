@@ -8,7 +8,7 @@ AlertWindow {
 
     message: "Thank you for using Tapeloop."
     defaultButton: "Privacy Policy"
-    showing: model.showingAlert
+    showing: model.showingAlert.value
     onDismissed: model.dismissAlert()
     onDefaultPressed: model.openPrivacyPolicy()
 }

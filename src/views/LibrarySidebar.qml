@@ -11,9 +11,9 @@ Item {
     required property LibraryModel model
     required property bool available
 
-    visible: model.showing
-    width: model.sidebarWidth
-    height: model.sidebarHeight
+    visible: model.showing.value
+    width: model.sidebarWidth.value
+    height: model.sidebarHeight.value
 
     Text {
         id: heading
@@ -56,7 +56,7 @@ Item {
             // The pointer drags rows; the list scrolls with the wheel and the bar.
             interactive: false
             boundsBehavior: Flickable.StopAtBounds
-            model: root.model.showing ? root.model.rows : null
+            model: root.model.showing.value ? root.model.rows : null
             Accessible.role: Accessible.List
             Accessible.name: heading.text
 

@@ -9,13 +9,13 @@ Item {
 
     AlertWindow {
         message: "Please authorize Tapeloop by going to System Preferences -> Security & Privacy -> Privacy -> Accessibility -> Check Tapeloop."
-        showing: root.model.showingAuthAlert
+        showing: root.model.showingAuthAlert.value
         onDismissed: root.model.dismissAuthAlert()
     }
 
     AlertWindow {
         message: "No input has been recorded yet."
-        showing: root.model.showingPlayAlert
+        showing: root.model.showingPlayAlert.value
         onDismissed: root.model.dismissPlayAlert()
     }
 
@@ -24,8 +24,8 @@ Item {
     }
 
     AlertWindow {
-        showing: root.model.library.storeAlert !== ""
-        message: root.model.library.storeAlert
+        showing: root.model.library.storeAlert.value !== ""
+        message: root.model.library.storeAlert.value
         onDismissed: root.model.library.dismissStoreAlert()
     }
 }

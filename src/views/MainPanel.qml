@@ -14,7 +14,7 @@ Column {
         anchors.horizontalCenter: parent.horizontalCenter
         spacing: 6
 
-        SymbolButton {
+        HoverButton {
             anchors.verticalCenter: parent.verticalCenter
             width: 40
             height: 40
@@ -23,10 +23,8 @@ Column {
             side: 32
             label: "Information"
             tooltip: false
-            available: !root.model.buttonDisabled
-            buttonOpacity: root.model.information.buttonOpacity
-            onHoverChanged: hovering => root.model.information.hover(hovering)
-            onClicked: root.model.information.press()
+            available: !root.model.buttonDisabled.value
+            model: root.model.information
         }
 
         Text {
@@ -60,10 +58,10 @@ Column {
             spacing: 20
 
             PushButton {
-                text: root.model.recordCaption
-                font.pointSize: root.model.recordCaptionIsCallout ? 9 : 17
-                unpressColor: root.model.unpressedColor
-                pressColor: Qt.rgba(180 / 255, 50 / 255, 40 / 255, 1)
+                text: root.model.recordCaption.value
+                font.pointSize: root.model.recordCaptionIsCallout.value ? 9 : 17
+                unpressColor: root.model.unpressedColor.value
+                pressColor: Colors.redPressed
                 focus: true
                 onClicked: root.model.recordButtonPressed()
             }
@@ -71,10 +69,10 @@ Column {
             PushButton {
                 text: "Play"
                 font.pointSize: 17
-                unpressColor: Qt.rgba(43 / 255, 150 / 255, 72 / 255, 1)
-                pressColor: Qt.rgba(0, 107 / 255, 0, 1)
-                opacity: root.model.startStopOpacity
-                enabled: !root.model.buttonDisabled
+                unpressColor: Colors.green
+                pressColor: Colors.greenPressed
+                opacity: root.model.startStopOpacity.value
+                enabled: !root.model.buttonDisabled.value
                 onClicked: root.model.playButtonPressed()
             }
         }
@@ -84,31 +82,25 @@ Column {
         anchors.horizontalCenter: parent.horizontalCenter
         spacing: 16
 
-        SymbolButton {
+        HoverButton {
             symbol: "settings"
             label: "Settings"
-            available: !root.model.buttonDisabled
-            buttonOpacity: root.model.toolbar.settingsOpacity
-            onHoverChanged: hovering => root.model.toolbar.hoverSettings(hovering)
-            onClicked: root.model.toolbar.settingsButtonPressed()
+            available: !root.model.buttonDisabled.value
+            model: root.model.settingsButton
         }
 
-        SymbolButton {
+        HoverButton {
             symbol: "save"
             label: "Save Recording"
-            available: !root.model.buttonDisabled
-            buttonOpacity: root.model.toolbar.saveOpacity
-            onHoverChanged: hovering => root.model.toolbar.hoverSave(hovering)
-            onClicked: root.model.toolbar.saveButtonPressed()
+            available: !root.model.buttonDisabled.value
+            model: root.model.saveButton
         }
 
-        SymbolButton {
+        HoverButton {
             symbol: "sidebar"
             label: "Toggle Sidebar"
-            available: !root.model.buttonDisabled
-            buttonOpacity: root.model.toolbar.listOpacity
-            onHoverChanged: hovering => root.model.toolbar.hoverList(hovering)
-            onClicked: root.model.toolbar.listButtonPressed()
+            available: !root.model.buttonDisabled.value
+            model: root.model.listButton
         }
     }
 

@@ -28,9 +28,6 @@ Window {
         id: palette
     }
 
-    MenuKeys {
-        model: root.model.menu
-    }
     Shortcut {
         sequence: "F10"
         onActivated: titleBar.openMenu(Qt.point(4, titleBar.height))
@@ -67,7 +64,7 @@ Window {
             x: panel.width + 60
             y: 4
             model: root.model.library
-            available: !root.model.buttonDisabled
+            available: !root.model.buttonDisabled.value
         }
     }
 
@@ -80,10 +77,10 @@ Window {
         height: root.height - y
 
         Connections {
-            target: root.model.sheet
+            target: root.model.sheet.shown
             enabled: root.sheet === null
 
-            function onShownChanged() {
+            function onChanged() {
                 sheetLoader.setSource("SettingsSheet.qml", {
                     model: root.model.sheet,
                     dark: Qt.binding(() => root.dark),
@@ -113,7 +110,7 @@ Window {
     Toast {
         anchors.centerIn: parent
         title: "Recording Saved"
-        showing: root.model.library.showToastSaved
+        showing: root.model.library.showToastSaved.value
         dark: root.dark
         onTapped: root.model.library.tapToastSaved()
     }
@@ -121,7 +118,7 @@ Window {
     Toast {
         anchors.centerIn: parent
         title: "Recording Loaded"
-        showing: root.model.library.showToastLoaded
+        showing: root.model.library.showToastLoaded.value
         dark: root.dark
         onTapped: root.model.library.tapToastLoaded()
     }

@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Tapeloop
 
@@ -29,14 +31,8 @@ FocusScope {
     Accessible.name: recordingName
     Component.onCompleted: rows.appear(index)
     // A row that was scrolled out of sight is destroyed without the pointer having left it.
-    Component.onDestruction: {
-        if (index < 0 || !rows)
-            return;
-        rows.hoverLoad(index, false);
-        rows.hoverTrash(index, false);
-        rows.focusTrash(index, false);
-        rows.hoverRow(index, false);
-    }
+    Component.onDestruction: if (rows)
+        rows.leave(index)
     Keys.onMenuPressed: menu.popup(root, 20, 20)
 
     Drag.dragType: Drag.Automatic
@@ -80,9 +76,16 @@ FocusScope {
     PopupMenu {
         id: menu
 
-        MenuRow {
-            text: "Load Recording"
-            onTriggered: root.rows.loadFromMenu(root.index)
+        Repeater {
+            model: root.rows.menuTitles
+
+            MenuRow {
+                required property int index
+                required property string modelData
+
+                text: modelData
+                onTriggered: root.rows.chooseFromMenu(index, root.index)
+            }
         }
     }
 

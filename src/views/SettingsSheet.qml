@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Templates as T
 import Tapeloop
@@ -36,7 +38,7 @@ FocusScope {
         cameFrom = Window.activeFocusItem;
         modal = true;
         model.appear();
-        repeat.firstControl.forceActiveFocus(reason);
+        playback.firstControl.forceActiveFocus(reason);
     }
     function close() {
         const reason = focusReason();
@@ -54,32 +56,13 @@ FocusScope {
     Keys.onEnterPressed: model.saveButtonPressed()
 
     Connections {
-        target: root.model
+        target: root.model.shown
 
-        function onShownChanged() {
-            if (root.model.shown)
+        function onChanged() {
+            if (root.model.shown.value)
                 root.open();
             else
                 root.close();
-        }
-    }
-
-    Repeater {
-        model: [root.model.recordShortcut, root.model.playShortcut]
-
-        Item {
-            id: recorder
-
-            required property RecorderModel modelData
-
-            AlertWindow {
-                isWarning: true
-                heading: recorder.modelData.alertTitle
-                message: recorder.modelData.alertText
-                dismissText: "OK"
-                showing: recorder.modelData.showingAlert
-                onDismissed: recorder.modelData.dismissAlert()
-            }
         }
     }
 
@@ -133,7 +116,7 @@ FocusScope {
                 contentWidth: root.implicitWidth
                 contentHeight: root.implicitHeight
                 // A field that records stays where it is.
-                responds: !root.model.recordShortcut.isRecording && !root.model.playShortcut.isRecording
+                responds: !root.model.isRecordingShortcut.value
 
                 Column {
                     id: column
@@ -152,32 +135,11 @@ FocusScope {
                         Accessible.name: text
                     }
 
-                    RepeatSettings {
-                        id: repeat
+                    PlaybackSettings {
+                        id: playback
 
                         width: shortcuts.width
                         model: root.model
-                    }
-
-                    SheetPanel {
-                        width: shortcuts.width
-
-                        SheetCaption {
-                            anchors.horizontalCenter: parent.horizontalCenter
-                            text: root.model.speedCaption
-                        }
-
-                        SheetSlider {
-                            anchors.horizontalCenter: parent.horizontalCenter
-                            width: 200
-                            name: "Playback Speed"
-                            from: root.model.lowestSpeed
-                            to: root.model.highestSpeed
-                            stepSize: 1
-                            keyStep: 1
-                            setting: root.model.playbackSpeed
-                            onEdited: to => root.model.playbackSpeed = to
-                        }
                     }
 
                     Row {
@@ -186,16 +148,15 @@ FocusScope {
                         anchors.horizontalCenter: parent.horizontalCenter
                         spacing: 10
 
-                        ShortcutBox {
-                            caption: "Record Shortcut"
-                            tint: Qt.rgba(220 / 255, 90 / 255, 80 / 255, 0.15)
-                            model: root.model.recordShortcut
-                        }
+                        Repeater {
+                            model: root.model.recorders
 
-                        ShortcutBox {
-                            caption: "Play Shortcut"
-                            tint: root.dark ? Qt.rgba(50 / 255, 215 / 255, 75 / 255, 0.15) : Qt.rgba(40 / 255, 205 / 255, 65 / 255, 0.15)
-                            model: root.model.playShortcut
+                            ShortcutBox {
+                                required property RecorderModel modelData
+
+                                recorder: modelData
+                                dark: root.dark
+                            }
                         }
                     }
 
@@ -207,8 +168,8 @@ FocusScope {
                         radius: 7
                         text: "Save"
                         font.pointSize: 10
-                        unpressColor: Qt.rgba(43 / 255, 150 / 255, 72 / 255, 1)
-                        pressColor: Qt.rgba(0, 107 / 255, 0, 1)
+                        unpressColor: Colors.green
+                        pressColor: Colors.greenPressed
                         onClicked: root.model.saveButtonPressed()
                     }
                 }

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import Tapeloop
 
 // A setting that is on or off. Its accessible name is the caption. The template of a switch is not
 // used: it is checkable from the moment it is made, before the engine knows of it, and what it then
@@ -39,7 +40,7 @@ T.AbstractButton {
         width: 34
         height: 20
         radius: 10
-        color: root.checked ? Qt.rgba(43 / 255, 150 / 255, 72 / 255, 1) : Qt.rgba(0.5, 0.5, 0.5, 0.5)
+        color: root.checked ? Colors.green : Qt.rgba(0.5, 0.5, 0.5, 0.5)
         opacity: root.enabled ? 1 : 0.45
 
         Rectangle {

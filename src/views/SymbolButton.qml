@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Templates as T
 
 // A symbol without a border. Its accessible name is what its tooltip says.
 FocusScope {
@@ -65,10 +66,32 @@ FocusScope {
             }
         }
 
-        Tip {
-            control: button
+        T.ToolTip {
+            id: tip
+
+            parent: button
+            x: (button.width - implicitWidth) / 2
+            y: button.height + 1
+            implicitWidth: contentItem.implicitWidth + 14
+            implicitHeight: contentItem.implicitHeight + 8
+            margins: 4
+            delay: 700
+            closePolicy: T.Popup.CloseOnPressOutsideParent | T.Popup.CloseOnReleaseOutsideParent
             text: root.label
             visible: root.tooltip && root.enabled && pointer.hovered && !button.down
+
+            contentItem: Text {
+                text: tip.text
+                color: tip.palette.toolTipText
+                font.pointSize: 9
+                horizontalAlignment: Text.AlignHCenter
+                verticalAlignment: Text.AlignVCenter
+            }
+            background: Rectangle {
+                color: tip.palette.toolTipBase
+                border.color: Qt.rgba(0.5, 0.5, 0.5, 0.6)
+                radius: 4
+            }
         }
     }
 }

@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Tapeloop
 
@@ -26,6 +28,23 @@ Item {
         id: palette
     }
 
+    // The keys of the menu work in every window of the program.
+    Repeater {
+        model: root.menuModel.titles
+
+        Item {
+            id: item
+
+            required property int index
+
+            Shortcut {
+                sequences: root.menuModel.keySequences(item.index)
+                context: Qt.ApplicationShortcut
+                onActivated: root.menuModel.keyPressed(item.index)
+            }
+        }
+    }
+
     SymbolButton {
         id: menuButton
 
@@ -38,10 +57,21 @@ Item {
         label: "Menu"
         onClicked: menu.popup(menuButton, 0, menuButton.height)
 
-        AppMenu {
+        PopupMenu {
             id: menu
 
-            model: root.menuModel
+            Repeater {
+                model: root.menuModel.titles
+
+                MenuRow {
+                    required property int index
+                    required property string modelData
+
+                    text: modelData
+                    keys: root.menuModel.keys[index]
+                    onTriggered: root.menuModel.choose(index)
+                }
+            }
         }
     }
 

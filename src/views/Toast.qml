@@ -1,4 +1,5 @@
 import QtQuick
+import Tapeloop
 
 // A notice over the window, with a green check mark. A tap takes it away.
 Rectangle {
@@ -13,7 +14,7 @@ Rectangle {
     implicitWidth: 170
     implicitHeight: 120
     radius: 12
-    color: dark ? "#3a3a3c" : "#f4f4f6"
+    color: dark ? Colors.darkPanel : Colors.panel
     border.color: Qt.rgba(0.5, 0.5, 0.5, 0.5)
     Accessible.role: Accessible.AlertMessage
     Accessible.name: title
@@ -26,7 +27,7 @@ Rectangle {
             anchors.horizontalCenter: parent.horizontalCenter
             name: "check"
             side: 56
-            tint: "#2ba84a"
+            tint: Colors.checkMark
         }
 
         Text {

@@ -9,25 +9,31 @@
 #include "controller/content_view.h"
 #include "platform/desktop_services.h"
 #include "platform/qt/window_frame.h"
+#include "platform/qt/window_system.h"
 #include "views/content_view_model.h"
 
 namespace tapeloop {
 
+/// Registers how the other windows of the program draw their views. `missingPermission` tells the
+/// user what to do about a missing permission.
+void registerViews(qt::ViewRegistry& registry, QQmlEngine& engine,
+                   const std::string& missingPermission);
+
 /// The window that shows a `ContentView`. Closing it ends the program, unless another one is open.
-/// Main thread only.
 class MainWindow {
  public:
-  /// On screen when this returns. `engine`, `view` and `frames`, which keeps where the window was
-  /// left, outlive the window.
+  /// The window is on screen when this returns. `frames` keeps where the window was left.
   MainWindow(QQmlEngine& engine, ContentView& view, SheetView& sheet, const Menu& mainMenu,
              DefaultsStore& frames);
+
   /// False when the window could not be made.
   [[nodiscard]] bool isShown() const { return window_ != nullptr; }
   /// Why it could not be made, in one line.
   [[nodiscard]] const std::string& error() const { return error_; }
-  /// There is one when it is shown.
+  /// Only while `isShown`.
   [[nodiscard]] QQuickWindow& window() const { return *window_; }
-  /// Also from the state of being minimised.
+
+  /// Also when it is minimised.
   void bringToFront();
 
  private:

@@ -10,7 +10,7 @@
 namespace tapeloop {
 namespace {
 
-// As Qt writes it.
+// In the notation of QKeySequence.
 QString keySequence(std::uint64_t modifiers, const std::string& key) {
   const std::pair<std::uint64_t, const char*> names[] = {{modifier_flag::command, "Meta+"},
                                                          {modifier_flag::control, "Ctrl+"},
@@ -26,8 +26,9 @@ QString keySequence(std::uint64_t modifiers, const std::string& key) {
 }  // namespace
 
 // The main menu has one item, which stands for the program and holds the items that are shown.
-MenuModel::MenuModel(const Menu& mainMenu)
-    : items_(mainMenu.items.empty() ? std::vector<MenuItem>{}
+MenuModel::MenuModel(QObject* parent, const Menu& mainMenu)
+    : QObject(parent),
+      items_(mainMenu.items.empty() ? std::vector<MenuItem>{}
                                     : mainMenu.items.front().submenu.items) {}
 
 QStringList MenuModel::titles() const {
@@ -63,7 +64,7 @@ void MenuModel::choose(int item) {
       Q_EMIT aboutPanelRequested();
       break;
     case MenuAction::terminate:
-      // Not by `quit`, which closes the windows first and may be refused by one of them.
+      // `quit` would close the windows first, and an open alert refuses to close.
       QCoreApplication::exit(0);
       break;
     case MenuAction::none:

@@ -11,25 +11,26 @@
 
 namespace tapeloop {
 
-/// The items of the program's menu, for the QML that draws it, and their actions. Main thread only.
+/// The items of the program's menu, for the QML that draws it, and their actions.
 class MenuModel : public QObject {
   Q_OBJECT
   QML_ELEMENT
-  QML_UNCREATABLE("comes with the window")
+  QML_UNCREATABLE("belongs to the window")
   /// A separator has no title.
   Q_PROPERTY(QStringList titles READ titles CONSTANT)
-  /// What is pressed for each item; empty: there is no key. Of several ways, the desktop's own.
+  /// The key of each item, as the menu shows it; empty: there is none. Of several combinations the
+  /// last one, which is the one with Control.
   Q_PROPERTY(QStringList keys READ keys CONSTANT)
 
  public:
-  explicit MenuModel(const Menu& mainMenu);
+  MenuModel(QObject* parent, const Menu& mainMenu);
 
   [[nodiscard]] QStringList titles() const;
   [[nodiscard]] QStringList keys() const;
-  /// Every way to press the item's key.
+  /// Every combination for the item.
   [[nodiscard]] Q_INVOKABLE QVariantList keySequences(int item) const;
   Q_INVOKABLE void choose(int item);
-  /// The same, unless a message has to be dismissed first.
+  /// The same, unless an alert has to be dismissed first.
   Q_INVOKABLE void keyPressed(int item);
 
  Q_SIGNALS:

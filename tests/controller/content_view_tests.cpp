@@ -102,18 +102,19 @@ TEST_F(ContentViewTest, ButtonsFollowThePointerTheToolbarsNotWhileRecording) {
     return std::vector{toolbar.settingsButtonOpacity.get(), toolbar.saveButtonOpacity.get(),
                        toolbar.listButtonOpacity.get(), button.infoButtonOpacity.get()};
   };
-  for (const auto each : {ToolbarButton::settings, ToolbarButton::save, ToolbarButton::list}) {
-    toolbar.hover(each, true);
+  for (auto* each :
+       {&toolbar.settingsButtonOpacity, &toolbar.saveButtonOpacity, &toolbar.listButtonOpacity}) {
+    each->hover(true);
   }
   EXPECT_TRUE(toolbar.hoveringOverSettings.get());
-  toolbar.hover(ToolbarButton::save, false);
+  toolbar.saveButtonOpacity.hover(false);
   EXPECT_FALSE(toolbar.hoveringOverSettings.get());
   EXPECT_THAT(opacities(), ElementsAre(0.75, 1.0, 0.75, 1.0));
   view->captureState().isRecording.set(true);
-  toolbar.hover(ToolbarButton::settings, true);
-  button.hover(true);
+  toolbar.settingsButtonOpacity.hover(true);
+  button.infoButtonOpacity.hover(true);
   EXPECT_THAT(opacities(), ElementsAre(1.0, 1.0, 0.75, 0.75));
-  button.hover(false);
+  button.infoButtonOpacity.hover(false);
   EXPECT_THAT(opacities(), ElementsAre(1.0, 1.0, 0.75, 1.0));
 }
 

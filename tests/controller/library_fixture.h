@@ -64,7 +64,7 @@ class LibraryTest : public SimulatedTest {
   std::vector<std::string> shownNames() {
     std::vector<std::string> names;
     for (std::size_t i = 0; i < state().rowCount.get(); ++i) {
-      names.push_back(rows().selectedRecordingName.get(i));
+      names.push_back(rows()[i].selectedRecordingName);
     }
     return names;
   }
@@ -74,7 +74,7 @@ class LibraryTest : public SimulatedTest {
   }
   /// Types a name into the field of a row and presses Return.
   void rename(std::size_t row, const std::string& name) {
-    rows().selectedRecordingName.set(row, name);
+    rows().setName(row, name);
     library().renameSavedRecording(row);
   }
 

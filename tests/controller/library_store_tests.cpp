@@ -146,11 +146,11 @@ TEST_F(LibraryTest, WhatAnotherProcessHasSavedIsNotLostAndARowActsOnTheEntryThat
 TEST_F(LibraryTest, WritesOfOtherKeysByAnotherProcessDoNotMakeTheRowsNew) {
   store({"a"});
   openSidebar();
-  rows().selectedRecordingName.set(0, "being typed");
+  rows().setName(0, "being typed");
   desktop.defaults.writeElsewhere(true, "key");
   capture({move(1), move(2)});
   library().saveRecording();
-  EXPECT_EQ(rows().selectedRecordingName.get(0), "being typed");
+  EXPECT_EQ(rows()[0].selectedRecordingName, "being typed");
 }
 
 }  // namespace

@@ -125,7 +125,7 @@ TEST_F(LibraryTest, RenamingStoresTheTextAsItStandsForThatEntryOnly) {
   EXPECT_THAT(storedTitles(), ElementsAre("a", "", "c"));
   rename(1, " \"x\"\n ");
   EXPECT_THAT(storedTitles(), ElementsAre("a", " \"x\"\n ", "c"));
-  rows().selectedRecordingName.set(2, "typed and left");
+  rows().setName(2, "typed and left");
   library().rowAppeared(2);
   EXPECT_THAT(shownNames(), ElementsAre("a", " \"x\"\n ", "c"));
 }
@@ -141,7 +141,7 @@ TEST_F(LibraryTest, DeletingMovesTheNamesUpAndNothingElse) {
                                    bracketed({}, 718), bracketed({"b", "c"}, 718)));
   EXPECT_THAT(storedTitles(), ElementsAre("b", "c"));
   EXPECT_THAT(shownNames(), ElementsAre("b", "c"));
-  EXPECT_EQ(rows().trashButtonOpacity.get(0), 1.0);
+  EXPECT_EQ(rows()[0].trashButtonOpacity, 1.0);
   EXPECT_EQ(view->playbackState().loadedRecording.title, "a");
   library().deleteSavedRecording(1);
   library().deleteSavedRecording(0);
@@ -156,8 +156,8 @@ TEST_F(LibraryTest, DeletingMovesTheNamesUpAndNothingElse) {
 
 TEST_F(LibraryTest, RowsFollowThePointerAndTheirButtonsKeepStillWhileRecording) {
   const auto look = [&] {
-    return std::tuple(rows().loadButtonOpacity.get(3), rows().trashButtonOpacity.get(3),
-                      rows().individualBackground.get(3));
+    return std::tuple(rows()[3].loadButtonOpacity, rows()[3].trashButtonOpacity,
+                      rows()[3].individualBackground);
   };
   constexpr Color hovered{1, 1, 1, 0.2};
   rows().hoverRow(3, true);
@@ -171,9 +171,9 @@ TEST_F(LibraryTest, RowsFollowThePointerAndTheirButtonsKeepStillWhileRecording) 
   rows().hoverRow(3, false);
   EXPECT_THAT(look(), FieldsAre(1.0, 0.0, clearColor));
   rows().hoverTrashButton(3, false);
-  EXPECT_EQ(rows().shownTrashButtonOpacity(3), 0) << "whichever of the two is left first";
-  rows().trashButtonHasFocus.set(3, true);
-  EXPECT_EQ(rows().shownTrashButtonOpacity(3), 1);
+  EXPECT_EQ(rows()[3].shownTrashButtonOpacity(), 0) << "whichever of the two is left first";
+  rows().focusTrashButton(3, true);
+  EXPECT_EQ(rows()[3].shownTrashButtonOpacity(), 1);
 }
 
 TEST_F(LibraryTest, AThousandRowsHaveStateOfTheirOwnAndActOnTheirOwnEntry) {
@@ -185,11 +185,11 @@ TEST_F(LibraryTest, AThousandRowsHaveStateOfTheirOwnAndActOnTheirOwnEntry) {
     library().rowAppeared(row);
     rows().hoverRow(row, true);
     rows().hoverLoadButton(row, true);
-    EXPECT_EQ(rows().selectedRecordingName.get(row), std::to_string(row));
-    EXPECT_EQ(rows().individualBackground.get(row), (Color{1, 1, 1, 0.2}));
-    EXPECT_EQ(rows().loadButtonOpacity.get(row), 0.75);
+    EXPECT_EQ(rows()[row].selectedRecordingName, std::to_string(row));
+    EXPECT_EQ(rows()[row].individualBackground, (Color{1, 1, 1, 0.2}));
+    EXPECT_EQ(rows()[row].loadButtonOpacity, 0.75);
   }
-  EXPECT_EQ(rows().loadButtonOpacity.get(998), 1.0);
+  EXPECT_EQ(rows()[998].loadButtonOpacity, 1.0);
   library().deleteSavedRecording(10);
   library().deleteSavedRecording(500);
   titles.erase(titles.begin() + 10);
@@ -202,8 +202,8 @@ TEST_F(LibraryTest, AThousandRowsHaveStateOfTheirOwnAndActOnTheirOwnEntry) {
   library().loadSavedRecording(LoadVariant::button, 700);
   EXPECT_EQ(view->playbackState().loadedRecording.title, titles[700]);
   EXPECT_EQ(storedTitles(), titles);
-  EXPECT_EQ(rows().individualBackground.get(999), (Color{1, 1, 1, 0.2}));
-  EXPECT_EQ(rows().selectedRecordingName.get(998), "");
+  EXPECT_EQ(rows()[999].individualBackground, (Color{1, 1, 1, 0.2}));
+  EXPECT_EQ(rows()[998].selectedRecordingName, "");
 }
 
 }  // namespace

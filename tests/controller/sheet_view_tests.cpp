@@ -38,7 +38,7 @@ TEST_F(SheetViewTest, TheCaptionTellsTheRunsAsTheyWillBeCounted) {
       {-3.0, "Repeat 5 Times"},        {100.0, "Repeat 100 Times"},
       {-3.5, "Repeat 100 Times"},      {1e300, "Repeat 9000000000000000000 Times"}};
   for (const auto& [times, caption] : captions) {
-    sheet.timesToRepeat.set(times);
+    settings.timesToRepeat.set(times);
     EXPECT_EQ(sheet.repeatCaption(), caption) << times;
   }
 }
@@ -46,10 +46,10 @@ TEST_F(SheetViewTest, TheCaptionTellsTheRunsAsTheyWillBeCounted) {
 TEST_F(SheetViewTest, AChangeOfTheRunsIsPrintedInItsShortestForm) {
   open();
   EXPECT_THAT(lines(), IsEmpty());
-  for (const double times : {37.25, 6.0, 0.1, 0.0}) sheet.timesToRepeat.set(times);
+  for (const double times : {37.25, 6.0, 0.1, 0.0}) settings.timesToRepeat.set(times);
   EXPECT_THAT(lines(), ElementsAre("37.25", "6.0", "0.1", "0.0"));
   shown.set(false);
-  sheet.timesToRepeat.set(3);
+  settings.timesToRepeat.set(3);
   EXPECT_THAT(lines(), IsEmpty()) << "the sheet is away";
 }
 
@@ -59,7 +59,7 @@ TEST_F(SheetViewTest, OpeningBringsTheCaptionsUpToDate) {
   open();
   EXPECT_EQ(sheet.repeatCaption(), "Repeat 1 Time");
   EXPECT_EQ(sheet.minutesLabel.get(), "Minute");
-  sheet.waittimenumber.set(2);
+  settings.waittimenumber.set(2);
   EXPECT_EQ(sheet.secondsLabel.get(), "Seconds");
   EXPECT_EQ(sheet.hoursLabel.get(), "Hours");
   EXPECT_EQ(settings.waittimeunit.get(), "seconds");
@@ -68,7 +68,7 @@ TEST_F(SheetViewTest, OpeningBringsTheCaptionsUpToDate) {
 TEST_F(SheetViewTest, EditsAreStoredAtOnceAndSaveOnlyResetsTheCountAndCloses) {
   open();
   settings.playCount.set(3);
-  sheet.playbackSpeed.set(7);
+  settings.playbackSpeed.set(7);
   EXPECT_EQ(desktop.defaults.objectForKey("playbackSpeed"), DefaultsValue(7.0));
   EXPECT_EQ(sheet.speedCaption(), "Playback Speed: 7x");
   int countWhenClosed = -1;
@@ -105,7 +105,7 @@ TEST_F(SheetViewTest, ThePickersRespondWhileThereIsAWaitBetweenRuns) {
 }
 
 TEST_F(SheetViewTest, EachFieldEditsItsOwnSlot) {
-  sheet.playShortcut().becomeFirstResponder();
+  sheet.recorders()[1].becomeFirstResponder();
   desktop.localInput.send(keyDown(0, 96));
   EXPECT_EQ(shortcuts.shortcut(playShortcut), (Shortcut{96, 0}));
   EXPECT_FALSE(shortcuts.shortcut(recordShortcut));

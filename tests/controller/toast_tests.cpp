@@ -1,6 +1,6 @@
 #include <memory>
 
-#include "controller/toast.h"
+#include "controller/recording_library.h"
 #include "support/simulated_fixture.h"
 
 namespace tapeloop {

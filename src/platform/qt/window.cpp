@@ -10,15 +10,9 @@
 #include <QtGui/QScreen>
 #include <QtGui/QSurfaceFormat>
 
+#include "platform/qt/color.h"
+
 namespace tapeloop::qt {
-namespace {
-
-QColor toQt(Color color) {
-  return QColor::fromRgbF(static_cast<float>(color.red), static_cast<float>(color.green),
-                          static_cast<float>(color.blue), static_cast<float>(color.alpha));
-}
-
-}  // namespace
 
 /// The native window. Tells the view when it comes on screen and leaves, and can be moved by its
 /// background.

@@ -1,4 +1,4 @@
-#include "controller/information_button.h"
+#include "controller/buttons.h"
 
 namespace tapeloop {
 namespace {
@@ -10,11 +10,6 @@ constexpr const char* privacyPolicyURL = "tapeloop:privacy-policy.html";
 void InformationButton::press() {
   trace_.writeLine("Information Button Pressed.");
   showingAlert.set(true);
-}
-
-void InformationButton::hover(bool hovering) {
-  hoveringOverStart.set(hovering);
-  infoButtonOpacity.set(hovering ? 0.75 : 1.0);
 }
 
 void InformationButton::dismissAlert() {
