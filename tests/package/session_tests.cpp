@@ -147,7 +147,7 @@ class SessionTests : public Tour {
   std::optional<Application> list;
 };
 
-TEST_F(SessionTests, AFormIsRecordedSavedAndPlayedUntilTheRecordingIsDeleted) {
+TEST_F(SessionTests, AFormIsRecordedSavedPlayedAndDeleted) {
   std::optional<Program> program;
   start(program);
   picture("35-from-the-menu");

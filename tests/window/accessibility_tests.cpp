@@ -37,7 +37,7 @@ class AccessibilityTests : public testing::Test {
   TemporaryFolder data;
 };
 
-TEST_F(AccessibilityTests, EverythingIsDoneByTheNamesOfTheControlsAloneAndNoErrorIsWritten) {
+TEST_F(AccessibilityTests, EverythingIsReachedByNameAndQtReportsNoError) {
   const auto errors = data.path() / "errors";
   // The rules bring to light what Qt has to say, such as about a mistake in QML.
   Program program(desktop, {}, data.path(),

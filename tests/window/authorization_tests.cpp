@@ -29,7 +29,7 @@ void expectAuthorization(Program& program, const std::string& reason) {
             "Privacy -> Accessibility -> Check Tapeloop.");
 }
 
-TEST(AuthorizationTests, AServerThatLacksExtensionsIsToldByNameInAWindowWithACloseButtonAlone) {
+TEST(AuthorizationTests, MissingExtensionsAreNamedInAWindow) {
   // Without the one, this server leaves out the other.
   TestDesktop desktop({.arguments = {"-extension", "RECORD"}});
   Program program(desktop);

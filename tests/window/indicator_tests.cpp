@@ -30,7 +30,7 @@ class IndicatorTests : public testing::Test {
   }
 };
 
-TEST_F(IndicatorTests, TheSignLiesOverAnApplicationThatIsUsedAsIfItWereNotThere) {
+TEST_F(IndicatorTests, TheSignLetsClicksAndFocusThrough) {
   TestDesktop desktop;
   Program program(desktop);
   ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
@@ -62,7 +62,7 @@ TEST_F(IndicatorTests, TheSignLiesOverAnApplicationThatIsUsedAsIfItWereNotThere)
   EXPECT_TRUE(eventually([&] { return desktop.pixel(45, 5) == white; })) << "it is gone";
 }
 
-TEST_F(IndicatorTests, TheyAreAtTheirPlacesOnThePrimaryMonitorAtEveryScale) {
+TEST_F(IndicatorTests, TheyAreOnThePrimaryMonitorAtEveryScale) {
   constexpr int left = 800;
   constexpr int middle = 1300;
   double center = 0;

@@ -32,7 +32,7 @@ class MonitorTests : public testing::Test {
   TemporaryFolder data;
 };
 
-TEST_F(MonitorTests, ItIsWhereItWasLeftOnTheSecondMonitorAndOnAnotherOnceThatIsGone) {
+TEST_F(MonitorTests, ItIsWhereItWasLeftOrElseOnTheScreen) {
   {
     TestDesktop desktop({.width = 1800, .height = 600});
     desktop.server().setMonitors({leftMonitor, rightMonitor});
@@ -116,7 +116,7 @@ TEST_F(MonitorTests, OnASmallScreenAllOfTheSheetIsWithinReach) {
   program.saveSettings();
 }
 
-TEST_F(MonitorTests, WhereAllIsTooLargeForTheScreenTheWindowIsScrolledAndClosed) {
+TEST_F(MonitorTests, AWindowLargerThanTheScreenIsScrolled) {
   constexpr int scale = 3;
   constexpr XMonitor screen{0, 0, 267 * scale, 200 * scale};
   TestDesktop desktop({.width = screen.width, .height = screen.height});
@@ -149,7 +149,7 @@ TEST_F(MonitorTests, WhereAllIsTooLargeForTheScreenTheWindowIsScrolledAndClosed)
   EXPECT_EQ(program.exitCode(), 0);
 }
 
-TEST_F(MonitorTests, MonitorsThatChangeDuringCaptureAndPlaybackEndNeither) {
+TEST_F(MonitorTests, MonitorsMayChangeDuringCaptureAndPlayback) {
   TestDesktop desktop;
   Program program(desktop);
   const auto capturesAt = [&](int x, int y, const std::string& place) {

@@ -19,7 +19,7 @@
 
 namespace tapeloop::support {
 
-inline constexpr std::chrono::seconds generousLimit{20};
+inline constexpr std::chrono::seconds generousLimit{40};
 
 /// Waits until the condition holds, for what tells of itself in no other way.
 template <typename Condition>
