@@ -57,7 +57,7 @@ class DropTests : public testing::Test {
 
   TestDesktop desktop;
   TemporaryFolder data;
-  const XPoster& user = desktop.user();
+  const XUser& user = desktop.user();
 };
 
 // The program does not read what is dropped: any drop loads the row that was dragged last.

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/x_window.h"
+#include "support/x_events.h"
 #include "window/program.h"
 
 namespace tapeloop::support {
@@ -17,7 +17,7 @@ std::string at(int x, int y) {
 // Which input is not captured since it is for the program's own window, seen in the trace.
 TEST(OwnWindowTests, InputIsCapturedUnlessItIsAimedAtTheProgram) {
   TestDesktop desktop;
-  const XPoster& user = desktop.user();
+  const XUser& user = desktop.user();
   Program program(desktop);
   const ClientWindow own = desktop.window();
   // A pixel of the button beside its caption.

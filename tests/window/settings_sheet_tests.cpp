@@ -37,7 +37,7 @@ bool grabsKeyboard(const XConnection& client, bool throughExtension) {
 // The rows of a picker keep their places as their captions change.
 TEST(WaitPickerTests, TheUnitThatIsStoredIsShownAndSpokenWhateverTheNumberAtTheStartAndOnAChange) {
   TestDesktop desktop;
-  const XPoster& user = desktop.user();
+  const XUser& user = desktop.user();
   const std::pair<const char*, const char*> units[] = {{"minutes", "Minute"}, {"hours", "Hour"}};
   for (const auto& [unit, one] : units) {
     for (const std::int64_t number : {1, 7}) {
@@ -89,7 +89,7 @@ class SettingsSheetTests : public testing::Test {
 
   TestDesktop desktop;
   Program program{desktop};
-  const XPoster& user = desktop.user();
+  const XUser& user = desktop.user();
 };
 
 TEST_F(SettingsSheetTests, EverythingIsSetWithTheKeyboardAloneAndSwitchesBringToLifeWhatTheyOwn) {
