@@ -8,9 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/child_process.h"
-#include "support/temporary_folder.h"
-#include "window/program.h"
+#include "package/tour.h"
 
 namespace tapeloop::support {
 namespace {
@@ -41,35 +39,23 @@ std::vector<std::string> launcher() {
 
 /// A whole session: from the menu of the desktop to the last deletion, with the form of an order to
 /// be filled in. What counts is which orders arrive.
-class SessionTests : public testing::Test {
+class SessionTests : public Tour {
  protected:
-  static constexpr std::chrono::seconds wait{2};
+  static constexpr std::chrono::seconds wait{1};
   static constexpr int speed = 2;
-  // A user takes a moment to look at what popped up. At any speed a playback has to leave the form
-  // the time to follow.
-  static constexpr milliseconds moment{1000};
 
   SessionTests() {
-    fs::remove_all(PICTURES);
-    fs::create_directories(PICTURES);
-  }
-  void SetUp() override { ASSERT_TRUE(desktop.waitForWindows("Order", 1)); }
-
-  void TearDown() override {
-    if (HasFailure()) picture("failed");
-  }
-
-  // Leaves a picture of the screen.
-  void picture(const std::string& name) {
-    ChildProcess import({"import", "-display", desktop.server().display(), "-window", "root",
-                         PICTURES "/" + name + ".png"});
-    EXPECT_EQ(import.wait(generousLimit), 0);
+    const std::ofstream empty(sent);
+    EXPECT_TRUE(desktop.waitForWindows("Order", 1));
+    list.emplace(desktop,
+                 std::vector<std::string>{"xterm", "-T", "Orders that arrived", "-geometry",
+                                          "66x8+240+520", "-e", "tail", "-f", sent.string()});
+    EXPECT_TRUE(desktop.waitForWindows("Orders that arrived", 1));
   }
 
   void start(std::optional<Program>& program) {
     program.emplace(desktop, std::vector<std::string>{}, data.path(), launcher());
-    ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
-    ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));
+    awaitStart();
   }
   void end(std::optional<Program>& program) {
     program->click("Close");
@@ -77,30 +63,18 @@ class SessionTests : public testing::Test {
     program.reset();
   }
 
-  void openSidebar(Program& program) {
+  void toggleSidebar(Program& program) {
     program.click("Toggle Sidebar");
-    ASSERT_TRUE(eventually([&] { return desktop.window().width == 580; }));
-    (void)program.named(Role::list, "Saved Recordings");
+    ASSERT_TRUE(desktop.waitForRest());
   }
 
-  Orders orders() const {
-    std::ifstream file(sent);
-    Orders found;
-    for (std::string line; std::getline(file, line);) found.push_back(line);
-    return found;
-  }
+  Orders orders() const { return linesOf(sent); }
   // When the order with this number was there.
   std::optional<steady_clock::time_point> arrival(std::size_t number) const {
     if (!eventually([&] { return orders().size() >= number; })) return std::nullopt;
     return steady_clock::now();
   }
 
-  void type(const std::string& text) const {
-    auto keys = user.typing(text);
-    pace(keys, milliseconds(15));
-    for (XAction& key : keys) key.offset += moment / 2;
-    user.run(keys);
-  }
   // The pointer rests before it clicks, and the button stays down for a while.
   void clickUnhurried(const Element& element) const {
     const auto place = element.place();
@@ -146,14 +120,9 @@ class SessionTests : public testing::Test {
     user.click(1);
     ASSERT_TRUE(desktop.waitForFocus("Order", 0));
   }
-  void clickIntoFocus(Application& application, const Element& element) {
-    application.click(element);
-    // The window manager holds the click back a little, and not the keys.
-    ASSERT_TRUE(eventually([&] { return element.is(State::focused); })) << element.name();
-  }
   void setRepeatsWaitAndSpeed(Program& program) {
     program.click(program.named(Role::checkBox, "Repeat Playback"));
-    ASSERT_NO_FATAL_FAILURE(clickIntoFocus(program, program.named(Role::slider, "Repeat 5 Times")));
+    clickIntoFocus(program, program.named(Role::slider, "Repeat 5 Times"));
     user.tapKey("Home");
     for (int i = 0; i < 3; ++i) user.tapKey("Right");
     (void)program.named(Role::slider, "Repeat 3 Times");
@@ -165,7 +134,7 @@ class SessionTests : public testing::Test {
     for (int i = 5; i > wait.count(); --i) user.tapKey("Up");
     user.tapKey("Return");
     ASSERT_TRUE(program.loses(Role::listItem, "5"));
-    ASSERT_NO_FATAL_FAILURE(clickIntoFocus(program, program.named(Role::slider, "Playback Speed")));
+    clickIntoFocus(program, program.named(Role::slider, "Playback Speed"));
     user.tapKey("Home");
     for (int i = 1; i < speed; ++i) user.tapKey("Right");
     (void)program.named(Role::label, "Playback Speed: 2x");
@@ -173,53 +142,57 @@ class SessionTests : public testing::Test {
   void send() { clickUnhurried(form.named(Role::button, "Send")); }
 
   const Orders::value_type ada = "Ada Lovelace|ada@example.org|Medium|TRUE";
-  TestDesktop desktop;
-  const XPoster& user = desktop.user();
-  TemporaryFolder data;
   const fs::path sent = data.path() / "orders";
   Application form{desktop, {ORDER_FORM, sent.string()}};
+  std::optional<Application> list;
 };
 
 TEST_F(SessionTests, AFormIsRecordedSavedAndPlayedUntilTheRecordingIsDeleted) {
   std::optional<Program> program;
-  ASSERT_NO_FATAL_FAILURE(start(program));
-  picture("1-started");
+  start(program);
+  picture("35-from-the-menu");
   program->openSettings();
   program->setShortcut("Record Shortcut", "r");
   program->setShortcut("Play Shortcut", "p");
-  picture("2-shortcuts");
+  picture("36-both-shortcuts");
   program->saveSettings();
 
-  ASSERT_NO_FATAL_FAILURE(goToForm());
+  goToForm();
   desktop.strike("r");
   ASSERT_TRUE(program->writes("Recording: true"));
   const auto begin = steady_clock::now();
-  ASSERT_NO_FATAL_FAILURE(fillIn("Ada Lovelace", "ada@example.org"));
-  picture("3-filled-in");
+  fillIn("Ada Lovelace", "ada@example.org");
+  picture("37-form-filled-in");
+  takePicture("recording", {0, 0, 1200, 670});
   send();
   ASSERT_TRUE(arrival(1));
+  picture("38-form-sent");
   const auto recorded = steady_clock::now() - begin;
   desktop.strike("r");
   ASSERT_TRUE(program->writes("Recording: false"));
   EXPECT_EQ(orders(), Orders{ada}) << "and nothing of the shortcut";
   program->click("Save Recording");
   (void)program->named(Role::listItem, "New Recording");
-  picture("4-saved");
-  ASSERT_NO_FATAL_FAILURE(end(program));
+  picture("39-form-saved");
+  end(program);
 
-  ASSERT_NO_FATAL_FAILURE(start(program));
-  ASSERT_NO_FATAL_FAILURE(openSidebar(*program));
+  start(program);
+  toggleSidebar(*program);
   program->click("Load Recording");
   ASSERT_TRUE(program->writes("Load Recording"));
-  picture("5-loaded");
+  picture("40-loaded-after-a-restart");
   ASSERT_TRUE(program->loses(Role::alert, "Recording Loaded")) << "it would take a click";
+  toggleSidebar(*program);
   program->openSettings();
-  ASSERT_NO_FATAL_FAILURE(setRepeatsWaitAndSpeed(*program));
-  picture("6-repeats");
+  setRepeatsWaitAndSpeed(*program);
+  picture("41-repeat-wait-and-speed");
   program->saveSettings();
 
-  ASSERT_NO_FATAL_FAILURE(goToForm());
+  goToForm();
   desktop.strike("p");
+  ASSERT_TRUE(saysHowToStop());
+  ASSERT_TRUE(eventually([&] { return !labelled("E-mail").text().empty(); }));
+  takePicture("42-form-played");
   auto last = arrival(2);
   for (std::size_t number = 3; number <= 4; ++number) {
     const auto next = arrival(number);
@@ -228,35 +201,36 @@ TEST_F(SessionTests, AFormIsRecordedSavedAndPlayedUntilTheRecordingIsDeleted) {
     EXPECT_GT(*next - *last, wait + recorded / speed / 2);
     EXPECT_LT(*next - *last, wait + recorded * 3 / 4);
     last = next;
-    picture("7-played");
+    if (number == 3) picture("43-between-two-runs");
   }
   ASSERT_TRUE(program->writes("stopped playing"));
+  picture("44-three-runs");
   EXPECT_EQ(orders(), Orders(4, ada));
 
   desktop.strike("p");
   ASSERT_TRUE(arrival(5));
   user.tapKey("Escape");
   ASSERT_TRUE(program->writes("Escape Key Pressed"));
-  picture("8-stopped");
+  picture("45-stopped-between-two-runs");
   // The next run would come while the user fills in the form.
-  ASSERT_NO_FATAL_FAILURE(fillIn("Charles Babbage", "charles@example.org"));
+  fillIn("Charles Babbage", "charles@example.org");
   send();
   ASSERT_TRUE(arrival(6));
   Orders all(5, ada);
   all.push_back("Charles Babbage|charles@example.org|Medium|TRUE");
   EXPECT_EQ(orders(), all);
 
+  toggleSidebar(*program);
   program->click("Delete Recording");
   ASSERT_TRUE(program->loses(Role::listItem, "New Recording"));
-  picture("9-deleted");
-  ASSERT_NO_FATAL_FAILURE(end(program));
-  ASSERT_NO_FATAL_FAILURE(start(program));
-  ASSERT_NO_FATAL_FAILURE(openSidebar(*program));
+  end(program);
+  start(program);
+  toggleSidebar(*program);
   EXPECT_TRUE(program->loses(Role::listItem, "New Recording"));
-  ASSERT_NO_FATAL_FAILURE(goToForm());
+  picture("46-deleted");
+  goToForm();
   desktop.strike("p");
   (void)program->named(Role::button, "Dismiss");
-  picture("10-nothing-left");
   EXPECT_EQ(orders(), all);
 }
 

@@ -15,7 +15,7 @@ struct Unreference {
 template <typename T>
 using Owned = std::unique_ptr<T, Unreference>;
 
-/// Takes the error of a call; what the caller gets then says enough.
+/// Frees the error of a call. The result tells enough.
 class Ignored {
  public:
   Ignored() = default;
@@ -34,9 +34,9 @@ std::string taken(gchar* text) {
   return copy;
 }
 
-// Nothing is kept from earlier calls: that would change only while messages are taken in. States
-// are the exception, and are dropped before they are asked for: a program that tells of a new part
-// makes the library look at its state, and without one at hand it would wait for itself.
+// The library caches no values, since only a main loop would keep them up to date. It has to cache
+// states: when a GTK program announces a new part, the library looks up its state, and without a
+// cache it asks the program while that waits for the library. `is` clears the cache.
 constexpr auto kept = ATSPI_CACHE_STATES;
 
 std::string firstLine(ChildProcess& service) {
@@ -132,20 +132,23 @@ AccessibilityBus& AccessibilityBus::instance() {
 }
 
 AccessibilityBus::AccessibilityBus()
-    // It starts the services that it is asked for, which then meet in this folder and nowhere where
-    // other sessions do. On standard error it says what it starts.
-    : session_({"sh", "-c", "exec dbus-daemon --session --nofork --print-address 2>/dev/null"},
+    // The daemon starts the accessibility services on demand. Their sockets are in this folder,
+    // away from those of the user's session. Without DISPLAY the services don't write the address
+    // of their bus to the root window of the user's display; if it is empty they crash. The daemon
+    // writes to standard error what it starts.
+    : session_({"sh", "-c",
+                "unset DISPLAY; exec dbus-daemon --session --nofork --print-address 2>/dev/null"},
                {"XDG_RUNTIME_DIR=" + folder_.path().string(),
                 "XDG_CACHE_HOME=" + folder_.path().string()}),
       address_("DBUS_SESSION_BUS_ADDRESS=" + firstLine(session_)) {
   ::putenv(address_.data());
+  ::unsetenv("DISPLAY");
   if (atspi_init() != 0) throw std::runtime_error("no accessibility services");
-  // A program that is busy, or is being ended, may take its time to answer.
+  // A busy program may take long to answer.
   atspi_set_timeout(10'000, 10'000);
 }
 
 AccessibilityBus::~AccessibilityBus() {
-  listener_.reset();
   atspi_exit();
 }
 
@@ -166,23 +169,6 @@ std::optional<Element> AccessibilityBus::program(pid_t pid) const {
     return element;
   }
   return std::nullopt;
-}
-
-const std::vector<std::pair<Role, std::string>>& AccessibilityBus::shown() {
-  if (!listener_) {
-    const auto heard = [](AtspiEvent* event, void* bus) {
-      if (event->detail1 != 0) {
-        const Element element(ATSPI_ACCESSIBLE(g_object_ref(event->source)));
-        static_cast<AccessibilityBus*>(bus)->shown_.emplace_back(element.role(), element.name());
-      }
-      g_boxed_free(ATSPI_TYPE_EVENT, event);
-    };
-    listener_.reset(atspi_event_listener_new(heard, this, nullptr), Unreference{});
-    atspi_event_listener_register(listener_.get(), "object:state-changed:showing", Ignored());
-  }
-  while (g_main_context_iteration(nullptr, FALSE)) {
-  }
-  return shown_;
 }
 
 }  // namespace tapeloop::support

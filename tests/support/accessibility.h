@@ -5,7 +5,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <sys/types.h>
@@ -13,14 +12,13 @@
 #include "support/child_process.h"
 #include "support/temporary_folder.h"
 
-// Named as the library does, which its own header is not needed for.
+// The library's own name, declared here so that its header stays in the source.
 struct _AtspiAccessible;
-struct _AtspiEventListener;
 
 namespace tapeloop::support {
 
-/// What a part is there for. The numbers of roles and states are those of the protocol; the names
-/// that a role has differ between releases of the library.
+/// The numbers of the protocol, for roles and states. The library's names for them differ between
+/// its releases.
 enum class Role : std::uint8_t {
   alert = 2,
   checkBox = 7,
@@ -36,13 +34,13 @@ enum class Role : std::uint8_t {
   text = 61,
   heading = 83
 };
-/// As the library calls it, for messages.
+/// The library's name, for messages.
 [[nodiscard]] std::string toString(Role role);
 
 enum class State : std::uint8_t { checked = 4, enabled = 8, focused = 12, showing = 25 };
 
-/// A part of a program as a screen reader sees it. Everything is asked of the program when it is
-/// called for; what is gone answers with nothing.
+/// A part of a program as a screen reader sees it. Each call asks the program. A part that is gone
+/// answers with empty values.
 class Element {
  public:
   struct Place {
@@ -58,26 +56,26 @@ class Element {
   [[nodiscard]] std::string name() const;
   [[nodiscard]] Role role() const;
   [[nodiscard]] std::string description() const;
-  /// What stands in a field.
+  /// The content of a text field.
   [[nodiscard]] std::string text() const;
   [[nodiscard]] bool is(State state) const;
   /// On the screen.
   [[nodiscard]] Place place() const;
   [[nodiscard]] std::vector<Element> children() const;
-  /// The first part below this one, in reading order, that the condition holds for.
+  /// The first descendant, in reading order, for which the condition holds.
   [[nodiscard]] std::optional<Element> find(
       const std::function<bool(const Element&)>& condition) const;
-  /// Does what the element is there for, without pointer and keyboard.
+  /// Triggers its action "Press", without pointer and keyboard. False if it has none.
   [[nodiscard]] bool press() const;
-  /// Everything below, one line each, for the message of a failure.
+  /// Its descendants, one line each, for the message of a failure.
   [[nodiscard]] std::string outline(int depth = 0) const;
 
  private:
   std::shared_ptr<_AtspiAccessible> accessible_;
 };
 
-/// The bus on which programs and screen readers meet; this process has one of its own. Not shared
-/// between threads.
+/// The accessibility bus, to which programs and screen readers connect. This process has one of its
+/// own. Used by one thread.
 class AccessibilityBus {
  public:
   static AccessibilityBus& instance();
@@ -85,21 +83,17 @@ class AccessibilityBus {
   AccessibilityBus& operator=(const AccessibilityBus&) = delete;
   ~AccessibilityBus();
 
-  /// For the environment of a program that is to be found on the bus.
+  /// For a program that is to be found on the bus.
   [[nodiscard]] std::vector<std::string> environment() const;
-  /// Nothing until the program has come to the bus.
+  /// Nothing until the program has connected to the bus.
   [[nodiscard]] std::optional<Element> program(pid_t pid) const;
-  /// What has come into view from the first call on, in order.
-  [[nodiscard]] const std::vector<std::pair<Role, std::string>>& shown();
 
  private:
   AccessibilityBus();
 
   TemporaryFolder folder_;
   ChildProcess session_;
-  std::string address_;                            // as an entry of the environment
-  std::shared_ptr<_AtspiEventListener> listener_;  // null: nobody has asked
-  std::vector<std::pair<Role, std::string>> shown_;
+  std::string address_;  // as an entry of the environment
 };
 
 }  // namespace tapeloop::support

@@ -21,16 +21,12 @@ using std::chrono::steady_clock;
 
 namespace {
 
-std::vector<std::string> mergedEnvironment(const std::vector<std::string>& additions) {
-  std::vector<std::string> merged;
-  for (char** entry = environ; *entry != nullptr; ++entry) {
-    const std::string_view existing(*entry);
-    const auto name = existing.substr(0, existing.find('=') + 1);
-    if (std::ranges::none_of(additions, [&](const auto& added) { return added.starts_with(name); }))
-      merged.emplace_back(existing);
-  }
-  merged.insert(merged.end(), additions.begin(), additions.end());
-  return merged;
+// "env" sets the variables and gives way to the command.
+std::vector<std::string> withEnvironment(std::vector<std::string> environment,
+                                         const std::vector<std::string>& arguments) {
+  environment.insert(environment.begin(), "env");
+  environment.insert(environment.end(), arguments.begin(), arguments.end());
+  return environment;
 }
 
 std::vector<char*> pointers(const std::vector<std::string>& texts) {
@@ -45,10 +41,10 @@ std::vector<char*> pointers(const std::vector<std::string>& texts) {
 
 ChildProcess::ChildProcess(const std::vector<std::string>& arguments,
                            const std::vector<std::string>& environment) {
-  // Everything that allocates happens before the fork: another thread may hold the heap's lock.
-  const auto merged = mergedEnvironment(environment);
-  const auto argv = pointers(arguments);
-  const auto envp = pointers(merged);
+  // All memory is allocated before the fork: in the child another thread's lock of the heap would
+  // stay locked.
+  const auto command = withEnvironment(environment, arguments);
+  const auto argv = pointers(command);
   std::array<int, 2> pipe{};
   if (::pipe2(pipe.data(), O_CLOEXEC) != 0) {
     throw std::system_error(errno, std::generic_category(), "pipe");
@@ -59,7 +55,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments,
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (::getppid() != parent) ::_exit(127);
     ::dup2(pipe[1], STDOUT_FILENO);
-    ::execvpe(argv[0], argv.data(), envp.data());
+    ::execvp(argv[0], argv.data());
     ::_exit(127);
   }
   ::close(pipe[1]);
@@ -124,7 +120,7 @@ void ChildProcess::kill(int signal) {
 
 std::optional<int> ChildProcess::wait(milliseconds limit) {
   const auto deadline = steady_clock::now() + limit;
-  // The output is read meanwhile, so that a child that writes much does not wait for its reader.
+  // Reads meanwhile, so that a child that writes much does not block on a full pipe.
   while (isRunning()) {
     if (!waitForNews(deadline)) return std::nullopt;
     readOutput();

@@ -11,8 +11,8 @@
 
 namespace tapeloop::support {
 
-/// One child process and the lines that it writes to standard output. It ends with this object, and
-/// also when the thread that started it dies. Not shared between threads.
+/// A child process and the lines that it writes to standard output. It is ended by the destructor,
+/// and by the kernel when the thread that started it dies. Used by one thread.
 class ChildProcess {
  public:
   using Lines = std::vector<std::string>;

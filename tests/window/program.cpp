@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 #include <stdexcept>
 #include <string_view>
+
+#include <unistd.h>
 
 #include "platform/system/sqlite_defaults_store.h"
 #include "support/recording_lists.h"
@@ -37,7 +40,10 @@ TestDesktop::TestDesktop(const XServerOptions& options)
 std::vector<xcb_window_t> TestDesktop::managed(const std::string& title) const {
   auto windows = connection_.property<xcb_window_t>(connection_.root(), "_NET_CLIENT_LIST");
   std::erase_if(windows, [&](xcb_window_t window) {
-    return !std::ranges::equal(connection_.property<char>(window, "_NET_WM_NAME"), title);
+    const auto isCalled = [&](const char* property) {
+      return std::ranges::equal(connection_.property<char>(window, property), title);
+    };
+    return !isCalled("_NET_WM_NAME") && !isCalled("WM_NAME");
   });
   return windows;
 }
@@ -95,14 +101,39 @@ std::vector<std::uint32_t> TestDesktop::property(const std::string& title, std::
   return connection_.property<std::uint32_t>(managed(title).at(index), name);
 }
 
-std::uint32_t TestDesktop::pixel(int x, int y) const {
-  const auto image = connection_.reply(
+XOwned<xcb_get_image_reply_t> TestDesktop::image(const ClientWindow& area) const {
+  return connection_.reply(
       xcb_get_image_reply,
       xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, connection_.root(),
-                    static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 1, 1, ~0U));
-  if (!image) return 0;
-  const auto* bytes = xcb_get_image_data(image.get());
+                    static_cast<std::int16_t>(area.x), static_cast<std::int16_t>(area.y),
+                    static_cast<std::uint16_t>(area.width), static_cast<std::uint16_t>(area.height),
+                    ~0U));
+}
+
+std::uint32_t TestDesktop::pixel(int x, int y) const {
+  const auto found = image({x, y, 1, 1});
+  if (!found) return 0;
+  const auto* bytes = xcb_get_image_data(found.get());
   return static_cast<std::uint32_t>(bytes[2] << 16 | bytes[1] << 8 | bytes[0]);
+}
+
+bool TestDesktop::waitForRest() const {
+  constexpr std::chrono::milliseconds moment{300};
+  const ClientWindow all{0, 0, connection_.screen().width_in_pixels,
+                         connection_.screen().height_in_pixels};
+  std::vector<std::uint8_t> latest;
+  auto since = std::chrono::steady_clock::now();
+  return eventually([&] {
+    const auto seen = image(all);
+    if (!seen) return false;
+    const std::span bytes(xcb_get_image_data(seen.get()),
+                          static_cast<std::size_t>(xcb_get_image_data_length(seen.get())));
+    const auto now = std::chrono::steady_clock::now();
+    if (std::ranges::equal(bytes, latest)) return now - since > moment;
+    latest.assign(bytes.begin(), bytes.end());
+    since = now;
+    return false;
+  });
 }
 
 void TestDesktop::closeNewest(const std::string& title) const {
@@ -142,6 +173,11 @@ std::string listOf(const std::vector<std::string>& titles) {
     recordings[i].uniqueID = Uuid::random();
   }
   return testing::listText(recordings);
+}
+
+std::vector<std::string> asOrdinaryUser() {
+  if (geteuid() != 0) return {};
+  return {"setpriv", "--bounding-set", "-dac_override,-dac_read_search,-fowner"};
 }
 
 Application::Application(TestDesktop& desktop, const std::vector<std::string>& command,
@@ -187,12 +223,6 @@ bool Application::focuses(const std::string& name) {
     });
     return focus.has_value();
   });
-}
-
-bool Application::hasShown(Role role, const std::string& name) {
-  const std::pair part(role, name);
-  return eventually(
-      [&] { return std::ranges::count(AccessibilityBus::instance().shown(), part) > 0; });
 }
 
 void Application::press(const std::string& button) {

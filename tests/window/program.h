@@ -60,6 +60,8 @@ class TestDesktop {
   [[nodiscard]] bool waitForFocus(const std::string& title, std::size_t index) const;
   /// Waits until no program holds the pointer, as one does while something is dragged or moved.
   [[nodiscard]] bool waitForFreePointer() const;
+  /// Waits until nothing on the screen has changed for a moment.
+  [[nodiscard]] bool waitForRest() const;
   /// The numbers that a property of the window with this index holds.
   [[nodiscard]] std::vector<std::uint32_t> property(const std::string& title, std::size_t index,
                                                     const std::string& name) const;
@@ -73,6 +75,7 @@ class TestDesktop {
 
  private:
   [[nodiscard]] std::vector<xcb_window_t> managed(const std::string& title) const;
+  [[nodiscard]] XOwned<xcb_get_image_reply_t> image(const ClientWindow& area) const;
 
   XServer server_;
   ChildProcess windowManager_;
@@ -86,6 +89,10 @@ void store(const std::filesystem::path& dataFolder,
 
 /// The text of a list of recordings with these titles.
 [[nodiscard]] std::string listOf(const std::vector<std::string>& titles);
+
+/// For what a program may not do: the modes of files don't hold the administrator, for whom this
+/// begins a command that gives the right up.
+[[nodiscard]] std::vector<std::string> asOrdinaryUser();
 
 /// An application on the desktop, with a data folder of its own. Its lines are what it writes to
 /// standard output and standard error. What can't be done throws.
@@ -107,8 +114,6 @@ class Application {
   [[nodiscard]] bool loses(Role role, const std::string& name);
   /// Waits until the keyboard acts on what has this name.
   [[nodiscard]] bool focuses(const std::string& name);
-  /// Waits until this has come into view since the first call of AccessibilityBus::shown().
-  [[nodiscard]] static bool hasShown(Role role, const std::string& name);
   /// What is to be read and acted on, from the program as a whole down.
   [[nodiscard]] Element accessible();
 

@@ -35,11 +35,6 @@ class StoreFailureTests : public testing::Test {
       return rows == count;
     });
   }
-  /// Modes don't hold the administrator, who has to become an ordinary user first.
-  static std::vector<std::string> asOrdinaryUser() {
-    if (geteuid() != 0) return {};
-    return {"setpriv", "--bounding-set", "-dac_override,-dac_read_search,-fowner"};
-  }
   /// Gives the data folder a small disk of its own, which nothing but the program sees; `prepare`
   /// runs on it first, with the folder as $0. Empty if that is not allowed here.
   [[nodiscard]] std::vector<std::string> onSmallDisk(const std::string& prepare = "true") const {
