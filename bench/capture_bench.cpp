@@ -12,9 +12,9 @@
 #include "platform/system/handles.h"
 #include "platform/system/trace.h"
 #include "support/x11_desktop.h"
-#include "support/x_observer.h"
-#include "support/x_poster.h"
+#include "support/x_events.h"
 #include "support/x_server.h"
+#include "support/x_user.h"
 
 // Capture of 8,000 events per second, the rate of the fastest mice, for ten seconds: nothing is
 // lost, and the processor time stays near that of a client that only reads and keeps the events.
@@ -47,7 +47,7 @@ system::FileDescriptor scratchFile() {
 
 bool run() {
   const support::XServer server;
-  const support::XPoster poster(server.display());
+  const support::XUser poster(server.display());
   const auto actions = fastPointer();
 
   std::int64_t floorTime = 0;
@@ -68,7 +68,7 @@ bool run() {
   });
   const auto start = bench::threadProcessorTime();
   desktop.startCapture();
-  const auto& log = desktop.contentView().captureState().eventLog;
+  const auto& log = desktop.log();
   const auto posting = poster.start(actions);
   const bool inTime = desktop.runUntil([&] { return log.size() >= count; }, 30s);
   desktop.stopCapture();

@@ -5,8 +5,8 @@
 #include <random>
 #include <vector>
 
-#include "support/x_event.h"
-#include "support/x_poster.h"
+#include "support/x_events.h"
+#include "support/x_user.h"
 
 // What a user does at random, with distances of 2 to 30 ms between the events.
 

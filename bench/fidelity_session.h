@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "fidelity_input.h"
-#include "support/x_observer.h"
+#include "support/x_events.h"
 #include "window/program.h"
 
 namespace tapeloop::bench {

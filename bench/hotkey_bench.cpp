@@ -14,9 +14,9 @@
 #include "figures.h"
 #include "support/x11_desktop.h"
 #include "support/x_connection.h"
-#include "support/x_poster.h"
+#include "support/x_events.h"
 #include "support/x_server.h"
-#include "support/x_window.h"
+#include "support/x_user.h"
 
 // From the key event at the server to the action, beside a client that grabs a key and does nothing
 // else; and how much later an Escape that nobody needs reaches the application that has the focus.
@@ -47,7 +47,7 @@ class Moment {
   std::atomic<std::int64_t> time_ = 0;
 };
 
-double strike(const support::XPoster& poster, std::uint8_t keycode, Moment& moment) {
+double strike(const support::XUser& poster, std::uint8_t keycode, Moment& moment) {
   std::this_thread::sleep_for(pause);
   const auto start = monotonicNow();
   poster.post({.kind = support::XEventKind::keyPress, .detail = keycode});
@@ -86,7 +86,7 @@ std::jthread startProgram(const std::string& display, const Shortcut& shortcut, 
   auto isReady = ready.get_future();
   std::jthread thread([&, display, shortcut](const std::stop_token& stop) {
     support::X11Desktop desktop(display);
-    auto& shortcuts = desktop.contentView().keyboardShortcuts();
+    auto& shortcuts = desktop.contentView.keyboardShortcuts();
     const Name slot{"bench", std::nullopt};
     shortcuts.onKeyDown(slot, [&pressed] { pressed.happens(); });
     shortcuts.setShortcut(slot, shortcut);
@@ -99,7 +99,7 @@ std::jthread startProgram(const std::string& display, const Shortcut& shortcut, 
 }
 
 /// Microseconds from the post of an Escape to its arrival at the window.
-std::vector<double> escapes(const support::XPoster& poster, support::XWindow& window) {
+std::vector<double> escapes(const support::XUser& poster, support::XWindow& window) {
   const auto escape = poster.keycode("Escape");
   std::vector<double> latencies;
   for (int i = 0; i < strokes; ++i) {
@@ -109,7 +109,7 @@ std::vector<double> escapes(const support::XPoster& poster, support::XWindow& wi
     poster.post({.kind = support::XEventKind::keyPress, .detail = escape});
     poster.flush();
     if (!window.waitFor(1, patience)) return {};
-    latencies.push_back(static_cast<double>(window.received().front().arrival - start) / 1000);
+    latencies.push_back(static_cast<double>(window.events().front().arrival - start) / 1000);
     poster.releaseKey(escape);
   }
   return latencies;
@@ -117,7 +117,7 @@ std::vector<double> escapes(const support::XPoster& poster, support::XWindow& wi
 
 bool run() {
   const support::XServer server;
-  const support::XPoster poster(server.display());
+  const support::XUser poster(server.display());
   support::XWindow window(server.display());
   const auto alone = escapes(poster, window);
 

@@ -5,8 +5,8 @@
 #include "figures.h"
 #include "platform/event_synthesis.h"
 #include "support/x11_desktop.h"
-#include "support/x_poster.h"
 #include "support/x_server.h"
+#include "support/x_user.h"
 
 // What it costs the program to post one event, beside a loop that posts the same through XTEST with
 // one flush per event and does nothing else.
@@ -70,7 +70,7 @@ void post(EventSynthesis& synthesis, const InputEvent& event) {
 
 /// Microseconds per event, the median over batches. The server takes each batch in before the next
 /// one begins.
-double cost(const std::function<void()>& postBatch, const support::XPoster& poster,
+double cost(const std::function<void()>& postBatch, const support::XUser& poster,
             std::vector<double>& costs) {
   const auto start = support::monotonicNow();
   postBatch();
@@ -80,7 +80,7 @@ double cost(const std::function<void()>& postBatch, const support::XPoster& post
 }
 
 bool compare(std::string_view name, const std::vector<Pair>& pairs, EventSynthesis& synthesis,
-             const support::XPoster& poster) {
+             const support::XUser& poster) {
   std::vector<double> ours;
   std::vector<double> floor;
   for (int batch = 0; batch < batches; ++batch) {
@@ -103,9 +103,9 @@ bool compare(std::string_view name, const std::vector<Pair>& pairs, EventSynthes
 
 bool run() {
   const support::XServer server;
-  const support::XPoster poster(server.display());
+  const support::XUser poster(server.display());
   support::X11Desktop desktop(server.display());
-  auto& synthesis = desktop.synthesis();
+  auto& synthesis = desktop.x.eventSynthesis;
   const auto session = synthesis.beginPosting();
   const bool movesMet = compare("posting a move", moves(), synthesis, poster);
   const std::uint16_t virtualA = 0;  // the key in the place of A

@@ -9,9 +9,9 @@
 
 #include "figures.h"
 #include "support/x11_desktop.h"
-#include "support/x_observer.h"
-#include "support/x_poster.h"
+#include "support/x_events.h"
 #include "support/x_server.h"
+#include "support/x_user.h"
 
 // How exactly a recording is replayed: by how much each event's offset from the start of the run
 // differs from the recorded one, as an independent client sees it, with the median shift of the
@@ -111,7 +111,7 @@ class Comparison {
 
   support::XServerOptions options_;
   support::XServer server_{options_};
-  support::XPoster poster_{server_.display()};
+  support::XUser poster_{server_.display()};
   support::XObserver observer_{server_.display()};
   support::X11Desktop desktop_{server_.display()};
 };

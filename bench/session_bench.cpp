@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "figures.h"
-#include "support/x_observer.h"
+#include "support/x_events.h"
 #include "window/program.h"
 
 namespace {

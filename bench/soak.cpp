@@ -24,8 +24,7 @@
 #include <vector>
 
 #include "figures.h"
-#include "support/x_observer.h"
-#include "support/x_window.h"
+#include "support/x_events.h"
 #include "window/program.h"
 
 namespace {

@@ -39,7 +39,7 @@ class Tour : public testing::Test {
   [[nodiscard]] bool saysHowToStop() const;
 
   TestDesktop desktop;
-  const XPoster& user = desktop.user();
+  const XUser& user = desktop.user();
   TemporaryFolder data;
 };
 

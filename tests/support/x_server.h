@@ -55,12 +55,13 @@ class XServer {
   /// For example "de", or "us,de" for two groups. Options as setxkbmap takes them.
   void setKeyboardLayout(const std::string& layout, const std::string& option = {},
                          const std::string& variant = {}) const;
+  /// Runs a command on this display; throws when it fails.
+  void run(const std::vector<std::string>& command) const;
   /// Takes the server away from under its clients. Returns when it is gone.
   void kill(int signal = SIGTERM);
 
  private:
   [[nodiscard]] const char* outputName() const { return isXorg_ ? "DUMMY0" : "screen"; }
-  void run(const std::vector<std::string>& command) const;
 
   const bool isXorg_;
   TemporaryFolder folder_;

@@ -3,27 +3,147 @@
 #include <array>
 #include <cerrno>
 #include <ctime>
+#include <ranges>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
+#include <sys/socket.h>
 #include <sys/timerfd.h>
+#include <sys/un.h>
 #include <unistd.h>
+#include <xcb/xtest.h>
 #include <xkbcommon/xkbcommon.h>
+#include <xorg/xf86-input-inputtest-protocol.h>
+
+#include "support/x_server.h"
 
 namespace tapeloop::support {
+namespace {
+
+[[noreturn]] void fail() {
+  throw std::system_error(errno, std::generic_category(), "input device");
+}
+
+template <typename Packet>
+void write(int socket, xf86ITEventType type, Packet packet) {
+  packet.header.length = sizeof packet;
+  packet.header.type = type;
+  if (::send(socket, &packet, sizeof packet, MSG_NOSIGNAL) != sizeof packet) fail();
+}
+
+template <typename Response>
+void awaitResponse(int socket) {
+  Response response{};
+  if (::recv(socket, &response, sizeof response, MSG_WAITALL) != sizeof response) fail();
+}
+
+/// The other end of one input device of X.Org.
+class Device {
+ public:
+  explicit Device(const std::string& socketPath)
+      : socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    socketPath.copy(address.sun_path, sizeof address.sun_path - 1);
+    if (::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+      fail();
+    xf86ITEventClientVersion version{};
+    version.major = XF86IT_PROTOCOL_VERSION_MAJOR;
+    version.minor = XF86IT_PROTOCOL_VERSION_MINOR;
+    write(socket_, XF86IT_EVENT_CLIENT_VERSION, version);
+    awaitResponse<xf86ITResponseServerVersion>(socket_);
+  }
+  Device(const Device&) = delete;
+  Device& operator=(const Device&) = delete;
+  ~Device() { ::close(socket_); }
+
+  template <typename Event>
+  void send(xf86ITEventType type, const Event& event) const {
+    write(socket_, type, event);
+    // Events of the two devices keep their order only if each is awaited.
+    write(socket_, XF86IT_EVENT_WAIT_FOR_SYNC, xf86ITEventWaitForSync{});
+    awaitResponse<xf86ITResponseSyncFinished>(socket_);
+  }
+
+ private:
+  const int socket_;
+};
+
+}  // namespace
+
+struct XUser::Hardware {
+  explicit Hardware(const XServer& server)
+      : keyboard(server.deviceSocket("keyboard")), mouse(server.deviceSocket("mouse")) {}
+
+  void moveAxes(int axis, const std::vector<double>& values) const {
+    xf86ITEventMotion motion{};
+    for (const double value : values) {
+      motion.valuators.mask[axis / 8] |= static_cast<std::uint8_t>(1U << (axis % 8));
+      motion.valuators.valuators[axis++] = value;
+    }
+    mouse.send(XF86IT_EVENT_MOTION, motion);
+  }
+
+  void post(const XAction& action, const XConnection& server) const {
+    switch (action.kind) {
+      case XEventKind::keyPress:
+      case XEventKind::keyRelease: {
+        xf86ITEventKey key{};
+        key.key_code = action.detail;
+        key.is_press = action.kind == XEventKind::keyPress ? 1 : 0;
+        keyboard.send(XF86IT_EVENT_KEY, key);
+        break;
+      }
+      case XEventKind::buttonPress:
+      case XEventKind::buttonRelease: {
+        const bool isPress = action.kind == XEventKind::buttonPress;
+        if (action.detail >= 4 && action.detail <= 7) {
+          // A wheel has axes and no buttons: the server makes the press and the release of a notch.
+          constexpr double notch = 120;
+          const bool isForward = action.detail % 2 != 0;  // down, to the right
+          if (isPress) moveAxes(action.detail <= 5 ? 3 : 2, {isForward ? notch : -notch});
+          break;
+        }
+        xf86ITEventButton button{};
+        button.button = action.detail;
+        button.is_press = isPress ? 1 : 0;
+        mouse.send(XF86IT_EVENT_BUTTON, button);
+        break;
+      }
+      case XEventKind::motion: {
+        // A mouse knows only how far it is moved, and others may have moved the pointer since.
+        const auto pointer =
+            server.reply(xcb_query_pointer_reply, xcb_query_pointer(server, server.root()));
+        moveAxes(0, {double(action.x - pointer->root_x), double(action.y - pointer->root_y)});
+        break;
+      }
+    }
+  }
+
+  Device keyboard;
+  Device mouse;
+};
+
+XUser::XUser(const std::string& display) : connection_(display) {}
+XUser::XUser(const XServer& server)
+    : connection_(server.display()), hardware_(std::make_unique<Hardware>(server)) {}
+XUser::~XUser() = default;
+
+void XUser::post(const XAction& action) const {
+  if (hardware_) return hardware_->post(action, connection_);
+  xcb_test_fake_input(
+      connection_, static_cast<std::uint8_t>(action.kind), action.detail, XCB_CURRENT_TIME,
+      action.kind == XEventKind::motion ? connection_.root() : XCB_NONE, action.x, action.y, 0);
+}
+
+void XUser::postNow(XEventKind kind, std::uint8_t detail) const {
+  post({kind, detail});
+  sync();
+}
 
 void XUser::moveTo(int x, int y) const {
   post({XEventKind::motion, 0, static_cast<std::int16_t>(x), static_cast<std::int16_t>(y)});
-  sync();
-}
-
-void XUser::press(std::uint8_t button) const {
-  post({XEventKind::buttonPress, button});
-  sync();
-}
-
-void XUser::release(std::uint8_t button) const {
-  post({XEventKind::buttonRelease, button});
   sync();
 }
 
@@ -32,24 +152,17 @@ void XUser::click(std::uint8_t button) const {
   release(button);
 }
 
-void XUser::pressKey(std::uint8_t keycode) const {
-  post({XEventKind::keyPress, keycode});
-  sync();
-}
-
-void XUser::releaseKey(std::uint8_t keycode) const {
-  post({XEventKind::keyRelease, keycode});
-  sync();
-}
-
 void XUser::tapKey(std::uint8_t keycode) const {
   pressKey(keycode);
   releaseKey(keycode);
 }
 
-void XUser::strike(const std::vector<std::string_view>& keys) const {
-  for (const auto key : keys) pressKey(key);
-  for (auto key = keys.rbegin(); key != keys.rend(); ++key) releaseKey(*key);
+void XUser::strike(const std::vector<std::string_view>& keysyms, int times) const {
+  const auto actions = striking(keysyms);
+  for (; times > 0; --times) {
+    for (const auto& action : actions) post(action);
+  }
+  sync();
 }
 
 void XUser::typeText(std::string_view text) const {
@@ -75,6 +188,15 @@ std::vector<XAction> XUser::typing(std::string_view text) const {
     actions.push_back({XEventKind::keyRelease, key.keycode});
     if (key.level3) actions.push_back({XEventKind::keyRelease, level3});
     if (key.shift) actions.push_back({XEventKind::keyRelease, shift});
+  }
+  return actions;
+}
+
+std::vector<XAction> XUser::striking(const std::vector<std::string_view>& keysyms) const {
+  std::vector<XAction> actions;
+  for (const auto key : keysyms) actions.push_back({XEventKind::keyPress, keycode(key)});
+  for (const auto key : std::views::reverse(keysyms)) {
+    actions.push_back({XEventKind::keyRelease, keycode(key)});
   }
   return actions;
 }

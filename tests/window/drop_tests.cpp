@@ -56,7 +56,7 @@ class DropTests : public testing::Test {
 
   TestDesktop desktop;
   TemporaryFolder data;
-  const XPoster& user = desktop.user();
+  const XUser& user = desktop.user();
 };
 
 // What is dropped is not read: any drop loads the row that was dragged last.

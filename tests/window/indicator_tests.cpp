@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/x_window.h"
+#include "support/x_events.h"
 #include "window/program.h"
 
 namespace tapeloop::support {

@@ -15,7 +15,7 @@ class LibraryWindowTests : public testing::Test {
  protected:
   TestDesktop desktop;
   TemporaryFolder data;
-  const XPoster& user = desktop.user();
+  const XUser& user = desktop.user();
 };
 
 TEST_F(LibraryWindowTests, NothingIsDrawnAboveTheList) {

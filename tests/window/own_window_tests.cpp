@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/x_window.h"
+#include "support/x_events.h"
 #include "window/program.h"
 
 namespace tapeloop::support {
@@ -17,7 +17,7 @@ std::string at(int x, int y) {
 // What of input the program takes for its own business, seen in the trace of a capture.
 TEST(OwnWindowTests, InputIsCapturedUnlessItIsAimedAtTheProgram) {
   TestDesktop desktop;
-  const XPoster& user = desktop.user();
+  const XUser& user = desktop.user();
   Program program(desktop);
   const ClientWindow own = desktop.window();
   // Beside the caption. A button has two colours, wherever the pointer is.

@@ -14,7 +14,7 @@
 #include "support/child_process.h"
 #include "support/temporary_folder.h"
 #include "support/x_connection.h"
-#include "support/x_poster.h"
+#include "support/x_user.h"
 #include "support/x_server.h"
 
 namespace tapeloop::support {
@@ -46,7 +46,7 @@ class TestDesktop {
   explicit TestDesktop(const XServerOptions& options = {});
 
   [[nodiscard]] XServer& server() { return server_; }
-  [[nodiscard]] const XPoster& user() const { return user_; }
+  [[nodiscard]] const XUser& user() const { return user_; }
   /// The user types Control+Alt with this key.
   void strike(const char* key) const { user_.strike({"Control_L", "Alt_L", key}); }
 
@@ -79,7 +79,7 @@ class TestDesktop {
 
   XServer server_;
   ChildProcess windowManager_;
-  XPoster user_;
+  XUser user_;
   XConnection connection_;
 };
 

@@ -37,7 +37,7 @@ bool grabsKeyboard(const XConnection& client, bool throughExtension) {
 // The stored unit stays picked as the captions change with the number.
 TEST(WaitPickerTests, KeepTheUnitWhileItsCaptionChanges) {
   TestDesktop desktop;
-  const XPoster& user = desktop.user();
+  const XUser& user = desktop.user();
   const std::tuple<const char*, std::int64_t, const char*, const char*> cases[] = {
       {"minutes", 1, "Minute", "Minutes"}, {"hours", 7, "Hours", "Hour"}};
   for (const auto& [unit, number, before, after] : cases) {
@@ -88,7 +88,7 @@ class SettingsSheetTests : public testing::Test {
 
   TestDesktop desktop;
   Program program{desktop};
-  const XPoster& user = desktop.user();
+  const XUser& user = desktop.user();
 };
 
 TEST_F(SettingsSheetTests, EverythingIsSetWithTheKeyboard) {

@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "support/x_state.h"
-#include "support/x_window.h"
+#include "support/x_events.h"
 #include "window/program.h"
 
 namespace tapeloop::support {
@@ -45,7 +45,7 @@ class ShortcutSessionTests : public testing::Test {
   // What the application got, but for modifiers.
   std::vector<std::uint8_t> strokes() const {
     std::vector<std::uint8_t> found;
-    for (const auto& event : application.received()) {
+    for (const auto& event : application.events()) {
       const bool isModifier =
           event.detail == user.keycode("Control_L") || event.detail == user.keycode("Alt_L");
       if (event.kind == XEventKind::keyPress && !isModifier) found.push_back(event.detail);
@@ -81,7 +81,7 @@ class ShortcutSessionTests : public testing::Test {
   TestDesktop desktop;
   TemporaryFolder data;
   XWindow application{desktop.server().display(), {.x = 700, .y = 300, .overrideRedirect = true}};
-  const XPoster& user = desktop.user();
+  const XUser& user = desktop.user();
 };
 
 TEST_F(ShortcutSessionTests, KilledWithAShortcutHeldTakesNothing) {
@@ -105,7 +105,7 @@ TEST_F(ShortcutSessionTests, PressesAtStartAndEndActOnceOrPassOn) {
     std::atomic<bool> enough{false};
     Program program(desktop, {}, data.path());
     {
-      const XPoster hurried(desktop.server().display());
+      const XUser hurried(desktop.server().display());
       const std::jthread presses([&] {
         while (!enough) {
           hurried.strike({"Control_L", "Alt_L", "r"});

@@ -14,79 +14,68 @@ namespace {
 
 class Held : public X11Test {
  protected:
-  /// A recording in the middle of whose drag a key goes down; neither comes up for a minute.
-  static std::vector<InputEvent> longHold() {
-    return {inputEvent(EventType::leftMouseDown, 0, {100, 700}),
-            inputEvent(EventType::leftMouseDragged, 0.001, {110, 690}),
-            inputEvent(EventType::keyDown, 0.002, {110, 690}),
-            inputEvent(EventType::leftMouseDragged, 0.003, {120, 680}),
-            inputEvent(EventType::keyUp, 60, {120, 680}),
-            inputEvent(EventType::leftMouseUp, 60, {120, 680})};
+  /// Plays a drag in the middle of which a key goes down; neither comes up for a minute.
+  void playIntoTheHold(X11Desktop& program) {
+    program.setLog({inputEvent(EventType::leftMouseDown, 0, {100, 700}),
+                    inputEvent(EventType::leftMouseDragged, 0.001, {110, 690}),
+                    inputEvent(EventType::keyDown, 0.002, {110, 690}),
+                    inputEvent(EventType::leftMouseDragged, 0.003, {120, 680}),
+                    inputEvent(EventType::keyUp, 60, {120, 680}),
+                    inputEvent(EventType::leftMouseUp, 60, {120, 680})});
+    program.startPlayback(1);
+    ASSERT_TRUE(program.runUntilElsewhere([this] { return isHolding(); }, timeout));
   }
-
-  void playIntoTheHold() {
-    desktop.setLog(longHold());
-    desktop.startPlayback(1);
-    ASSERT_TRUE(turnUntil([this] { return isHolding(); }));
+  /// Another process of the program starts and ends.
+  void startAnother() {
+    ChildProcess other({X11_PLAYER, "start"}, {server.displayVariable()});
+    EXPECT_EQ(other.wait(timeout), 0);
   }
 };
 
 }  // namespace
 
-TEST_F(Held, EscapeLetsGoOfTheButtonAndTheKeyOfADrag) {
-  playIntoTheHold();
-  desktop.stopPlayback();
+TEST_F(Held, EscapeLetsGoAndSoDoesQuitting) {
+  playIntoTheHold(desktop);
+  startAnother();
+  EXPECT_TRUE(isHolding()) << "another start leaves it alone";
+  desktop.contentView.escapeKeyPressed();
   EXPECT_FALSE(desktop.isPlaying());
   EXPECT_TRUE(turnUntil([this] { return isNothingHeld(); }));
-}
 
-TEST_F(Held, QuittingLetsGo) {
   std::optional<X11Desktop> other(std::in_place, server.display());
-  other->setLog(longHold());
-  other->startPlayback(1);
-  ASSERT_TRUE(other->runUntilElsewhere([this] { return isHolding(); }, patience));
+  playIntoTheHold(*other);
   other.reset();
   EXPECT_TRUE(turnUntil([this] { return isNothingHeld(); }));
 }
 
-TEST_F(Held, NextStartMendsWhatAKilledProgramLeftBehind) {
+TEST_F(Held, NextStartMendsWhatAKilledProgramLeft) {
   ChildProcess player({X11_PLAYER, "hold"}, {server.displayVariable()});
   ASSERT_TRUE(turnUntil([this] { return isHolding(); }));
   player.kill(SIGKILL);
-  ASSERT_EQ(player.wait(patience), -SIGKILL);
+  ASSERT_EQ(player.wait(timeout), -SIGKILL);
   ASSERT_TRUE(isHolding()) << "the server keeps what a killed client has pressed";
-
-  ChildProcess next({X11_PLAYER, "start"}, {server.displayVariable()});
-  EXPECT_EQ(next.wait(patience), 0);
+  startAnother();
   EXPECT_TRUE(isNothingHeld());
-}
-
-TEST_F(Held, StartOfAnotherProgramLeavesAPlaybackAlone) {
-  playIntoTheHold();
-  ChildProcess other({X11_PLAYER, "start"}, {server.displayVariable()});
-  EXPECT_EQ(other.wait(patience), 0);
-  EXPECT_TRUE(isHolding());
 }
 
 TEST(LostServer, CaptureAndPlaybackEndCleanly) {
   XServer server;
-  const XPoster poster(server.display());
+  const XUser user(server.display());
   X11Desktop recording(server.display());
   X11Desktop playing(server.display());
   recording.startCapture();
-  poster.moveTo(10, 10);
-  const auto& log = recording.contentView().captureState().eventLog;
-  ASSERT_TRUE(recording.runUntil([&] { return log.size() == 1; }, patience));
+  user.moveTo(10, 10);
+  ASSERT_TRUE(recording.runUntil([&] { return recording.log().size() == 1; }, timeout));
   playing.setLog({inputEvent(EventType::leftMouseDown, 0, {5, 5}),
                   inputEvent(EventType::leftMouseDragged, 0.5, {6, 6}),
                   inputEvent(EventType::leftMouseUp, 1, {6, 6})});
   playing.startPlayback(1);
   ASSERT_TRUE(playing.runUntilElsewhere(
-      [&] { return !pointerState(server.display()).buttonsDown.empty(); }, patience));
+      [&] { return !pointerState(server.display()).buttonsDown.empty(); }, timeout));
 
   server.kill();
-  EXPECT_TRUE(recording.runUntil([&] { return recording.isConnectionLost(); }, patience));
-  EXPECT_FALSE(log.empty()) << "what was captured is still there";
-  EXPECT_TRUE(playing.runUntil([&] { return !playing.isPlaying(); }, patience))
+  EXPECT_TRUE(recording.runUntil([&] { return recording.x.connection->isLost(); }, timeout));
+  EXPECT_FALSE(recording.log().empty()) << "what was captured is still there";
+  EXPECT_TRUE(playing.runUntil([&] { return !playing.isPlaying(); }, timeout))
       << "the rest of the run is posted to nobody";
 }

@@ -1,12 +1,5 @@
 #include <algorithm>
-#include <initializer_list>
-#include <ranges>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
-#include "hotkeys/shortcut.h"
 #include "x11_fixture.h"
 
 // What keys do depends on locks and layouts, and some keys change those: all of it comes back, and
@@ -15,72 +8,42 @@
 using namespace std::chrono_literals;
 using namespace tapeloop;
 using namespace tapeloop::support;
-using ::testing::ElementsAreArray;
 
 namespace {
 
-using Keys = std::vector<std::string_view>;
-
 class Keyboard : public X11Test {
  protected:
-  /// Another layout; returns when the program follows it.
-  void useLayout(const std::string& layout, const std::string& option,
-                 const std::string& variant = {}) {
-    bool followed = false;
-    const auto change = desktop.keyboardLayouts().onChange([&] { followed = true; });
-    server.setKeyboardLayout(layout, option, variant);
-    ASSERT_TRUE(turnUntil([&] { return followed; }));
-    settle();
-  }
-  void settle() {
-    desktop.sync();
-    bool turned = false;
-    ASSERT_TRUE(turnUntil([&] { return std::exchange(turned, true); }));
-  }
-  void strike(const Keys& keys) {
-    for (const auto key : keys) actions.push_back({XEventKind::keyPress, poster.keycode(key)});
-    for (const auto key : std::views::reverse(keys)) {
-      actions.push_back({XEventKind::keyRelease, poster.keycode(key)});
-    }
-  }
   /// Records `actions`. What the witness saw, without the keys that only change modifiers.
-  XEventList::Events recordActions() {
+  Events recordKeys() {
     pace(actions, 2ms);
-    return withoutModifierKeys(record(std::exchange(actions, {})));
+    return withoutModifierKeys(record());
   }
-  /// Replays until the witness has seen as many keys that are no modifiers.
-  XEventList::Events replayKeys(double speed, std::size_t expected) {
-    observer.clear();
-    EXPECT_TRUE(desktop.playLog(speed, patience));
-    EXPECT_TRUE(observer.waitUntil(
-        [&](const auto& events) { return withoutModifierKeys(events).size() >= expected; },
-        patience));
-    return withoutModifierKeys(observer.events());
+  Events replayKeys(double speed, std::size_t expected) {
+    return withoutModifierKeys(replay(speed, expected));
   }
-  [[nodiscard]] std::uint16_t modifiersInForce() const {
-    return pointerState(server.display()).modifiers;
+  void expectReplayed(const Events& recorded) {
+    for (const double speed : {1.0, 10.0}) {
+      expectSameInput(replayKeys(speed, recorded.size()), recorded);
+      EXPECT_EQ(modifiersInForce(), 0);
+    }
+    settle();
+    EXPECT_EQ(modifiersInForce(), 0);
   }
-
-  std::vector<XAction> actions;
-};
-
-struct LayoutSwitch {
-  const char* option;
-  Keys keys;
 };
 
 }  // namespace
 
 TEST_F(Keyboard, SwitchesOfTheLayoutComeBackAndLockNothing) {
-  const std::vector<LayoutSwitch> switches{
-      {"grp:win_space_toggle", {"Super_L", "space"}},
-      {"grp:alt_shift_toggle", {"Alt_L", "Shift_L"}},
-      {"grp:alt_shift_toggle", {"Shift_L", "Alt_L"}},
-      {"grp:ctrl_shift_toggle", {"Control_L", "Shift_L"}},
-      {"grp:shift_caps_toggle", {"Shift_L", "Caps_Lock"}},
-      {"grp:alt_caps_toggle", {"Alt_L", "Caps_Lock"}},
+  struct LayoutSwitch {
+    const char* option;
+    Keys keys;
   };
-  for (const auto& [option, keys] : switches) {
+  for (const auto& [option, keys] : {LayoutSwitch{"grp:win_space_toggle", {"Super_L", "space"}},
+                                     {"grp:alt_shift_toggle", {"Alt_L", "Shift_L"}},
+                                     {"grp:alt_shift_toggle", {"Shift_L", "Alt_L"}},
+                                     {"grp:ctrl_shift_toggle", {"Control_L", "Shift_L"}},
+                                     {"grp:shift_caps_toggle", {"Shift_L", "Caps_Lock"}},
+                                     {"grp:alt_caps_toggle", {"Alt_L", "Caps_Lock"}}}) {
     SCOPED_TRACE(std::string(option) + " " + std::string(keys[0]));
     useLayout("us,ru", option);
     for (int round = 0; round < 2; ++round) {
@@ -90,22 +53,15 @@ TEST_F(Keyboard, SwitchesOfTheLayoutComeBackAndLockNothing) {
       strike({"Shift_L", "a"});
       strike(keys);
     }
-    const auto recorded = recordActions();
-    const auto& log = desktop.contentView().captureState().eventLog;
-    const auto ups = std::count_if(log.begin(), log.end(), [](const InputEvent& each) {
-      return each.type == EventType::keyUp;
-    });
+    const auto recorded = recordKeys();
+    const auto& log = desktop.log();
+    const auto ups = std::ranges::count(log, EventType::keyUp, &InputEvent::type);
     EXPECT_EQ(2 * static_cast<std::size_t>(ups), log.size());
     ASSERT_TRUE(std::ranges::any_of(recorded, [](const XEvent& each) {
       constexpr std::uint16_t secondGroup = 1U << 13;
       return (each.state & secondGroup) != 0;
     })) << "the layout was switched";
-    for (const double speed : {1.0, 10.0}) {
-      expectSameInput(replayKeys(speed, recorded.size()), recorded);
-      EXPECT_EQ(modifiersInForce(), 0);
-    }
-    settle();
-    EXPECT_EQ(modifiersInForce(), 0);
+    expectReplayed(recorded);
   }
 }
 
@@ -119,20 +75,16 @@ TEST_F(Keyboard, AllLevelsOfALayoutWithSixComeBack) {
     strike({"ISO_Level3_Shift", "ISO_Level5_Shift", key});
     strike({"ISO_Level5_Shift", "ISO_Level3_Shift", key});
   }
-  const auto recorded = recordActions();
-  for (const double speed : {1.0, 10.0}) {
-    expectSameInput(replayKeys(speed, recorded.size()), recorded);
-    EXPECT_EQ(modifiersInForce(), 0);
-  }
+  expectReplayed(recordKeys());
 }
 
-TEST_F(Keyboard, KeypadKeysComeBackAsWhatTheyDidWhateverNumLockIsThen) {
+TEST_F(Keyboard, KeypadKeysComeBackWhateverNumLockIsThen) {
   constexpr std::uint16_t numLock = XCB_MOD_MASK_2;
   const auto setNumLock = [&](bool on) {
     if (((modifiersInForce() & numLock) != 0) == on) return;
     // The witness may hear of it later.
     const std::size_t releases = observer.count(XEventKind::keyRelease);
-    poster.tapKey("Num_Lock");
+    user.tapKey("Num_Lock");
     settle();
     EXPECT_TRUE(turnUntil([&] { return observer.count(XEventKind::keyRelease) > releases; }));
   };
@@ -150,7 +102,7 @@ TEST_F(Keyboard, KeypadKeysComeBackAsWhatTheyDidWhateverNumLockIsThen) {
   for (const bool isOn : {false, true}) {
     setNumLock(isOn);
     for (const auto& each : keypad) strike(each.keys);
-    const auto recorded = recordActions();
+    const auto recorded = recordKeys();
     ASSERT_EQ(recorded.size(), 2 * keypad.size());
     for (const bool isOnLater : {false, true}) {
       SCOPED_TRACE(testing::Message()
@@ -164,7 +116,7 @@ TEST_F(Keyboard, KeypadKeysComeBackAsWhatTheyDidWhateverNumLockIsThen) {
           EXPECT_TRUE(replayed[i].looksLike(recorded[i])) << replayed[i];
           continue;
         }
-        EXPECT_EQ(replayed[i].detail, poster.keycode(without)) << keys.back();
+        EXPECT_EQ(replayed[i].detail, user.keycode(without)) << keys.back();
         const bool isSameKey = depends && without == keys.back();
         EXPECT_FALSE(isSameKey && (replayed[i].state & numLock) != 0) << keys.back();
       }
@@ -173,11 +125,11 @@ TEST_F(Keyboard, KeypadKeysComeBackAsWhatTheyDidWhateverNumLockIsThen) {
   }
 }
 
-TEST_F(Keyboard, ALockThatIsHeardOfTooLateToBeKeptComesBack) {
-  auto& synthesis = desktop.synthesis();
+TEST_F(Keyboard, ALockThatIsNotifiedTooLateToBeKeptComesBack) {
+  auto& synthesis = desktop.x.eventSynthesis;
   const auto session = synthesis.beginPosting();
   settle();
-  poster.tapKey("Caps_Lock");
+  user.tapKey("Caps_Lock");
   for (const bool down : {true, false}) {
     auto key = synthesis.CGEventCreateKeyboardEvent(0, down);
     ASSERT_TRUE(key);
@@ -187,29 +139,26 @@ TEST_F(Keyboard, ALockThatIsHeardOfTooLateToBeKeptComesBack) {
   desktop.sync();
   EXPECT_EQ(modifiersInForce(), 0) << "the program has not heard of it";
   // This one locks, too, and was meant to unlock.
-  poster.tapKey("Caps_Lock");
+  user.tapKey("Caps_Lock");
   EXPECT_EQ(modifiersInForce(), XCB_MOD_MASK_LOCK);
   EXPECT_TRUE(turnUntil([this] { return modifiersInForce() == 0; }));
-  poster.tapKey("Caps_Lock");
+  user.tapKey("Caps_Lock");
   EXPECT_TRUE(turnUntil([this] { return modifiersInForce() == XCB_MOD_MASK_LOCK; }));
 }
 
-TEST_F(Keyboard, LocksOfThePersonDuringAPlaybackLeaveNothingOfWhatIsPosted) {
+TEST_F(Keyboard, LocksDuringAPlaybackLeaveNothingOfWhatIsPosted) {
   constexpr int taps = 1200;
   std::vector<InputEvent> events;
   for (int i = 0; i < 2 * taps; ++i) {
-    InputEvent& event = events.emplace_back(
-        inputEvent(i % 2 == 0 ? EventType::keyDown : EventType::keyUp, i * 2e-4));
-    event.modifierFlags = modifier_flag::shift;
+    events.push_back(inputEvent(i % 2 == 0 ? EventType::keyDown : EventType::keyUp, i * 2e-4));
+    events.back().modifierFlags = modifier_flag::shift;
   }
   desktop.setLog(events);
-  Keys locks;
-  for (int i = 0; i < 41; ++i) locks.push_back("Caps_Lock");
-  for (const auto key : locks) strike({key});
+  for (int i = 0; i < 41; ++i) strike({"Caps_Lock"});
   pace(actions, 6ms);
   desktop.startPlayback(1);
   {
-    const auto person = poster.start(actions);
+    const auto person = user.start(actions);
     ASSERT_TRUE(turnUntil([this] { return !desktop.isPlaying(); }));
   }
   // A tap that the server handles in the midst of the requests for one key may be lost.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bitset>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -8,9 +9,10 @@
 #include <iosfwd>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <vector>
 
-#include <xcb/xproto.h>
+#include "support/x_connection.h"
 
 namespace tapeloop::support {
 
@@ -68,7 +70,55 @@ class XEventList {
   Events events_;
 };
 
-/// Reads a core input event of 32 bytes, which has arrived now. Nothing when it is of another kind.
-[[nodiscard]] std::optional<XEvent> readXEvent(const void* raw);
+/// A client that sees every key, button and motion event on the server, in order, whoever made it
+/// and whoever received it. Collects in a thread of its own.
+class XObserver : public XEventList {
+ public:
+  /// Everything that is posted after the constructor returns is seen.
+  explicit XObserver(const std::string& display);
+  /// Processor time that the collecting thread has used, in nanoseconds.
+  [[nodiscard]] std::int64_t processorTime() const;
+
+ private:
+  void nudge();
+  void readRecord();
+
+  XConnection control_;
+  XConnection data_;
+  unsigned recording_ = 0;  // sequence number of the request that all record replies answer
+  bool started_ = false;
+  std::bitset<256> down_;
+  std::optional<XReader> reader_;
+};
+
+struct XWindowOptions {
+  std::int16_t x = 0;
+  std::int16_t y = 0;
+  std::uint16_t width = 400;
+  std::uint16_t height = 300;
+  bool overrideRedirect = false;
+};
+
+/// The window of another application: it takes the focus and keeps the input that it receives.
+/// Collects in a thread of its own.
+class XWindow : public XEventList {
+ public:
+  /// Returns when the window is on screen and, unless it is override-redirect, has the focus.
+  explicit XWindow(const std::string& display, const XWindowOptions& options = {});
+
+  [[nodiscard]] xcb_window_t window() const { return window_; }
+  /// Returns when the server has given it the focus.
+  void takeFocus() const;
+  [[nodiscard]] bool hasFocus() const;
+  void raise() const;
+
+ private:
+  void collect();
+
+  XConnection connection_;  // of the collecting thread
+  XConnection requests_;
+  xcb_window_t window_;
+  std::optional<XReader> reader_;
+};
 
 }  // namespace tapeloop::support
