@@ -1,38 +1,13 @@
 #include "capture/capture.h"
 
-#include <algorithm>
-#include <charconv>
 #include <memory>
 #include <utility>
 
 #include "capture/indicator_windows.h"
+#include "platform/number_text.h"
 
 namespace tapeloop {
 namespace {
-
-/// Appends to a buffer that is known to be long enough.
-class Writer {
- public:
-  Writer(char* begin, char* end) : next_(begin), end_(end) {}
-
-  Writer& operator<<(std::string_view text) {
-    next_ = std::copy(text.begin(), text.end(), next_);
-    return *this;
-  }
-  Writer& operator<<(double number) {
-    next_ = std::to_chars(next_, end_, number).ptr;
-    return *this;
-  }
-  Writer& hexadecimal(std::uint64_t number) {
-    next_ = std::to_chars(next_, end_, number, 16).ptr;
-    return *this;
-  }
-  [[nodiscard]] char* position() const { return next_; }
-
- private:
-  char* next_;
-  char* end_;
-};
 
 constexpr double disabledOpacity = 0.3;
 constexpr const char* idleCaption = "Record";
@@ -54,18 +29,8 @@ void GlobalEventMonitor::start() {
 }
 
 void GlobalEventMonitor::stop() {
-  // Emptied first: the handler runs once more for what is still under way.
+  // Emptied first, because removeMonitor still calls the handler for earlier events.
   if (const auto token = std::exchange(monitor_, std::nullopt)) service_.removeMonitor(*token);
-}
-
-// The longest line has three numbers of 24 characters, flags of 16 and under 60 of wording.
-EventDescription::EventDescription(const InputEvent& event) {
-  Writer line(buffer_.data(), buffer_.data() + buffer_.size());
-  line << "Optional(";
-  line << kindOf(event.type)->name.substr(1) << " at (" << event.locationInWindow.x << ", "
-       << event.locationInWindow.y << ") time " << event.timestamp << " flags 0x";
-  line.hexadecimal(event.modifierFlags) << ")";
-  length_ = static_cast<std::size_t>(line.position() - buffer_.data());
 }
 
 Capture::Capture(CaptureState& state, const CaptureSettings& settings, Permission& permission,
@@ -79,7 +44,7 @@ Capture::Capture(CaptureState& state, const CaptureSettings& settings, Permissio
       trace_(trace),
       captionChanged_(settings.startStopButtonText.subscribe([this] { captionIsDue_ = true; })) {}
 
-// The state outlives the capture, and its monitor would go on calling the handler.
+// The monitor belongs to the state, which lives longer, and its handler refers to this object.
 Capture::~Capture() {
   if (state_.eventHandler) state_.eventHandler->stop();
 }
@@ -133,15 +98,25 @@ void Capture::stopRecording() {
 }
 
 void Capture::handle(const InputEvent& event) {
-  // Events from before the stop still arrive while the monitor is being removed, when the caption
-  // is "Record" again. And a caption that is there already is not set once more: the store would be
-  // asked again for every move of the pointer.
+  // `isRecording` is false for events that arrive while the monitor is being removed: the caption
+  // is "Record" again by then. The flag avoids an access to the store for every move of the
+  // pointer.
   if (captionIsDue_ && !state_.eventLog.empty() && state_.isRecording.get()) {
     settings_.startStopButtonText.set(capturingCaption);
     captionIsDue_ = false;
   }
   state_.eventLog.append(event);
-  trace_.writeLine([&] { return EventDescription(event); });
+  trace_.writeLine([&] { return description(event); });
+}
+
+// Called for every move of the pointer, so the memory of the line is reused.
+std::string_view Capture::description(const InputEvent& event) {
+  line_ = "Optional(";
+  line_.append(kindOf(event.type)->name.substr(1));
+  line_.append(" at (").append(NumberText(event.locationInWindow.x));
+  line_.append(", ").append(NumberText(event.locationInWindow.y));
+  line_.append(") time ").append(NumberText(event.timestamp));
+  return line_.append(" flags 0x").append(NumberText(event.modifierFlags, 16)).append(")");
 }
 
 }  // namespace tapeloop

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <array>
-#include <cstddef>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "capture/capture_state.h"
@@ -15,62 +14,49 @@
 
 namespace tapeloop {
 
-/// One system-wide monitor; it is removed when the last reference goes.
+/// One system-wide input monitor, which is removed on destruction.
 class GlobalEventMonitor {
  public:
-  /// Installs nothing yet. `service` outlives this object.
+  /// Installs nothing yet.
   GlobalEventMonitor(InputMonitor& service, EventMask mask, InputMonitor::Handler handler);
   GlobalEventMonitor(const GlobalEventMonitor&) = delete;
   GlobalEventMonitor& operator=(const GlobalEventMonitor&) = delete;
   ~GlobalEventMonitor();
 
   void start();
-  /// Delivers what is still under way first. Does nothing when nothing is installed.
+  /// Delivers the events that happened before the call first. No effect if nothing is installed.
   void stop();
-  [[nodiscard]] bool isInstalled() const { return monitor_.has_value(); }
 
  private:
   InputMonitor& service_;
-  std::optional<MonitorToken> monitor_;  // empty while not installed, and when installing failed
+  std::optional<MonitorToken> monitor_;  // empty if not installed or refused
   EventMask mask_;
   InputMonitor::Handler handler_;
 };
 
-/// The line that the trace holds for a captured event, which is of a kind that recordings hold: its
-/// type, location, time and flags inside "Optional(...)". Written for every pointer move, so it is
-/// put together without an allocation.
-class EventDescription {
- public:
-  explicit EventDescription(const InputEvent& event);
-  explicit operator std::string_view() const { return {buffer_.data(), length_}; }
-
- private:
-  std::array<char, 192> buffer_;
-  std::size_t length_ = 0;
-};
-
 /// Records what the user does anywhere on the desktop into the event log. The log itself is the
-/// unsaved recording. Main thread only.
+/// unsaved recording.
 class Capture {
  public:
-  /// Everything that is handed in outlives the capture.
   Capture(CaptureState& state, const CaptureSettings& settings, Permission& permission,
           InputMonitor& inputMonitor, WindowSystem& windows, RunLoop& runLoop, Trace& trace);
   Capture(const Capture&) = delete;
   Capture& operator=(const Capture&) = delete;
   ~Capture();
 
-  /// Starts capture when nothing runs, and stops it otherwise. Without permission it raises the
-  /// authorization alert instead.
+  /// Starts a capture if neither a capture nor playback is running, otherwise stops the capture.
+  /// Without permission it only raises the authorization alert.
   void recordAction();
   void recordShortcutAction();
 
   void startRecording();
-  /// Keeps the log; the next start empties it.
+  /// The log is kept until the next start.
   void stopRecording();
 
  private:
   void handle(const InputEvent& event);
+  /// The trace line of a captured event. Valid until the next call.
+  std::string_view description(const InputEvent& event);
 
   CaptureState& state_;
   const CaptureSettings settings_;
@@ -79,8 +65,9 @@ class Capture {
   WindowSystem& windows_;
   RunLoop& runLoop_;
   Trace& trace_;
-  bool captionIsDue_ = false;  // in a capture, the caption is not yet the one that goes with it
+  bool captionIsDue_ = false;  // the caption has changed since "Stop Recording" was written
   Subscription captionChanged_;
+  std::string line_;  // the latest description; kept for its memory
 };
 
 }  // namespace tapeloop

@@ -14,7 +14,7 @@ namespace tapeloop {
 
 inline constexpr Color tapeloopRed = rgb(220, 90, 80);
 
-/// What the styles of the record and play buttons share.
+/// The look that the record and play buttons share.
 struct ButtonProperties {
   State<Color> unpressedColor{tapeloopRed};
   State<double> startStopOpacity{1.0};
@@ -33,7 +33,7 @@ class EventLog {
   [[nodiscard]] Events::const_iterator begin() const { return events_->begin(); }
   [[nodiscard]] Events::const_iterator end() const { return events_->end(); }
 
-  /// The events themselves, kept by whoever still has to post them when the log is emptied.
+  /// Shared, because a run goes on posting them after the log has been cleared.
   [[nodiscard]] std::shared_ptr<const Events> events() const { return events_; }
 
   void append(const InputEvent& event) { events_->push_back(event); }
@@ -57,7 +57,7 @@ inline constexpr const char* saved = "saved";      ///< the loaded recording
 /// The part of the main window's state that capture reads and writes. Owned by `ContentView`.
 struct CaptureState {
   State<bool> isRecording{false};
-  State<bool> isPlaying{false};  ///< Written by playback; read here to tell start from stop.
+  State<bool> isPlaying{false};  ///< Written by playback.
   State<bool> buttonDisabled{false};
   State<bool> showingAuthAlert{false};
   State<FontStyle> startStopButtonSize{FontStyle::title};

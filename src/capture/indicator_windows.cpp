@@ -25,7 +25,7 @@ RecordingView::~RecordingView() {
 }
 
 void RecordingView::onAppear() {
-  onDisappear();  // a view that appears again must not blink twice
+  onDisappear();  // stops the timer of an earlier appearance
   blinkTimer_ = runLoop_.scheduledTimerWithTimeInterval(blinkPeriod, TimerRepeats::yes,
                                                         [this](const TimerRef&) { blink(); });
   blinkTimer_->fire();

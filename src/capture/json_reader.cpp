@@ -25,15 +25,15 @@ int hexValue(char digit) {
   return -1;
 }
 
-/// The digits of a number as those of an integer, and the power of ten that it is multiplied by. No
-/// zero begins or ends the digits; zero itself has none.
+/// A number as an integer times a power of ten. Its digits neither begin nor end with a zero; those
+/// of 0 are empty.
 struct Decimal {
   bool isNegative = false;
   std::string digits;
   std::int64_t exponent = 0;
 };
 
-// What is written out as far as this would take more memory than there is.
+// Beyond any exponent of a number that can be represented; a quarter, so that sums don't overflow.
 constexpr std::int64_t hugeExponent = std::numeric_limits<std::int64_t>::max() / 4;
 
 std::int64_t exponentOf(std::string_view written) {
@@ -121,7 +121,7 @@ bool JsonScanner::takeDigits() {
 
 bool JsonScanner::takeText(std::string_view& text) {
   const char* const start = ++at_;
-  const char* copied = nullptr;  // up to here into `unescaped_`, once anything was
+  const char* copied = nullptr;  // end of what is in `unescaped_`; null before the first escape
   while (at_ != end_ && *at_ != '"') {
     const auto byte = static_cast<unsigned char>(*at_);
     if (byte < 0x20) return false;
@@ -163,7 +163,7 @@ bool JsonScanner::takeEscape() {
     append(unit);
     return true;
   }
-  // Half a pair is no text.
+  // A surrogate is valid only as the first half of a pair.
   unsigned second = 0;
   if (unit >= firstLowSurrogate || peek() != '\\') return false;
   ++at_;
@@ -212,7 +212,7 @@ std::optional<double> floatOf(std::string_view number) {
   double value = 0;
   const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
   if (error == std::errc{}) return value;
-  // Too large or too small; a digit before the point tells.
+  // Out of range: too large if there is a digit before the decimal point, else too small.
   const Decimal decimal = decimalOf(number);
   if (static_cast<std::int64_t>(decimal.digits.size()) + decimal.exponent > 0) return std::nullopt;
   return decimal.isNegative ? -0.0 : 0.0;

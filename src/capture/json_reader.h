@@ -9,21 +9,21 @@
 
 namespace tapeloop {
 
-/// The length of the UTF-8 sequence that begins `text` with a byte from 0x80 up, or 0 if it is
-/// none. Overlong forms, surrogates and values beyond U+10FFFF are none.
+/// The length of the UTF-8 sequence at the start of `text`, whose first byte is at least 0x80; 0 if
+/// it is invalid: cut short, overlong, a surrogate or beyond U+10FFFF.
 [[nodiscard]] std::size_t sequenceLength(std::string_view text);
 
-/// What JSON is made of, without an idea of how it goes together. Each function that takes
-/// something says whether it was there.
+/// Reads the tokens of a JSON text one after the other. Each `take` function returns false if the
+/// text does not go on with such a token.
 class JsonScanner {
  public:
   explicit JsonScanner(std::string_view text)
       : begin_(text.data()), at_(begin_), end_(begin_ + text.size()) {}
 
-  /// Of the next byte.
+  /// The offset of the next byte.
   [[nodiscard]] std::size_t position() const { return static_cast<std::size_t>(at_ - begin_); }
   [[nodiscard]] bool isAtEnd() const { return at_ == end_; }
-  /// The next byte, a zero at the end.
+  /// The next byte; 0 at the end.
   [[nodiscard]] char peek() const { return at_ == end_ ? '\0' : *at_; }
   void skip() { ++at_; }
   void skipBlanks() {
@@ -31,9 +31,9 @@ class JsonScanner {
   }
 
   [[nodiscard]] bool takeWord(std::string_view word);
-  /// `number` is as it is written: JSON sets no bounds to it.
+  /// `number` is the text of the number: JSON does not limit its size.
   [[nodiscard]] bool takeNumber(std::string_view& number);
-  /// From a quotation mark on. `text` holds until the next one is taken.
+  /// The next byte has to be a quotation mark. `text` is valid until the next call.
   [[nodiscard]] bool takeText(std::string_view& text);
 
  private:
@@ -48,25 +48,25 @@ class JsonScanner {
   std::string unescaped_;
 };
 
-/// Hands what is in a JSON text to `Handler` in the order in which it stands there. Each of the
-/// handler's answers says whether to go on:
+/// Parses a JSON text and calls `Handler` for each value, in the order of the text. The handler's
+/// functions return false to stop:
 ///
 ///     bool word();                    // null, true or false
-///     bool number(std::string_view);  // as it is written
+///     bool number(std::string_view);  // its text
 ///     bool text(std::string_view);
-///     bool beginArray();              // the scanner stands before the bracket
-///     bool endArray();                // likewise
+///     bool beginArray();              // the scanner is at the bracket
+///     bool endArray();                // at the bracket
 ///     bool beginObject();
 ///     bool key(std::string_view);
 ///     bool endObject();
 ///
-/// Nesting takes a bit of memory a level, and no stack.
+/// Not recursive: a level of nesting takes one bit of memory, and no stack.
 template <typename Handler>
 class JsonReader {
  public:
   JsonReader(JsonScanner& scanner, Handler& handler) : scanner_(scanner), handler_(handler) {}
 
-  /// False unless all of the text is JSON in UTF-8, and the handler has taken all of it.
+  /// True if the whole text is valid JSON in UTF-8 and the handler returned true every time.
   [[nodiscard]] bool read() {
     scanner_.skipBlanks();
     if (!value()) return false;
@@ -78,7 +78,7 @@ class JsonReader {
   }
 
  private:
-  /// The next element or member of the innermost array or object, or its end.
+  /// Reads the next element or member of the innermost array or object, or its end.
   bool next() {
     scanner_.skipBlanks();
     const bool isInObject = isInObject_.back();
@@ -137,16 +137,16 @@ class JsonReader {
 
   JsonScanner& scanner_;
   Handler& handler_;
-  std::vector<bool> isInObject_;  // one for each array and object that is open
-  bool isFirst_ = false;          // nothing stands before this in the innermost one
+  std::vector<bool> isInObject_;  // for each open array and object
+  bool isFirst_ = false;          // no element of the innermost one was read yet
 };
 
-// What a number is worth that stands in a JSON text, however it is written.
+// The value of a number in a JSON text, in any notation.
 
-/// The nearest double; a zero if all others are larger. Nothing if it is larger than all of them.
+/// The nearest double, which is 0 for a value that is too small. Nothing if it is too large.
 [[nodiscard]] std::optional<double> floatOf(std::string_view number);
 
-/// Nothing unless the value is integral, to the last digit, and in range.
+/// Nothing unless the exact value is an integer in range.
 [[nodiscard]] std::optional<std::int64_t> integerOf(std::string_view number);
 
 }  // namespace tapeloop

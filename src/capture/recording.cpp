@@ -5,12 +5,11 @@
 namespace tapeloop {
 namespace {
 
-/// Order matters: the same elements in another order, or moved to a neighbouring list, hash
-/// differently.
+/// Depends on the order of the elements and on which list they are in.
 class Hasher {
  public:
   void add(std::size_t value) { hash_ ^= value + 0x9e3779b97f4a7c15 + (hash_ << 6) + (hash_ >> 2); }
-  // std::hash of a double treats the two zeros alike.
+  // std::hash is the same for 0.0 and -0.0, which compare equal.
   void add(double value) { add(std::hash<double>{}(value)); }
   void add(std::int64_t value) { add(static_cast<std::size_t>(value)); }
   void add(std::uint16_t value) { add(static_cast<std::size_t>(value)); }

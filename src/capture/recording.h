@@ -13,9 +13,9 @@
 
 namespace tapeloop {
 
-/// The stored form of one captured sequence. Row i of the nine columns is the i-th event. Columns
-/// of a stored record may differ in length; a reader of row i checks i against each column it
-/// reads.
+/// The stored form of one captured sequence. Row i of the nine columns is the i-th event. In a
+/// stored record the columns may differ in length: whoever reads row i checks i against each column
+/// that is read.
 struct Recording {
   std::string title;
   Uuid uniqueID;
@@ -29,7 +29,7 @@ struct Recording {
   std::vector<std::string> modifierArray;     ///< ".shift.command"; "" but for key events.
   std::vector<std::int64_t> clickCountArray;  ///< 0 but for button events.
 
-  /// The row rule. An event of a kind that recordings do not hold adds nothing.
+  /// Adds a row; none for an event that is of no kind of `eventKinds`.
   void append(const InputEvent& event);
   friend bool operator==(const Recording&, const Recording&) = default;
 };
@@ -39,8 +39,7 @@ struct RecordingMember {
   std::string_view name;
   T Recording::*place;
 };
-/// The members of a record in the order in which they are stored and hashed, under their stored
-/// names.
+/// The members of a record with their stored names, in the order in which they are stored.
 inline constexpr std::tuple recordingMembers{
     RecordingMember{"title", &Recording::title},
     RecordingMember{"uniqueID", &Recording::uniqueID},
@@ -61,7 +60,7 @@ void forEachMember(Record& recording, Visit visit) {
              recordingMembers);
 }
 
-/// A record of `events`, titled "New Recording", with an identity of its own.
+/// A record of `events`, titled "New Recording", with a new identity.
 Recording makeRecording(const std::vector<InputEvent>& events);
 
 }  // namespace tapeloop

@@ -13,12 +13,13 @@ namespace {
 constexpr std::size_t memberCount = std::tuple_size_v<decltype(recordingMembers)>;
 constexpr unsigned allMembers = (1U << memberCount) - 1;
 
-/// Where the value of the member that is being read goes. Empty for a member with an unknown name.
+/// The member that is being read. Empty if its name is unknown.
 using Target =
     std::variant<std::monostate, std::string*, Uuid*, std::vector<std::string>*,
                  std::vector<double>*, std::vector<std::uint16_t>*, std::vector<std::int64_t>*>;
 
-// Each of these has an overload for what can take such a value, and one for everything else.
+// Overloads for the members that can have such a value, and one for all others, which returns
+// false.
 
 template <typename T>
 bool appendNumber(std::vector<T>* column, std::string_view written) {
@@ -70,14 +71,14 @@ std::size_t columnSize(auto) {
   return 0;
 }
 
-/// The handler of a `JsonReader`: fills one record, or goes through a list and notes where each
-/// record stands. What a member with an unknown name holds is skipped, whatever it is.
+/// The handler of a `JsonReader`: reads one record, or goes through a list and collects the places
+/// of its records. The value of a member with an unknown name is skipped.
 class Decoder {
  public:
   /// For a single record.
   Decoder() = default;
-  /// For a list, of which only the places of the records are kept: the records are read one after
-  /// the other into the same memory. `scanner` goes through `text`.
+  /// For a list. Only the places are kept: all records are read into the same memory, to validate
+  /// them. `scanner` is the reader's, over `text`.
   Decoder(std::vector<RecordingSpan>& spans, std::string_view text, const JsonScanner& scanner)
       : spans_(&spans), scanner_(&scanner), indexed_(text), place_(Place::beforeList) {}
 
@@ -146,7 +147,7 @@ class Decoder {
     }
     if (place_ != Place::member || isUnknown()) return beginSkipped();
     place_ = Place::column;
-    // The other columns of a sound record have as many rows as the first.
+    // Normally all columns of a record have the same length.
     return std::visit([this](auto column) { return startColumn(column, longestColumn_); }, target_);
   }
 
@@ -185,14 +186,14 @@ class Decoder {
       span().isCanonical &= value == record_.uniqueID.text();
       return;
     }
-    // Between the name and the value there is nothing but a colon and blanks.
+    // Only a colon and blanks can be between the name and the value.
     const std::size_t end = scanner_->position();
     const std::size_t start = indexed_.find('"', keyEnd_);
     span().titleOffset = start - span().offset;
     span().titleLength = end - start;
   }
 
-  // The encoder writes no blank but in the title, where it does not escape it.
+  // The encoder writes blanks only inside the title, and never as an escape.
   void endSpan() {
     RecordingSpan& ended = span();
     ended.length = scanner_->position() + 1 - ended.offset;
@@ -213,7 +214,7 @@ class Decoder {
     return true;
   }
 
-  /// A scalar is valid inside of, or as the whole of, a member with an unknown name.
+  /// Skipped are the value of a member with an unknown name and everything inside of it.
   bool skipScalar() {
     if (skippedDepth_ > 0) return true;
     return place_ == Place::member && isUnknown() && endMember();
@@ -228,17 +229,17 @@ class Decoder {
   bool endSkipped() { return --skippedDepth_ > 0 || endMember(); }
 
   Recording record_;
-  std::vector<RecordingSpan>* spans_ = nullptr;  // of a list; null for a single record
+  std::vector<RecordingSpan>* spans_ = nullptr;  // null for a single record
   const JsonScanner* scanner_ = nullptr;         // set with `spans_`, as the next three
   std::string_view indexed_;
-  std::size_t keyEnd_ = 0;      // position behind the latest name
-  std::size_t nextMember_ = 0;  // the one that the encoder would write next
+  std::size_t keyEnd_ = 0;      // end of the latest name
+  std::size_t nextMember_ = 0;  // index of the member that the encoder would write next
   Place place_ = Place::beforeRecord;
   Target target_;
   std::size_t member_ = 0;         // index of the member that `target_` is
-  unsigned seen_ = 0;              // a bit for each member of the record
+  unsigned seen_ = 0;              // a bit for each member that was read
   std::size_t skippedDepth_ = 0;   // open arrays and objects of an unknown member
-  std::size_t longestColumn_ = 0;  // rows, of the record that is being read
+  std::size_t longestColumn_ = 0;  // rows, in this record
 };
 
 }  // namespace

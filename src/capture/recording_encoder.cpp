@@ -1,21 +1,21 @@
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <utility>
 
 #include "capture/json_reader.h"
 #include "capture/recording_json.h"
+#include "platform/number_text.h"
 
 namespace tapeloop {
 namespace {
 
-// About what a row of a pointer move takes; room that is not used is never touched.
+// About what the row of a pointer move takes. Reserved memory that is not used costs nothing.
 constexpr std::size_t bytesPerRow = 64;
-// Below this every integral double is written without an exponent, by the faster way.
+// Integral doubles below this are written without an exponent, which is faster as integers.
 constexpr double plainIntegers = 1e15;
 
-/// Appends values to a text. Once one of them could not be written `valid` stays false.
+/// Appends values to a text. The result is empty if any of them could not be written.
 class Encoder {
  public:
   void record(const Recording& recording) {
@@ -71,10 +71,7 @@ class Encoder {
   void value(const std::string& string) { value(std::string_view(string)); }
   void value(const Uuid& uuid) { value(uuid.text()); }
 
-  void value(std::integral auto number) {
-    char digits[24];
-    text_.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
-  }
+  void value(std::integral auto number) { text_ += NumberText(number); }
 
   void value(double number) {
     const bool isPlain = std::abs(number) < plainIntegers && number == std::trunc(number);
@@ -83,8 +80,7 @@ class Encoder {
       return;
     }
     valid_ = valid_ && std::isfinite(number);
-    char digits[32];
-    text_.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+    text_ += NumberText(number);
   }
 
   void escape(unsigned char byte) {

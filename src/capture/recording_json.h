@@ -10,9 +10,9 @@
 
 namespace tapeloop {
 
-// The JSON form of recordings: compact UTF-8 text. Floats come back bit for bit.
+// The JSON form of recordings: compact UTF-8 text. Floats are read back with the same bits.
 
-/// Nothing when a float is not finite or a text is not UTF-8: JSON can't carry those.
+/// Nothing if a float is not finite or a text is not UTF-8: JSON can't represent those.
 std::optional<std::string> encodeRecording(const Recording& recording);
 
 /// Nothing unless all of `text` is JSON in UTF-8 and the record has all of its members, each of its
@@ -22,13 +22,13 @@ std::optional<std::string> encodeRecording(const Recording& recording);
 /// unknown member numbers have no limits. Column lengths are not compared.
 std::optional<Recording> decodeRecording(std::string_view text);
 
-/// Where one record of a list stands in its text.
+/// The place of one record in the text of a list.
 struct RecordingSpan {
   std::string title;
   Uuid uniqueID;
   std::size_t offset = 0;
   std::size_t length = 0;
-  std::size_t titleOffset = 0;  ///< Within the record, of the title in its quotation marks.
+  std::size_t titleOffset = 0;  ///< In the record; of the title with its quotation marks.
   std::size_t titleLength = 0;
   /// The text of the record is what the encoder would write for it.
   bool isCanonical = false;

@@ -5,7 +5,7 @@
 namespace tapeloop {
 namespace {
 
-/// What stands before the title in a record that the encoder wrote.
+/// The text before the title in a record that the encoder wrote.
 constexpr std::string_view recordStart = "{\"title\":";
 
 }  // namespace
@@ -40,7 +40,7 @@ bool RecordingList::append(const Recording& recording) {
   if (!record || !title) return false;
   text_.pop_back();
   if (!spans_.empty()) text_ += ',';
-  // Room to the byte: the doubling of strings would take as much again as the list is long.
+  // Exactly as much as is needed: growing by itself, the string might double its memory.
   text_.reserve(text_.size() + record->size() + 1);
   RecordingSpan& span = spans_.emplace_back();
   span.title = recording.title;
@@ -70,7 +70,7 @@ bool RecordingList::rename(std::size_t index, std::string_view title) {
 
 void RecordingList::remove(std::size_t index) {
   const RecordingSpan& span = spans_[index];
-  // With the comma behind it or, of the last record, the one before it.
+  // Including the comma after it or, for the last record, the one before it.
   const bool isLast = index + 1 == spans_.size();
   const std::size_t offset = isLast && index > 0 ? span.offset - 1 : span.offset;
   const std::size_t length = span.length + (spans_.size() > 1 ? 1 : 0);
@@ -93,7 +93,7 @@ std::string RecordingList::canonicalText() const {
   text.reserve(text_.size());
   for (std::size_t i = 0; i < size(); ++i) {
     if (i > 0) text += ',';
-    // Whatever was read can be written.
+    // Encoding does not fail for a record that was decoded.
     if (const auto again = spans_[i].isCanonical ? std::nullopt : encodeRecording(recording(i))) {
       text += *again;
     } else {

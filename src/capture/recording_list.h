@@ -11,15 +11,15 @@
 
 namespace tapeloop {
 
-/// Saved recordings as the one JSON text that is stored, with an index of it. A list of many
-/// megabytes is in memory once: a record is read from the text when it is asked for, and a change
-/// touches the text where it stands.
+/// The saved recordings as the JSON text that is stored, with an index of it. A list may have many
+/// megabytes and is in memory only once: a record is decoded when it is asked for, and changes are
+/// made in the text.
 class RecordingList {
  public:
   /// An empty one.
   RecordingList();
-  /// Nothing if `text` is not a list of valid records. What other writers left in it beside the
-  /// records' own members is dropped.
+  /// Nothing if `text` is not a list of valid records. Unknown members are dropped, and the text is
+  /// brought into the form that the encoder writes.
   static std::optional<RecordingList> parse(std::string text);
 
   /// Compact JSON.
@@ -31,7 +31,7 @@ class RecordingList {
   [[nodiscard]] std::string_view recordText(std::size_t index) const;
   [[nodiscard]] Recording recording(std::size_t index) const;
 
-  // Nothing changes if these return false: JSON can't carry what they were given.
+  // These return false and change nothing if JSON can't represent what they were given.
   [[nodiscard]] bool append(const Recording& recording);
   [[nodiscard]] bool rename(std::size_t index, std::string_view title);
 
@@ -40,7 +40,7 @@ class RecordingList {
  private:
   [[nodiscard]] bool isCanonical() const;
   [[nodiscard]] std::string canonicalText() const;
-  /// The records from `index` on have moved.
+  /// Adjusts the places of the records from `index` on.
   void shift(std::size_t index, std::ptrdiff_t distance);
 
   std::string text_;

@@ -1,18 +1,42 @@
 #include "hotkeys/hot_key.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <utility>
 
 namespace tapeloop {
-namespace {
 
-std::uint32_t signature() {
-  static const std::uint32_t value = fourCharCode("JWHk");
-  return value;
+HotKeyRegistrar::~HotKeyRegistrar() {
+  if (installed_) service_.RemoveEventHandler(*installed_);
 }
 
-}  // namespace
+std::optional<EventHotKeyRef> HotKeyRegistrar::add(std::uint32_t keyCode, std::uint32_t modifiers,
+                                                   std::uint32_t id, HotKeyClaim claim) {
+  constexpr std::array<EventTypeSpec, 2> types{
+      {{kEventClassKeyboard, kEventHotKeyPressed}, {kEventClassKeyboard, kEventHotKeyReleased}}};
+  const auto target = service_.GetEventDispatcherTarget();
+  if (!target) return std::nullopt;
+  std::optional<EventHotKeyRef> hotKey;
+  const OSStatus status =
+      service_.RegisterEventHotKey(keyCode, modifiers, {signature_, id}, *target, 0, claim, hotKey);
+  if (status != noErr || !hotKey) return std::nullopt;
+  if (!installed_) {
+    service_.InstallEventHandler(
+        *target, [this](const HotKeyEvent* event) { return handle(event); }, types, installed_);
+  }
+  return hotKey;
+}
+
+OSStatus HotKeyRegistrar::handle(const HotKeyEvent* event) {
+  if (event == nullptr) return eventNotHandledErr;
+  EventHotKeyID id;
+  const OSStatus status =
+      HotKeyService::GetEventParameter(*event, kEventParamDirectObject, typeEventHotKeyID, id);
+  if (status != noErr) return status;
+  if (id.signature != signature_) return eventNotHandledErr;
+  return handler_(id.id, HotKeyService::GetEventKind(*event));
+}
 
 std::shared_ptr<HotKey> HotKey::create(HotKeysController& controller, KeyCombo combo,
                                        Handler keyDown, Handler keyUp) {
@@ -23,81 +47,68 @@ std::shared_ptr<HotKey> HotKey::create(HotKeysController& controller, KeyCombo c
 }
 
 HotKey::HotKey(HotKeysController& controller, KeyCombo combo, Handler keyDown, Handler keyUp)
-    : controller_(controller.link()),
+    : controller_(controller),
       identifier_(Uuid::random()),
       keyCombo_(combo),
       keyDownHandler_(std::move(keyDown)),
       keyUpHandler_(std::move(keyUp)) {}
 
 HotKey::~HotKey() {
-  if (const auto controller = controller_.lock()) controller->unregisterHotKey(*this);
+  controller_.unregisterHotKey(*this);
 }
 
 void HotKey::setKeyDownHandler(Handler handler) {
   keyDownHandler_ = std::move(handler);
-  renewClaim();
+  controller_.renewClaim(*this);
 }
 
 void HotKey::setKeyUpHandler(Handler handler) {
   keyUpHandler_ = std::move(handler);
-  renewClaim();
+  controller_.renewClaim(*this);
 }
 
 void HotKey::setIsPaused(bool paused) {
   isPaused_ = paused;
-  const auto controller = controller_.lock();
-  if (!controller) return;
   if (paused) {
-    controller->unregisterHotKey(*this);
+    controller_.unregisterHotKey(*this);
   } else {
-    controller->registerHotKey(shared_from_this());
+    controller_.registerHotKey(shared_from_this());
   }
 }
 
 void HotKey::setClaim(HotKeyClaim claim) {
   claim_ = claim;
-  renewClaim();
-}
-
-void HotKey::renewClaim() {
-  if (const auto controller = controller_.lock()) controller->renewClaim(*this);
+  controller_.renewClaim(*this);
 }
 
 HotKeyClaim HotKey::claim() const {
   return keyDownHandler_ || keyUpHandler_ ? claim_ : HotKeyClaim::observe;
 }
 
+HotKeysController::HotKeysController(HotKeyService& service)
+    : registrar_(service, fourCharCode("JWHk"),
+                 [this](std::uint32_t id, std::uint32_t kind) { return handle(id, kind); }) {}
+
 HotKeysController::~HotKeysController() {
   for (const auto& [id, box] : boxes_) {
-    if (box.carbonEventHotKey) service_.UnregisterEventHotKey(*box.carbonEventHotKey);
+    if (box.carbonEventHotKey) registrar_.remove(*box.carbonEventHotKey);
   }
-  if (handler_) service_.RemoveEventHandler(*handler_);
 }
 
 void HotKeysController::registerHotKey(const std::shared_ptr<HotKey>& hotKey) {
   if (find(*hotKey) != boxes_.end()) return;
   if (count_ == std::numeric_limits<std::uint32_t>::max()) return;
   const std::uint32_t id = ++count_;
-  HotKeyBox& box = boxes_[id];
-  box = {hotKey->identifier(), hotKey, id, std::nullopt};
-
-  const auto target = service_.GetEventDispatcherTarget();
-  if (!target) return;
   const KeyCombo& combo = hotKey->keyCombo();
-  std::optional<EventHotKeyRef> reference;
-  const OSStatus status =
-      service_.RegisterEventHotKey(combo.carbonKeyCode, combo.carbonModifiers, {signature(), id},
-                                   *target, 0, hotKey->claim(), reference);
-  if (status != noErr || !reference) return;
-  box.carbonEventHotKey = reference;
-  if (!handler_) installHandler(*target);
+  boxes_[id] = {hotKey->identifier(), hotKey, id,
+                registrar_.add(combo.carbonKeyCode, combo.carbonModifiers, id, hotKey->claim())};
 }
 
 void HotKeysController::unregisterHotKey(const HotKey& hotKey) {
   const auto found = find(hotKey);
   if (found == boxes_.end()) return;
   if (found->second.carbonEventHotKey) {
-    service_.UnregisterEventHotKey(*found->second.carbonEventHotKey);
+    registrar_.remove(*found->second.carbonEventHotKey);
   }
   boxes_.erase(found);
 }
@@ -105,7 +116,7 @@ void HotKeysController::unregisterHotKey(const HotKey& hotKey) {
 void HotKeysController::renewClaim(const HotKey& hotKey) {
   const auto found = find(hotKey);
   if (found == boxes_.end() || !found->second.carbonEventHotKey) return;
-  service_.setClaim(*found->second.carbonEventHotKey, hotKey.claim());
+  registrar_.service().setClaim(*found->second.carbonEventHotKey, hotKey.claim());
 }
 
 std::map<std::uint32_t, HotKeyBox>::iterator HotKeysController::find(const HotKey& hotKey) {
@@ -114,18 +125,8 @@ std::map<std::uint32_t, HotKeyBox>::iterator HotKeysController::find(const HotKe
   });
 }
 
-void HotKeysController::installHandler(EventTargetRef target) {
-  service_.InstallEventHandler(
-      target, [this](const HotKeyEvent* event) { return handle(event); }, hotKeyEventTypes,
-      handler_);
-}
-
-OSStatus HotKeysController::handle(const HotKeyEvent* event) {
-  if (event == nullptr) return eventNotHandledErr;
-  EventHotKeyID id;
-  if (const OSStatus status = readHotKeyID(*event, id); status != noErr) return status;
-  if (id.signature != signature()) return eventNotHandledErr;
-  const auto found = boxes_.find(id.id);
+OSStatus HotKeysController::handle(std::uint32_t id, std::uint32_t kind) {
+  const auto found = boxes_.find(id);
   if (found == boxes_.end()) return eventNotHandledErr;
   const auto hotKey = found->second.hotKey.lock();
   if (!hotKey) {
@@ -133,17 +134,10 @@ OSStatus HotKeysController::handle(const HotKeyEvent* event) {
     return eventNotHandledErr;
   }
   if (hotKey->isPaused()) return eventNotHandledErr;
-  HotKey::Handler handler;
-  switch (HotKeyService::GetEventKind(*event)) {
-    case kEventHotKeyPressed:
-      handler = hotKey->keyDownHandler();
-      break;
-    case kEventHotKeyReleased:
-      handler = hotKey->keyUpHandler();
-      break;
-    default:
-      break;
-  }
+  // A copy: it may destroy its hotkey.
+  const HotKey::Handler handler = kind == kEventHotKeyPressed    ? hotKey->keyDownHandler()
+                                  : kind == kEventHotKeyReleased ? hotKey->keyUpHandler()
+                                                                 : nullptr;
   if (!handler) return eventNotHandledErr;
   handler();
   return noErr;

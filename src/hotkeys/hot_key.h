@@ -1,11 +1,11 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "hotkeys/key_combo.h"
 #include "platform/hotkey_service.h"
@@ -13,24 +13,44 @@
 
 namespace tapeloop {
 
-/// What both layers of hotkeys listen to.
-inline constexpr std::array<EventTypeSpec, 2> hotKeyEventTypes{
-    {{kEventClassKeyboard, kEventHotKeyPressed}, {kEventClassKeyboard, kEventHotKeyReleased}}};
+/// What both kinds of hotkeys share: `HotKey` and the named shortcuts. Registers combinations with
+/// the service under one signature, and gets the presses and releases of these alone.
+class HotKeyRegistrar {
+ public:
+  /// `id` is the one of the registration, `kind` that of the event. Returns `noErr` if it consumed
+  /// the event.
+  using Handler = std::function<OSStatus(std::uint32_t id, std::uint32_t kind)>;
 
-/// Which registration the event is about.
-inline OSStatus readHotKeyID(const HotKeyEvent& event, EventHotKeyID& id) {
-  return HotKeyService::GetEventParameter(event, kEventParamDirectObject, typeEventHotKeyID, id);
-}
+  HotKeyRegistrar(HotKeyService& service, std::uint32_t signature, Handler handler)
+      : service_(service), signature_(signature), handler_(std::move(handler)) {}
+  HotKeyRegistrar(const HotKeyRegistrar&) = delete;
+  HotKeyRegistrar& operator=(const HotKeyRegistrar&) = delete;
+  ~HotKeyRegistrar();
+
+  /// Nothing if the service refuses.
+  std::optional<EventHotKeyRef> add(std::uint32_t keyCode, std::uint32_t modifiers,
+                                    std::uint32_t id, HotKeyClaim claim);
+  void remove(EventHotKeyRef hotKey) { service_.UnregisterEventHotKey(hotKey); }
+  [[nodiscard]] HotKeyService& service() { return service_; }
+
+ private:
+  OSStatus handle(const HotKeyEvent* event);
+
+  HotKeyService& service_;
+  const std::uint32_t signature_;
+  const Handler handler_;
+  std::optional<EventHandlerRef> installed_;  // from the first registration on
+};
 
 class HotKeysController;
 
-/// A combination of keys that acts whichever application has the focus, for as long as this lives.
-/// Main thread only.
+/// A combination of keys that acts whichever application has the focus. It is registered during the
+/// lifetime of the object.
 class HotKey : public std::enable_shared_from_this<HotKey> {
  public:
   using Handler = std::function<void()>;
 
-  /// Registers it at once. A hotkey that outlives `controller` does nothing any more.
+  /// Also registers it.
   static std::shared_ptr<HotKey> create(HotKeysController& controller, KeyCombo combo,
                                         Handler keyDown = {}, Handler keyUp = {});
   HotKey(const HotKey&) = delete;
@@ -46,18 +66,17 @@ class HotKey : public std::enable_shared_from_this<HotKey> {
   void setKeyUpHandler(Handler handler);
 
   [[nodiscard]] bool isPaused() const { return isPaused_; }
-  /// While paused it is not registered.
+  /// While paused it is not registered. The program pauses none: it changes claims instead.
   void setIsPaused(bool paused);
 
-  /// `take` from the start. A hotkey without a handler takes nothing from anyone in any case.
+  /// Initially `take`. While there is no handler it counts as `observe`.
   void setClaim(HotKeyClaim claim);
   [[nodiscard]] HotKeyClaim claim() const;
 
  private:
   HotKey(HotKeysController& controller, KeyCombo combo, Handler keyDown, Handler keyUp);
-  void renewClaim();
 
-  const std::weak_ptr<HotKeysController> controller_;
+  HotKeysController& controller_;
   const Uuid identifier_;
   const KeyCombo keyCombo_;
   Handler keyDownHandler_;
@@ -66,44 +85,35 @@ class HotKey : public std::enable_shared_from_this<HotKey> {
   HotKeyClaim claim_ = HotKeyClaim::take;
 };
 
-/// One entry of the registry. It does not keep its hotkey alive.
+/// One entry of the registry. Does not keep its hotkey alive.
 struct HotKeyBox {
   Uuid identifier;
   std::weak_ptr<HotKey> hotKey;
   std::uint32_t carbonHotKeyID = 0;
-  std::optional<EventHotKeyRef> carbonEventHotKey;  ///< None if the platform refused.
+  std::optional<EventHotKeyRef> carbonEventHotKey;  ///< Empty if the platform refused.
 };
 
-/// The registry of hotkeys: one for each hotkey service. Main thread only.
+/// The registry of hotkeys: one for each hotkey service.
 class HotKeysController {
  public:
-  /// `service` outlives the controller.
-  explicit HotKeysController(HotKeyService& service) : service_(service) {}
+  explicit HotKeysController(HotKeyService& service);
   HotKeysController(const HotKeysController&) = delete;
   HotKeysController& operator=(const HotKeysController&) = delete;
   ~HotKeysController();
 
-  /// Empty once the controller is gone. Keeps nothing alive.
-  [[nodiscard]] std::weak_ptr<HotKeysController> link() const { return self_; }
-
-  /// Twice is once.
+  /// No effect if it is registered already.
   void registerHotKey(const std::shared_ptr<HotKey>& hotKey);
   void unregisterHotKey(const HotKey& hotKey);
-  /// The hotkey's claim may have changed.
+  /// To be called when the hotkey's claim may have changed.
   void renewClaim(const HotKey& hotKey);
-
-  [[nodiscard]] const std::map<std::uint32_t, HotKeyBox>& boxes() const { return boxes_; }
 
  private:
   [[nodiscard]] std::map<std::uint32_t, HotKeyBox>::iterator find(const HotKey& hotKey);
-  void installHandler(EventTargetRef target);
-  OSStatus handle(const HotKeyEvent* event);
+  OSStatus handle(std::uint32_t id, std::uint32_t kind);
 
-  HotKeyService& service_;
+  HotKeyRegistrar registrar_;
   std::map<std::uint32_t, HotKeyBox> boxes_;  // by registration id
   std::uint32_t count_ = 0;                   // the latest registration id
-  std::optional<EventHandlerRef> handler_;
-  const std::shared_ptr<HotKeysController> self_{this, [](HotKeysController*) {}};
 };
 
 }  // namespace tapeloop

@@ -9,7 +9,7 @@
 
 namespace tapeloop {
 
-/// The keys that a hotkey can name, by their places on an ANSI keyboard.
+/// Keys by their places on an ANSI keyboard, whatever they write.
 enum class Key : std::uint8_t {
   // clang-format off
   a, b, c, d, e, f, g, h, i, j, k, l, m, n, o, p, q, r, s, t, u, v, w, x, y, z,
@@ -27,32 +27,29 @@ enum class Key : std::uint8_t {
   // clang-format on
 };
 
-/// The virtual key code of the key's place.
-[[nodiscard]] std::uint32_t keyCodeOf(Key key);
-/// Nothing for a code that belongs to no key.
+/// The virtual key code of the key.
+[[nodiscard]] std::uint32_t virtualKey(Key key);
+/// Nothing if no key has this code.
 [[nodiscard]] std::optional<Key> keyWithCode(std::uint32_t keyCode);
-/// What is printed on the key, UTF-8. Lives for ever.
+/// The label of the key, UTF-8.
 [[nodiscard]] std::string_view displayText(Key key);
+/// How shortcuts show a key that writes nothing visible, such as "F5". Empty for other keys, which
+/// are shown as what they write in the current layout.
+[[nodiscard]] std::string_view nameInAnyLayout(Key key);
 /// One of the keys F1 to F20.
 [[nodiscard]] constexpr bool isFunctionKey(Key key) {
   return key >= Key::f1 && key <= Key::f20;
 }
 
-// Modifier bits are the hotkey service's (`cmdKey` and the like), modifier flags those of events
-// (`modifier_flag`). Caps lock and function have a flag and no bit.
-
-/// What has no bit is left out.
-[[nodiscard]] std::uint32_t modifierBits(std::uint64_t flags);
-/// Other bits are ignored.
-[[nodiscard]] std::uint64_t modifierFlags(std::uint64_t bits);
-/// The glyphs of control, option, shift and command, in this order, UTF-8.
+/// The glyphs of the modifiers in `flags`, UTF-8.
 [[nodiscard]] std::string modifierGlyphs(std::uint64_t flags);
 
-/// A value of the dictionary form, as far as it matters here: an integer, or something else.
+// The dictionary form of a combination, for code that stores one in a property list. The program
+// itself stores only named shortcuts, as JSON.
 using DictionaryValue = std::variant<std::int64_t, bool, double, std::string>;
 using Dictionary = std::map<std::string, DictionaryValue>;
 
-/// A key with modifiers, as the hotkey service takes them.
+/// A key with modifiers, in the numbers of the hotkey service.
 struct KeyCombo {
   std::uint32_t carbonKeyCode = 0;
   std::uint32_t carbonModifiers = 0;  ///< Modifier bits.
@@ -60,18 +57,18 @@ struct KeyCombo {
   KeyCombo() = default;
   KeyCombo(std::uint32_t keyCode, std::uint32_t modifierBits)
       : carbonKeyCode(keyCode), carbonModifiers(modifierBits) {}
-  KeyCombo(Key key, std::uint64_t modifierFlags);
-  /// Nothing unless "keyCode" and "modifiers" are both there and are integers of 32 bits.
+  KeyCombo(Key key, std::uint64_t flags);
+  /// Nothing unless "keyCode" and "modifiers" are both present and unsigned integers of 32 bits.
   static std::optional<KeyCombo> fromDictionary(const Dictionary& dictionary);
 
   [[nodiscard]] std::optional<Key> key() const { return keyWithCode(carbonKeyCode); }
-  void setKey(std::optional<Key> key) { carbonKeyCode = key ? keyCodeOf(*key) : 0; }
+  void setKey(std::optional<Key> key) { carbonKeyCode = key ? virtualKey(*key) : 0; }
   /// Modifier flags.
   [[nodiscard]] std::uint64_t modifiers() const;
-  void setModifiers(std::uint64_t modifierFlags);
+  void setModifiers(std::uint64_t flags);
 
   [[nodiscard]] Dictionary dictionary() const;
-  /// The modifiers alone when the code belongs to no key. UTF-8.
+  /// UTF-8. The modifiers alone if no key has the code.
   [[nodiscard]] std::string displayText() const;
 
   friend bool operator==(const KeyCombo&, const KeyCombo&) = default;

@@ -4,17 +4,8 @@
 #include <limits>
 #include <utility>
 
-#include "hotkeys/hot_key.h"
-
 namespace tapeloop {
 namespace {
-
-constexpr std::uint32_t signature = fourCharCode("JWKS");
-
-std::optional<std::uint32_t> toUnsigned(std::int64_t value) {
-  if (value < 0 || value > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
-  return static_cast<std::uint32_t>(value);
-}
 
 std::string storeKey(std::string_view rawValue) {
   return "KeyboardShortcuts_" + std::string(rawValue);
@@ -22,65 +13,52 @@ std::string storeKey(std::string_view rawValue) {
 
 }  // namespace
 
+CarbonKeyboardShortcuts::CarbonKeyboardShortcuts(HotKeyService& service)
+    : registrar_(service, fourCharCode("JWKS"),
+                 [this](std::uint32_t id, std::uint32_t kind) { return handle(id, kind); }) {}
+
 CarbonKeyboardShortcuts::~CarbonKeyboardShortcuts() {
-  for (const auto& [id, each] : registrations_) service_.UnregisterEventHotKey(each.carbonHotKey);
-  if (handler_) service_.RemoveEventHandler(*handler_);
+  for (const auto& [id, each] : registrations_) registrar_.remove(each.carbonHotKey);
 }
 
-void CarbonKeyboardShortcuts::registerShortcut(const Shortcut& shortcut, HotKeyClaim claim,
-                                               Action onKeyDown, Action onKeyUp) {
+void CarbonKeyboardShortcuts::registerShortcut(const Shortcut& shortcut, Action onKeyDown,
+                                               Action onKeyUp) {
   if (count_ == std::numeric_limits<std::int64_t>::max()) return;
   ++count_;
-  const auto keyCode = toUnsigned(shortcut.carbonKeyCode);
-  const auto modifiers = toUnsigned(shortcut.carbonModifiers);
-  const auto id = toUnsigned(count_);
-  const auto target = service_.GetEventDispatcherTarget();
-  if (!keyCode || !modifiers || !id || !target) return;
-
-  std::optional<EventHotKeyRef> reference;
-  const OSStatus status = service_.RegisterEventHotKey(*keyCode, *modifiers, {signature, *id},
-                                                       *target, 0, claim, reference);
-  if (status != noErr || !reference) return;
-  registrations_[count_] = {shortcut, count_, *reference, std::move(onKeyDown), std::move(onKeyUp)};
-  if (handler_) return;
-  service_.InstallEventHandler(
-      *target, [this](const HotKeyEvent* event) { return handle(event); }, hotKeyEventTypes,
-      handler_);
+  for (const std::int64_t number : {shortcut.carbonKeyCode, shortcut.carbonModifiers, count_}) {
+    if (!std::in_range<std::uint32_t>(number)) return;
+  }
+  const auto hotKey = registrar_.add(static_cast<std::uint32_t>(shortcut.carbonKeyCode),
+                                     static_cast<std::uint32_t>(shortcut.carbonModifiers),
+                                     static_cast<std::uint32_t>(count_), HotKeyClaim::observe);
+  if (!hotKey) return;
+  registrations_[count_] = {shortcut, count_, *hotKey, std::move(onKeyDown), std::move(onKeyUp)};
 }
 
 void CarbonKeyboardShortcuts::unregisterShortcut(const Shortcut& shortcut) {
   std::erase_if(registrations_, [&](const auto& entry) {
     if (entry.second.shortcut != shortcut) return false;
-    service_.UnregisterEventHotKey(entry.second.carbonHotKey);
+    registrar_.remove(entry.second.carbonHotKey);
     return true;
   });
 }
 
 void CarbonKeyboardShortcuts::setClaim(const Shortcut& shortcut, HotKeyClaim claim) {
   for (const auto& [id, each] : registrations_) {
-    if (each.shortcut == shortcut) service_.setClaim(each.carbonHotKey, claim);
+    if (each.shortcut == shortcut) registrar_.service().setClaim(each.carbonHotKey, claim);
   }
 }
 
-OSStatus CarbonKeyboardShortcuts::handle(const HotKeyEvent* event) {
-  if (event == nullptr) return eventNotHandledErr;
-  EventHotKeyID id;
-  if (const OSStatus status = readHotKeyID(*event, id); status != noErr) return status;
-  if (id.signature != signature) return eventNotHandledErr;
-  const auto found = registrations_.find(id.id);
+OSStatus CarbonKeyboardShortcuts::handle(std::uint32_t id, std::uint32_t kind) {
+  const auto found = registrations_.find(id);
   if (found == registrations_.end()) return eventNotHandledErr;
-  // The action may unregister it.
+  if (kind != kEventHotKeyPressed && kind != kEventHotKeyReleased) return eventNotHandledErr;
+  // A copy: the action may unregister it.
   const Registration registration = found->second;
-  switch (HotKeyService::GetEventKind(*event)) {
-    case kEventHotKeyPressed:
-      registration.onKeyDown(registration.shortcut);
-      return noErr;
-    case kEventHotKeyReleased:
-      registration.onKeyUp(registration.shortcut);
-      return noErr;
-    default:
-      return eventNotHandledErr;
-  }
+  const Action& action =
+      kind == kEventHotKeyPressed ? registration.onKeyDown : registration.onKeyUp;
+  action(registration.shortcut);
+  return noErr;
 }
 
 Name KeyboardShortcuts::name(std::string rawValue, std::optional<Shortcut> defaultShortcut) {
@@ -103,9 +81,9 @@ void KeyboardShortcuts::setShortcut(const Name& name, const std::optional<Shortc
   const auto old = this->shortcut(name);
   if (!shortcut && !old) return;
   if (old) unregister(*old);
-  if (shortcut) registerIfNew(*shortcut, &name);
+  if (shortcut) registerIfNew(*shortcut);
   write(name, shortcut ? DefaultsValue(toJson(*shortcut)) : DefaultsValue(false));
-  // Another slot may hold what this one held.
+  // Another slot may have the same combination.
   if (old && isActedOn(*old)) registerIfNew(*old);
   renewClaims();
   notify(name);
@@ -131,16 +109,16 @@ void KeyboardShortcuts::beginPause() {
 }
 
 void KeyboardShortcuts::endPause() {
-  // What was typed during the pause belongs to it.
+  // So that keys pressed during the pause, but reported late, still count as pressed during it.
   registrar_.catchUp();
   --pauses_;
   renewClaims();
 }
 
-void KeyboardShortcuts::registerIfNew(const Shortcut& shortcut, const Name* holder) {
+void KeyboardShortcuts::registerIfNew(const Shortcut& shortcut) {
   if (!registered_.insert(shortcut).second) return;
   registrar_.registerShortcut(
-      shortcut, claimOf(shortcut, holder), [this](const Shortcut& each) { pressed(each); },
+      shortcut, [this](const Shortcut& each) { pressed(each); },
       [this](const Shortcut& each) { released(each); });
 }
 
@@ -149,26 +127,20 @@ void KeyboardShortcuts::unregister(const Shortcut& shortcut) {
   registered_.erase(shortcut);
 }
 
-bool KeyboardShortcuts::isActedOn(const Shortcut& shortcut, const Name* holder) const {
-  const auto has = [&](const Actions& actions) {
-    return std::any_of(actions.begin(), actions.end(), [&](const auto& entry) {
-      const std::string& rawValue = entry.first;
-      return (holder != nullptr && holder->rawValue == rawValue) ||
-             shortcutIn(rawValue) == shortcut;
-    });
-  };
-  return has(keyDownActions_) || has(keyUpActions_);
-}
-
-HotKeyClaim KeyboardShortcuts::claimOf(const Shortcut& shortcut, const Name* holder) const {
-  return !isPaused() && isActedOn(shortcut, holder) ? HotKeyClaim::take : HotKeyClaim::observe;
+bool KeyboardShortcuts::isActedOn(const Shortcut& shortcut) const {
+  const auto holds = [&](const auto& entry) { return shortcutIn(entry.first) == shortcut; };
+  return std::ranges::any_of(keyDownActions_, holds) || std::ranges::any_of(keyUpActions_, holds);
 }
 
 void KeyboardShortcuts::renewClaims() {
-  for (const Shortcut& each : registered_) registrar_.setClaim(each, claimOf(each));
+  for (const Shortcut& each : registered_) {
+    const bool isTaken = !isPaused() && isActedOn(each);
+    registrar_.setClaim(each, isTaken ? HotKeyClaim::take : HotKeyClaim::observe);
+  }
 }
 
-// The pause may end while the keys are still down: with the combination that was typed.
+// The recorder ends its pause when it accepts a combination, while the keys are still down. Their
+// release must not run the action of the slot that was just set.
 void KeyboardShortcuts::pressed(const Shortcut& shortcut) {
   if (isPaused()) {
     typed_.insert(shortcut);
@@ -182,8 +154,8 @@ void KeyboardShortcuts::released(const Shortcut& shortcut) {
   if (typed_.erase(shortcut) == 0 && !isPaused()) dispatch(keyUpActions_, shortcut);
 }
 
-// An action may change slots and add actions: each slot counts with what it holds when its turn
-// comes, and actions that are added meanwhile wait for the next time. Names never leave a table.
+// An action may change slots and add actions. Each slot is read when its turn comes; actions added
+// meanwhile run from the next press or release on. Names are never removed from a table.
 void KeyboardShortcuts::dispatch(const Actions& actions, const Shortcut& shortcut) {
   std::vector<std::string> names;
   for (const auto& [rawValue, list] : actions) names.push_back(rawValue);

@@ -9,6 +9,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "hotkeys/hot_key.h"
 #include "hotkeys/shortcut.h"
 #include "platform/defaults_store.h"
 #include "platform/desktop_services.h"
@@ -17,25 +18,24 @@
 namespace tapeloop {
 
 /// Registers the combinations of named shortcuts with the hotkey service and hands on their presses
-/// and releases. Main thread only.
+/// and releases.
 class CarbonKeyboardShortcuts {
  public:
   using Action = std::function<void(const Shortcut&)>;
 
-  /// `service` outlives this.
-  explicit CarbonKeyboardShortcuts(HotKeyService& service) : service_(service) {}
+  explicit CarbonKeyboardShortcuts(HotKeyService& service);
   CarbonKeyboardShortcuts(const CarbonKeyboardShortcuts&) = delete;
   CarbonKeyboardShortcuts& operator=(const CarbonKeyboardShortcuts&) = delete;
   ~CarbonKeyboardShortcuts();
 
-  /// A shortcut that the service refuses is never pressed.
-  void registerShortcut(const Shortcut& shortcut, HotKeyClaim claim, Action onKeyDown,
-                        Action onKeyUp);
-  /// Every registration of these keys.
+  /// Takes the keys from nobody until `setClaim` says so. A shortcut that the service refuses is
+  /// never pressed.
+  void registerShortcut(const Shortcut& shortcut, Action onKeyDown, Action onKeyUp);
+  /// Removes every registration of this combination.
   void unregisterShortcut(const Shortcut& shortcut);
   void setClaim(const Shortcut& shortcut, HotKeyClaim claim);
-  /// Hands on what was typed until now.
-  void catchUp() { service_.catchUp(); }
+  /// Hands on the presses and releases that were made until now.
+  void catchUp() { registrar_.service().catchUp(); }
 
  private:
   struct Registration {
@@ -46,24 +46,23 @@ class CarbonKeyboardShortcuts {
     Action onKeyUp;
   };
 
-  OSStatus handle(const HotKeyEvent* event);
+  OSStatus handle(std::uint32_t id, std::uint32_t kind);
 
-  HotKeyService& service_;
+  HotKeyRegistrar registrar_;
   std::map<std::int64_t, Registration> registrations_;  // by registration id
   std::int64_t count_ = 0;                              // the latest registration id
-  std::optional<EventHandlerRef> handler_;
 };
 
-/// A slot that holds one combination, which the user chooses.
+/// A named slot for one combination, which the user chooses.
 struct Name {
   std::string rawValue;
   std::optional<Shortcut> defaultShortcut;
   friend bool operator==(const Name& a, const Name& b) { return a.rawValue == b.rawValue; }
 };
 
-/// The slots and what they start. The combination of a slot is registered with the hotkey service
-/// from when it is set, or from when it has an action. It takes its keys from other programs only
-/// while somebody acts on it. Main thread only.
+/// The slots and their actions. The combination of a slot is registered with the hotkey service
+/// as soon as it is set or has an action. It takes its keys from other programs only while it has
+/// an action and there is no pause.
 class KeyboardShortcuts {
  public:
   using Action = std::function<void()>;
@@ -71,25 +70,25 @@ class KeyboardShortcuts {
   static constexpr std::string_view didChange = "KeyboardShortcuts_shortcutByNameDidChange";
   static constexpr const char* changedSlot = "name";
 
-  /// What is handed in outlives this.
   KeyboardShortcuts(HotKeyService& service, DefaultsStore& store, NotificationCenter& notifications)
       : registrar_(service), store_(store), notifications_(notifications) {}
   KeyboardShortcuts(const KeyboardShortcuts&) = delete;
   KeyboardShortcuts& operator=(const KeyboardShortcuts&) = delete;
 
-  /// A default is stored in a slot that never held anything.
+  /// Stores the default unless the slot was ever set or cleared.
   Name name(std::string rawValue, std::optional<Shortcut> defaultShortcut = std::nullopt);
 
-  /// Nothing for a slot that is empty, was cleared or can't be read.
+  /// Nothing if the slot is empty, was cleared or can't be read.
   [[nodiscard]] std::optional<Shortcut> shortcut(const Name& name) const;
-  /// A value that the store refuses to write holds for this run all the same.
+  /// If the store refuses the value, it is in force until the program ends.
   void setShortcut(const Name& name, const std::optional<Shortcut>& shortcut);
 
-  // Actions stay for as long as this does; each addition of one counts.
+  // Actions can't be removed. One that is added twice runs twice. The program uses `onKeyUp` alone,
+  // so that playback does not begin while the user still holds the keys of the shortcut.
   void onKeyDown(const Name& name, Action action);
   void onKeyUp(const Name& name, Action action);
 
-  /// While paused no action runs, and no key is taken from anyone. Whoever begins a pause ends it.
+  /// While paused, no action runs and no keys are taken from other programs. Pauses are counted.
   void beginPause();
   void endPause();
   [[nodiscard]] bool isPaused() const { return pauses_ > 0; }
@@ -101,11 +100,9 @@ class KeyboardShortcuts {
   [[nodiscard]] std::optional<DefaultsValue> read(const std::string& rawValue) const;
   [[nodiscard]] std::optional<Shortcut> shortcutIn(const std::string& rawValue) const;
   void add(Actions& actions, const Name& name, Action action);
-  // `holder` is about to hold the shortcut.
-  void registerIfNew(const Shortcut& shortcut, const Name* holder = nullptr);
+  void registerIfNew(const Shortcut& shortcut);
   void unregister(const Shortcut& shortcut);
-  [[nodiscard]] bool isActedOn(const Shortcut& shortcut, const Name* holder = nullptr) const;
-  [[nodiscard]] HotKeyClaim claimOf(const Shortcut& shortcut, const Name* holder = nullptr) const;
+  [[nodiscard]] bool isActedOn(const Shortcut& shortcut) const;
   void renewClaims();
   void pressed(const Shortcut& shortcut);
   void released(const Shortcut& shortcut);
@@ -119,8 +116,9 @@ class KeyboardShortcuts {
   Actions keyDownActions_;
   Actions keyUpActions_;
   int pauses_ = 0;
-  std::unordered_set<Shortcut> typed_;  // went down during a pause: their release starts nothing
-  std::map<std::string, DefaultsValue, std::less<>> unstored_;  // by raw value
+  std::unordered_set<Shortcut> typed_;  // pressed during a pause: their release runs no action
+  std::map<std::string, DefaultsValue, std::less<>>
+      unstored_;  // refused by the store; by raw value
 };
 
 }  // namespace tapeloop

@@ -29,11 +29,8 @@ constexpr std::string_view placeOfArgument = "%@";
 constexpr EventMask monitoredEvents =
     maskOf(EventType::leftMouseUp) | maskOf(EventType::rightMouseUp) | maskOf(EventType::keyDown);
 
-// A click this near is meant for the control.
+// A click this close to the control counts as inside, in points.
 constexpr double boundsMargin = 3;
-
-constexpr std::uint64_t shortcutFlags =
-    modifier_flag::shift | modifier_flag::control | modifier_flag::option | modifier_flag::command;
 
 bool isNear(Point point, const Rect& bounds) {
   const double x = point.x - bounds.origin.x;
@@ -93,7 +90,7 @@ void RecorderCocoa::becomeFirstResponder() {
   eventMonitor_ = services_.localInput.addLocalMonitorForEventsMatchingMask(
       monitoredEvents, [this](const InputEvent& event) { return handle(event); });
   keyboardWanted_ = services_.localInput.onKeyboardWanted([this] { giveUpKeyboard(); });
-  giveUpKeyboardLater();
+  restartTimeout();
   isRecording.set(true);
 }
 
@@ -105,7 +102,7 @@ void RecorderCocoa::endRecording() {
   if (!isRecording.get()) return;
   if (eventMonitor_) services_.localInput.removeMonitor(*std::exchange(eventMonitor_, {}));
   keyboardWanted_.reset();
-  patienceOver_->invalidate();
+  timedOut_->invalidate();
   placeholderString.set(std::string(services_.texts.text("record_shortcut")));
   showCancelButtonIfText();
   services_.shortcuts.endPause();
@@ -119,7 +116,7 @@ void RecorderCocoa::cancelButtonPressed() {
     if (onChange_) onChange_(std::nullopt);
   }
   showCancelButtonIfText();
-  // The user can type another one at once.
+  // So that the user can type another one at once.
   focusRequested_(true);
 }
 
@@ -139,8 +136,9 @@ EventPass RecorderCocoa::handle(const InputEvent& event) {
 }
 
 EventPass RecorderCocoa::handleKey(const InputEvent& event) {
-  giveUpKeyboardLater();
-  const std::uint64_t flags = event.modifierFlags & shortcutFlags;
+  restartTimeout();
+  // Only the modifiers that a shortcut can have.
+  const std::uint64_t flags = modifierFlags(modifierBits(event.modifierFlags));
   const auto key = keyWithCode(event.keyCode);
   if (flags == 0 && key == Key::tab) {
     endRecording();
@@ -156,7 +154,7 @@ EventPass RecorderCocoa::handleKey(const InputEvent& event) {
   }
 
   const auto shortcut = shortcutOf(event);
-  // A hotkey is struck with exactly its modifiers, and it can't have these.
+  // A hotkey needs exactly its modifiers, and these can't be among them: it would never be pressed.
   const bool canBeStruck =
       (event.modifierFlags & (modifier_flag::function | modifier_flag::unnamed)) == 0;
   const bool isBare = (flags & ~modifier_flag::shift) == 0 && !(key && isFunctionKey(*key));
@@ -192,10 +190,10 @@ void RecorderCocoa::giveUpKeyboard() {
   focusRequested_(false);
 }
 
-void RecorderCocoa::giveUpKeyboardLater() {
-  if (patienceOver_) patienceOver_->invalidate();
-  patienceOver_ = services_.runLoop.scheduledTimerWithTimeInterval(
-      patience, TimerRepeats::no, [this](const TimerRef&) { giveUpKeyboard(); });
+void RecorderCocoa::restartTimeout() {
+  if (timedOut_) timedOut_->invalidate();
+  timedOut_ = services_.runLoop.scheduledTimerWithTimeInterval(
+      timeout, TimerRepeats::no, [this](const TimerRef&) { giveUpKeyboard(); });
 }
 
 void RecorderCocoa::showShortcut() {

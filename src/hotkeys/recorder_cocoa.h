@@ -18,7 +18,7 @@
 
 namespace tapeloop {
 
-/// What the recorder control says, by key. Keys that nobody has given a text have an English one.
+/// The texts of the recorder control by key, with built-in English ones for those that are missing.
 class RecorderTexts {
  public:
   RecorderTexts() = default;
@@ -27,14 +27,13 @@ class RecorderTexts {
 
   /// UTF-8. Empty for an unknown key.
   [[nodiscard]] std::string_view text(std::string_view key) const;
-  /// The text of the key with `argument` in the place of its first "%@".
+  /// The text of the key with its first "%@" replaced by `argument`.
   [[nodiscard]] std::string format(std::string_view key, std::string_view argument) const;
 
  private:
   std::map<std::string, std::string, std::less<>> texts_;
 };
 
-/// What a recorder control works with. All of it outlives the control.
 struct RecorderServices {
   KeyboardShortcuts& shortcuts;
   NotificationCenter& notifications;
@@ -47,22 +46,22 @@ struct RecorderServices {
   RunLoop& runLoop;
 };
 
-/// Why a combination was turned down.
+/// Why a combination was refused.
 struct RecorderAlert {
   std::string title;
   std::string informativeText;  ///< May be empty.
   friend bool operator==(const RecorderAlert&, const RecorderAlert&) = default;
 };
 
-/// The field in which the user types the combination of a slot. It records while it has the
-/// keyboard, which nobody else gets meanwhile: it lets go of it when another program wants it, or
-/// when no key has come for a while. A view draws it, says when the keyboard comes and goes, and
-/// gives it the keyboard or takes it away when the field asks for it. Main thread only.
+/// The field in which the user types the combination of a slot. While it records it grabs the
+/// keyboard, so that no other program gets the keys. Recording ends when another program asks for
+/// the keyboard, or `timeout` seconds after the latest key. The view draws the field, reports focus
+/// changes, and carries out `onFocusRequest`.
 class RecorderCocoa {
  public:
   using OnChange = std::function<void(const std::optional<Shortcut>&)>;
-  static constexpr double minimumWidth = 130;  ///< Points; also the width that it would like.
-  static constexpr double patience = 10;       ///< Seconds without a key.
+  static constexpr double minimumWidth = 130;  ///< Points; also its preferred width.
+  static constexpr double timeout = 10;        ///< Seconds.
 
   RecorderCocoa(const RecorderServices& services, Name name, OnChange onChange = {});
   RecorderCocoa(const RecorderCocoa&) = delete;
@@ -73,23 +72,22 @@ class RecorderCocoa {
   State<std::string> stringValue;             ///< Display text of the slot; empty: none.
   State<std::string> placeholderString;       ///< Shown while there is no text.
   State<bool> showsCancelButton{false};       ///< The button that clears the slot.
-  State<bool> isRecording{false};             ///< The caret is invisible meanwhile.
+  State<bool> isRecording{false};             ///< The caret is invisible then.
   State<std::optional<RecorderAlert>> alert;  ///< To be shown over the window.
 
   [[nodiscard]] const Name& shortcutName() const { return shortcutName_; }
   void setShortcutName(Name name);
 
-  // What the view says.
-  /// `inWindow` tells where the field is at the moment, which is asked for with each press of a
-  /// button.
+  // What the view reports.
+  /// `inWindow` returns the current bounds of the field. Called for each release of a button.
   void setBounds(std::function<Rect()> inWindow) { bounds_ = std::move(inWindow); }
   void becomeFirstResponder();
   void resignFirstResponder();
   void cancelButtonPressed();
-  /// The alert was read: recording resumes.
+  /// Recording resumes.
   void dismissAlert();
 
-  /// The field wants the keyboard (true) or wants to be without it.
+  /// Called with true to give the field the focus, with false to take it away.
   Subscription onFocusRequest(std::function<void(bool)> callback) {
     return focusRequested_.connect(std::move(callback));
   }
@@ -100,7 +98,7 @@ class RecorderCocoa {
   void refuse(RecorderAlert alert);
   void accept(const Shortcut& shortcut);
   void giveUpKeyboard();
-  void giveUpKeyboardLater();
+  void restartTimeout();
   void endRecording();
   void showShortcut();
   void showCancelButtonIfText();
@@ -109,10 +107,10 @@ class RecorderCocoa {
   Name shortcutName_;
   const OnChange onChange_;
   std::function<Rect()> bounds_;
-  // While it records.
+  // Set while it records.
   std::optional<LocalMonitorToken> eventMonitor_;
   Subscription keyboardWanted_;
-  TimerRef patienceOver_;
+  TimerRef timedOut_;
   Signal<bool> focusRequested_;
   Subscription observer_;
   Subscription layoutChanged_;

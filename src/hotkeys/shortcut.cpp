@@ -16,26 +16,6 @@
 namespace tapeloop {
 namespace {
 
-struct NamedKey {
-  std::int64_t code;
-  const char* name;
-};
-
-// Keys that write nothing, or something that can't be seen. Sorted by code.
-constexpr NamedKey namedKeys[] = {
-    {36, "\u21a9"},  {48, "\u21e5"},  {49, "\u23b5"},   {51, "\u232b"},  {53, "\u238b"},
-    {64, "F17"},     {79, "F18"},     {80, "F19"},      {90, "F20"},     {96, "F5"},
-    {97, "F6"},      {98, "F7"},      {99, "F3"},       {100, "F8"},     {101, "F9"},
-    {103, "F11"},    {105, "F13"},    {106, "F16"},     {107, "F14"},    {109, "F10"},
-    {111, "F12"},    {113, "F15"},    {114, "?\u20dd"}, {115, "\u2196"}, {116, "\u21de"},
-    {117, "\u2326"}, {118, "F4"},     {119, "\u2198"},  {120, "F2"},     {121, "\u21df"},
-    {122, "F1"},     {123, "\u2190"}, {124, "\u2192"},  {125, "\u2193"}, {126, "\u2191"}};
-
-constexpr bool byCode(const NamedKey& a, const NamedKey& b) {
-  return a.code < b.code;
-}
-static_assert(std::is_sorted(std::begin(namedKeys), std::end(namedKeys), byCode));
-
 constexpr const char* unknownCharacter = "\ufffd";
 constexpr std::size_t longestCharacter = 4;  // UTF-16 units
 
@@ -43,7 +23,7 @@ std::uint64_t flagsOf(const Shortcut& shortcut) {
   return modifierFlags(static_cast<std::uint64_t>(shortcut.carbonModifiers));
 }
 
-// Of texts that layouts write, some are not ASCII, whatever the locale that the program runs in.
+// Layouts write non-ASCII characters too, and the program's own locale may not cover them.
 const std::locale& unicodeLocale() {
   static const std::locale locale = [] {
     try {
@@ -56,7 +36,7 @@ const std::locale& unicodeLocale() {
 }
 
 std::string upperCase(const std::string& text) {
-  // The one key of a layout whose capital is two letters, which character by character has none.
+  // The only key of a layout whose capital is two letters, which towupper can't return.
   if (text == "\u00df") return "SS";
   using Codec = std::codecvt<wchar_t, char, std::mbstate_t>;
   const auto& codec = std::use_facet<Codec>(unicodeLocale());
@@ -85,7 +65,7 @@ std::string upperCase(const std::string& text) {
 
 constexpr const char* keyCodeMember = "carbonKeyCode";
 constexpr const char* modifiersMember = "carbonModifiers";
-// Deep nesting is parsed without recursion.
+// Iterative, so that deep nesting does not overflow the stack.
 constexpr unsigned parseFlags =
     rapidjson::kParseValidateEncodingFlag | rapidjson::kParseIterativeFlag;
 
@@ -98,11 +78,10 @@ std::optional<Shortcut> shortcutOf(const InputEvent& event) {
 }
 
 std::optional<std::string> characterOf(std::int64_t keyCode, KeyboardLayouts& layouts) {
-  const auto* named = std::lower_bound(std::begin(namedKeys), std::end(namedKeys),
-                                       NamedKey{keyCode, nullptr}, byCode);
-  if (named != std::end(namedKeys) && named->code == keyCode) return named->name;
+  if (!std::in_range<std::uint16_t>(keyCode)) return std::nullopt;
+  const auto key = keyWithCode(static_cast<std::uint32_t>(keyCode));
+  if (key && !nameInAnyLayout(*key).empty()) return std::string(nameInAnyLayout(*key));
 
-  if (keyCode < 0 || keyCode > std::numeric_limits<std::uint16_t>::max()) return std::nullopt;
   const auto source = layouts.TISCopyCurrentASCIICapableKeyboardLayoutInputSource();
   const auto* layout = source ? source->TISGetInputSourceProperty() : nullptr;
   if (layout == nullptr) return std::nullopt;
@@ -159,12 +138,13 @@ std::string toJson(const Shortcut& shortcut) {
 }
 
 std::optional<Shortcut> shortcutFromJson(std::string_view text) {
-  // The parser takes a zero byte for the end.
+  // The parser stops at a zero byte and would ignore what follows.
   if (text.find('\0') != std::string_view::npos) return std::nullopt;
   rapidjson::Document document;
   document.Parse<parseFlags>(text.data(), text.size());
   if (document.HasParseError() || !document.IsObject()) return std::nullopt;
-  // Constant, so that their comparisons are no different the other way round.
+  // A constant reference, because with C++20 the comparison of RapidJSON's non-constant member
+  // iterators is ambiguous.
   const rapidjson::Value& object = document;
   const auto keyCode = object.FindMember(keyCodeMember);
   const auto modifiers = object.FindMember(modifiersMember);

@@ -14,31 +14,32 @@
 
 namespace tapeloop {
 
-/// The combination of a named shortcut. What is outside the unsigned 32 bits can be stored and
-/// never be pressed.
+/// The combination of a named shortcut. Values that don't fit unsigned 32 bits can be stored, but
+/// are never registered.
 struct Shortcut {
   std::int64_t carbonKeyCode = 0;
   std::int64_t carbonModifiers = 0;  ///< Modifier bits.
   friend bool operator==(const Shortcut&, const Shortcut&) = default;
 };
 
-/// Nothing unless the event is a key's.
+/// Nothing unless it is a key event.
 [[nodiscard]] std::optional<Shortcut> shortcutOf(const InputEvent& event);
 
-/// What the key is called or writes in the layout in force, UTF-8. Nothing for a key without.
+/// The fixed name of the key, or what it writes in the current layout, UTF-8. Nothing if it has
+/// neither.
 [[nodiscard]] std::optional<std::string> characterOf(std::int64_t keyCode,
                                                      KeyboardLayouts& layouts);
 [[nodiscard]] std::string displayText(const Shortcut& shortcut, KeyboardLayouts& layouts);
 
 /// Whether the desktop or another program has taken the combination.
 [[nodiscard]] bool isSystemShortcut(const Shortcut& shortcut, HotKeyService& service);
-/// The first item, depth first, that the shortcut would choose. Lives as long as the menu.
+/// The first item, depth first, with this key equivalent. A pointer into `menu`; null if none.
 [[nodiscard]] const MenuItem* menuItemOwning(const Shortcut& shortcut, const Menu& menu,
                                              KeyboardLayouts& layouts);
 
 /// A JSON object with the integer members "carbonKeyCode" and "carbonModifiers".
 [[nodiscard]] std::string toJson(const Shortcut& shortcut);
-/// Members come in any order, others are ignored. Nothing for a text of another form.
+/// Members may be in any order, unknown ones are ignored. Nothing if the text is anything else.
 [[nodiscard]] std::optional<Shortcut> shortcutFromJson(std::string_view text);
 
 }  // namespace tapeloop

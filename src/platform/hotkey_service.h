@@ -1,10 +1,14 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <span>
+#include <string_view>
 #include <vector>
+
+#include "platform/input_event.h"
 
 namespace tapeloop {
 
@@ -32,6 +36,36 @@ inline constexpr std::uint32_t cmdKey = 0x100;
 inline constexpr std::uint32_t shiftKey = 0x200;
 inline constexpr std::uint32_t optionKey = 0x800;
 inline constexpr std::uint32_t controlKey = 0x1000;
+
+/// A modifier that a hotkey can have.
+struct HotKeyModifier {
+  std::uint32_t bit;   ///< In the hotkey's modifier word.
+  std::uint64_t flag;  ///< In the flags of an event.
+  std::string_view glyph;
+};
+/// In the order in which combinations are shown. Caps lock and function have a flag and no bit.
+inline constexpr std::array hotKeyModifiers{
+    HotKeyModifier{controlKey, modifier_flag::control, "\u2303"},
+    HotKeyModifier{optionKey, modifier_flag::option, "\u2325"},
+    HotKeyModifier{shiftKey, modifier_flag::shift, "\u21e7"},
+    HotKeyModifier{cmdKey, modifier_flag::command, "\u2318"},
+};
+/// Flags without a bit are dropped.
+constexpr std::uint32_t modifierBits(std::uint64_t flags) {
+  std::uint32_t bits = 0;
+  for (const HotKeyModifier& each : hotKeyModifiers) {
+    if (flags & each.flag) bits |= each.bit;
+  }
+  return bits;
+}
+/// Other bits are ignored.
+constexpr std::uint64_t modifierFlags(std::uint64_t bits) {
+  std::uint64_t flags = 0;
+  for (const HotKeyModifier& each : hotKeyModifiers) {
+    if (bits & each.bit) flags |= each.flag;
+  }
+  return flags;
+}
 
 /// What a registration is called by whoever made it.
 struct EventHotKeyID {

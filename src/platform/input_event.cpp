@@ -6,8 +6,8 @@ namespace tapeloop {
 
 namespace {
 
-// Every event type has a row in `eventKinds`: -Wswitch tells of a type that is missing here, and
-// the assertion of one that has no row.
+// Checks that every event type has a row in `eventKinds`: -Wswitch reports a type that is missing
+// in the switch, and the assertion one that has no row.
 constexpr bool isEventType(EventType type) {
   switch (type) {
     case EventType::leftMouseDown:

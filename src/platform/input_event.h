@@ -9,8 +9,8 @@
 
 namespace tapeloop {
 
-/// The platform's event type numbers. Other numbers may occur in an `InputEvent` and mean kinds of
-/// input that are neither captured nor posted.
+/// The platform's event type numbers. An `InputEvent` may have other numbers, for input that is
+/// neither captured nor posted.
 enum class EventType : std::uint32_t {
   leftMouseDown = 1,
   leftMouseUp = 2,
@@ -23,7 +23,7 @@ enum class EventType : std::uint32_t {
   scrollWheel = 22,
 };
 
-/// Decides which properties of an event are recorded, and how it is posted.
+/// Determines which properties of an event are recorded, and how it is posted.
 enum class EventClass : std::uint8_t { motion, button, scroll, key };
 enum class MouseButton : std::uint32_t { left = 0, right = 1 };
 
@@ -36,9 +36,8 @@ struct EventKind {
   MouseButton button = MouseButton::left;
 };
 
-/// Every kind, in the order in which they are posted for a row that names several. What is said of
-/// a kind here is all that distinguishes it: capture, recordings, posting and the release of what
-/// is held look it up.
+/// Every kind, in the order in which a row that names several is posted. Capture, recordings,
+/// posting and the release of what is held look everything about a kind up here.
 inline constexpr std::array eventKinds{
     EventKind{EventType::mouseMoved, ".mouseMoved", EventClass::motion},
     EventKind{EventType::rightMouseDown, ".rightMouseDown", EventClass::button, true,
@@ -53,7 +52,7 @@ inline constexpr std::array eventKinds{
     EventKind{EventType::keyUp, ".keyUp", EventClass::key, false},
 };
 
-/// Null for a type that is no kind of its own.
+/// Null for other types.
 constexpr const EventKind* kindOf(EventType type) {
   for (const EventKind& kind : eventKinds) {
     if (kind.type == type) return &kind;
@@ -93,15 +92,15 @@ inline constexpr std::uint64_t option = 0x80000;
 inline constexpr std::uint64_t command = 0x100000;
 inline constexpr std::uint64_t function = 0x800000;
 inline constexpr std::uint64_t all = capsLock | shift | control | option | command | function;
-/// One that none of these stands for is held. Only events of the program's own windows tell of it.
+/// Any modifier other than these is held. Set only in events of the program's own windows.
 inline constexpr std::uint64_t unnamed = 0x1;
 }  // namespace modifier_flag
 
-/// The virtual key code of the place of Escape.
+/// The virtual key code of Escape.
 inline constexpr std::uint16_t escapeKeyCode = 53;
 
-/// The names of the flags in `modifiers`, joined without a separator, in the order in which
-/// recordings write them: ".shift.command".
+/// The names of the flags in `modifiers`, joined without a separator in the order of recordings:
+/// ".shift.command".
 std::string modifierNames(std::uint64_t modifiers);
 /// The flags whose names occur anywhere in `names`.
 std::uint64_t modifiersNamed(std::string_view names);
@@ -109,7 +108,7 @@ std::uint64_t modifiersNamed(std::string_view names);
 /// One input event as an `InputMonitor` delivers it.
 struct InputEvent {
   EventType type = EventType::mouseMoved;
-  std::uint16_t keyCode = 0;  ///< Virtual key code of a key event: a place on the keyboard.
+  std::uint16_t keyCode = 0;  ///< Virtual key code, of key events.
   double timestamp = 0;       ///< Seconds since system start-up.
   Point locationInWindow;     ///< Position of the pointer on the screen.
   std::uint64_t modifierFlags = 0;

@@ -1,11 +1,11 @@
 #include "platform/timer_queue.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
 #include <limits>
 #include <utility>
+
+#include "platform/number_text.h"
 
 namespace tapeloop {
 namespace {
@@ -49,12 +49,8 @@ void Timer::invalidate() {
 }
 
 std::string Timer::description() const {
-  std::array<char, 32> seconds{};
-  const auto end = std::to_chars(seconds.begin(), seconds.end(),
-                                 static_cast<double>(interval_) / nanosecondsPerSecond)
-                       .ptr;
   std::string text = repeats_ == TimerRepeats::yes ? "Timer every " : "Timer after ";
-  text.append(seconds.begin(), end).append(" s");
+  text.append(NumberText(static_cast<double>(interval_) / nanosecondsPerSecond)).append(" s");
   if (!isValid()) text += ", invalid";
   return text;
 }

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <charconv>
 #include <concepts>
-#include <cstddef>
 #include <string>
 #include <string_view>
+
+#include "platform/number_text.h"
 
 namespace tapeloop {
 
@@ -30,16 +30,12 @@ class Trace {
 
   template <std::integral Number>
   void writeNumber(Number number) {
-    if (!hasReader_) return;
-    char digits[24];
-    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-    write({digits, static_cast<std::size_t>(end - digits)});
+    if (hasReader_) write(NumberText(number));
   }
   /// In the shortest form that reads back as the same number, with a digit after the point.
   void writeNumber(double number) {
     if (!hasReader_) return;
-    char digits[32];
-    std::string text(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+    std::string text{std::string_view(NumberText(number))};
     if (text.find_first_not_of("-0123456789") == std::string::npos) text += ".0";
     write(text);
   }

@@ -1,10 +1,10 @@
 #include "playback/event_synthesizer.h"
 
-#include <array>
-#include <charconv>
 #include <limits>
 #include <string>
 #include <string_view>
+
+#include "platform/number_text.h"
 
 namespace tapeloop {
 namespace {
@@ -23,11 +23,8 @@ std::int32_t truncated(double value) {
 
 // ".shift.command 0x120000"
 std::string modifierSetText(std::uint64_t flags) {
-  std::array<char, 16> digits{};
-  const auto end = std::to_chars(digits.begin(), digits.end(), flags, 16).ptr;
   std::string text = modifierNames(flags);
-  text.append(text.empty() ? "0x" : " 0x").append(digits.begin(), end);
-  return text;
+  return text.append(text.empty() ? "0x" : " 0x").append(NumberText(flags, 16));
 }
 
 }  // namespace

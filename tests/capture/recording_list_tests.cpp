@@ -18,7 +18,7 @@ Recording recordingTitled(const char* title) {
   return recording;
 }
 
-TEST(RecordingList, WhatOtherWritersLeftInTheTextIsDropped) {
+TEST(RecordingList, DropsWhatOtherWritersLeftInTheText) {
   const std::vector<Recording> records = {recordingTitled("first"), recordingTitled("two words"),
                                           recordingTitled("third")};
   const std::string text = listText(records);
@@ -56,7 +56,7 @@ TEST(RecordingList, WhatOtherWritersLeftInTheTextIsDropped) {
   EXPECT_EQ(RecordingList::parse("[ ]")->text(), "[]");
 }
 
-TEST(RecordingList, OneInvalidRecordAnywhereMakesTheWholeTextUnreadable) {
+TEST(RecordingList, OneInvalidRecordMakesTheTextUnreadable) {
   const std::vector<Recording> records = {recordingTitled("a"), recordingTitled("b"),
                                           recordingTitled("c")};
   const std::string text = listText(records);

@@ -50,7 +50,7 @@ TEST_F(FormatDocument, HasExamplesThatLoadAndDoWhatItSays) {
   EXPECT_EQ(events[4].event.flags, modifier_flag::shift);
 
   const auto shortcut = view->keyboardShortcuts().shortcut(recordShortcut);
-  EXPECT_EQ(shortcut, (Shortcut{keyCodeOf(Key::r), controlKey | optionKey}));
+  EXPECT_EQ(shortcut, (Shortcut{virtualKey(Key::r), controlKey | optionKey}));
 }
 
 }  // namespace

@@ -33,7 +33,7 @@ std::vector<std::string> inputsOf(const char* target) {
 
 class KeptInputs : public ::testing::TestWithParam<Target> {};
 
-// What a fuzzer has found stays found, without the fuzzer.
+// Runs the inputs that fuzzers have found, without a fuzzer.
 TEST_P(KeptInputs, KeepEveryPromise) {
   const auto [name, run] = GetParam();
   for (const std::string& input : inputsOf(name)) EXPECT_NO_THROW(run(input)) << input;
@@ -46,8 +46,8 @@ INSTANTIATE_TEST_SUITE_P(Of, KeptInputs,
                                            Target{"shortcut", shortcut}),
                          [](const auto& of) { return std::string(of.param.name); });
 
-TEST(RecordingListChanges, InAnyOrderLeaveTheTextThatTheRecordsWouldBeWrittenAs) {
-  // Numbers that choose a change; what JSON escapes, could take for its own, or can't carry.
+TEST(RecordingListChanges, LeaveTheTextThatWouldBeWritten) {
+  // Bytes that choose a change, and characters that JSON escapes, uses itself or can't represent.
   constexpr std::string_view alphabet = "\x01\x02\x03\x04\x05\"\\{}[],: ab\n\xff";
   constexpr int rounds = 50;
   constexpr int bytes = 200;

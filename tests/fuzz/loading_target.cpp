@@ -16,15 +16,15 @@ namespace {
 
 using Records = std::optional<std::vector<Recording>>;
 
-/// A run is over after the last time stamp. What a row in the middle has put off for longer still
-/// comes, and until then what is down stays down.
+/// A run ends at the last time stamp. If a row in the middle has a later one, its event is still
+/// posted then, and keys may be down until then.
 bool endsWithTheLastRow(const Recording& recording) {
   const auto& times = recording.timestampArray;
   return times.empty() || *std::max_element(times.begin(), times.end()) == times.back();
 }
 
 void play(ContentView& view, simulated::SimulatedDesktop& desktop) {
-  // Beyond any deadline that is waited for on purpose; the clock goes from one to the next.
+  // Longer than any sensible recording. The virtual clock skips to the deadlines.
   constexpr double longTime = 1e7;
   // The text of a row may name more than one kind of event.
   constexpr std::size_t kinds = eventKinds.size();

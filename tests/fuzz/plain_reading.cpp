@@ -21,7 +21,7 @@ using rapidjson::SizeType;
 using rapidjson::Value;
 
 constexpr std::size_t memberCount = std::tuple_size_v<decltype(recordingMembers)>;
-// Stand before the digits of a number and before every other text.
+// Put before the text of a number, and before every other text.
 constexpr char numberMark = 'n';
 constexpr char textMark = 't';
 
@@ -46,8 +46,8 @@ bool isNumber(std::string_view text) {
   return text.empty();
 }
 
-/// The same JSON with every number as a text, which may be as long as it likes: the parser takes no
-/// number that a double can't hold, and a member that nobody knows may hold any.
+/// The same JSON with every number made a text, because RapidJSON refuses numbers beyond doubles,
+/// which unknown members may have. Nothing if a number is invalid.
 std::optional<std::string> withNumbersAsTexts(std::string_view json) {
   std::string marked;
   while (!json.empty()) {
@@ -69,7 +69,7 @@ std::optional<std::string> withNumbersAsTexts(std::string_view json) {
   return marked;
 }
 
-/// Half a pair of surrogates, which the parser lets through if it is the second one.
+/// RapidJSON accepts a low surrogate without a high one before it.
 bool holdsSurrogate(std::string_view text) {
   for (std::size_t i = 0; i + 1 < text.size(); ++i) {
     if (text[i] == '\xED' && static_cast<unsigned char>(text[i + 1]) >= 0xA0) return true;
@@ -77,7 +77,7 @@ bool holdsSurrogate(std::string_view text) {
   return false;
 }
 
-/// Builds a tree whose numbers are still text.
+/// Builds a tree in which numbers are still text.
 class TreeBuilder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, TreeBuilder> {
  public:
   explicit TreeBuilder(Document& tree) : tree_(tree) {}
@@ -114,7 +114,7 @@ Document readTree(std::string_view text) {
   return tree;
 }
 
-/// Without its mark.
+/// The text without its mark.
 std::string_view textOf(const Value& value) {
   return {value.GetString() + 1, value.GetStringLength() - 1};
 }
@@ -142,14 +142,14 @@ bool read(const Value& value, double& number) {
   return std::isfinite(number);
 }
 
-/// Its digits are written out, with zeros on both sides, and the point is moved.
+/// Writes the digits out with zeros on both sides and moves the decimal point.
 bool read(const Value& value, std::int64_t& number) {
   if (!isMarked(value, numberMark)) return false;
   const std::string text(textOf(value));
   const std::size_t end = std::min(text.find_first_of("eE"), text.size());
   const std::size_t begin = text.front() == '-' ? 1 : 0;
   const std::size_t point = std::min(text.find('.'), end);
-  // Further away than this there is nothing but zeros, or more digits than any integer has.
+  // Moved further than this, the number is 0 or has more digits than any 64-bit integer.
   const auto reach = static_cast<long>(text.size()) + std::numeric_limits<std::int64_t>::digits10;
   const long written = end < text.size() ? std::strtol(text.c_str() + end + 1, nullptr, 10) : 0;
   const std::string zeros(static_cast<std::size_t>(reach) + 1, '0');

@@ -8,16 +8,16 @@
 
 namespace tapeloop::fuzz {
 
-// The JSON form once more, by way of a tree of values: slow, and short enough to be believed. What
-// the decoder makes of a text has to be the same.
+// A second decoder for the JSON form, written on RapidJSON: slow, but simple. The results of the
+// program's decoder are compared with it.
 
 std::optional<Recording> readRecording(std::string_view text);
 std::optional<std::vector<Recording>> readRecordings(std::string_view text);
 
-/// Of a valid record: each member once, no others, and no blanks between them.
+/// For the text of a valid record: it has each member once, no others, and no blanks between them.
 bool isCompact(std::string_view recordText);
 
-/// Equal in every bit: unlike `==`, tells the two zeros apart.
+/// Compares floats by their bits: 0.0 and -0.0 differ, unlike with `==`.
 bool isSame(const Recording& a, const Recording& b);
 
 }  // namespace tapeloop::fuzz

@@ -3,7 +3,6 @@
 #include <string>
 
 #include "fuzz/targets.h"
-#include "hotkeys/key_combo.h"
 #include "hotkeys/keyboard_shortcuts.h"
 #include "hotkeys/shortcut.h"
 #include "platform/simulated/simulated_desktop.h"
@@ -15,22 +14,6 @@ bool isUnsigned32(std::int64_t value) {
   return value >= 0 && value <= std::numeric_limits<std::uint32_t>::max();
 }
 
-void combine(const Shortcut& shortcut) {
-  const Dictionary dictionary = {{"keyCode", shortcut.carbonKeyCode},
-                                 {"modifiers", shortcut.carbonModifiers}};
-  const auto combo = KeyCombo::fromDictionary(dictionary);
-  const bool fits = isUnsigned32(shortcut.carbonKeyCode) && isUnsigned32(shortcut.carbonModifiers);
-  promise(combo.has_value() == fits, "a combination if and only if both fit");
-  if (!combo) return;
-  promise(combo->dictionary() == dictionary, "the dictionary comes back");
-  const auto key = combo->key();
-  promise(!key || keyCodeOf(*key) == combo->carbonKeyCode, "the key has the code");
-  KeyCombo same = *combo;
-  same.setModifiers(combo->modifiers());
-  promise(same.modifiers() == combo->modifiers(), "the modifiers come back");
-  promise(same.displayText() == combo->displayText(), "other bits are not shown");
-}
-
 }  // namespace
 
 // The input is what the store holds for a slot.
@@ -39,7 +22,6 @@ void shortcut(std::string_view input) {
   if (decoded) {
     promise(input.find('\0') == std::string_view::npos, "all of the text counts");
     promise(shortcutFromJson(toJson(*decoded)) == decoded, "written and read without loss");
-    combine(*decoded);
   }
 
   simulated::SimulatedDesktop desktop;

@@ -6,7 +6,7 @@
 
 namespace tapeloop::fuzz {
 
-/// What is thrown when an input shows that a promise is not kept. Nobody catches it in a fuzzer.
+/// Thrown when an input breaks an invariant. A fuzzer does not catch it, and so reports the input.
 class BrokenPromise : public std::logic_error {
  public:
   using std::logic_error::logic_error;
@@ -16,7 +16,7 @@ inline void promise(bool kept, const char* what) {
   if (!kept) throw BrokenPromise(what);
 }
 
-// One input each. Any bytes will do; what they stand for says the source.
+// Each runs one input of any bytes. What the bytes mean is said in the source of the target.
 void recording(std::string_view input);
 void recordingList(std::string_view input);
 void loading(std::string_view input);

@@ -18,7 +18,7 @@ inline constexpr std::uint8_t wheelLeft = 6;
 inline constexpr std::uint8_t wheelRight = 7;
 }  // namespace button_number
 
-/// What a step of the wheel is recorded as, and how much is posted as one.
+/// A step of the wheel is recorded as this many pixels, and so many are posted as a step.
 inline constexpr std::int64_t pixelsPerNotch = 10;
 
 constexpr std::uint8_t numberOf(MouseButton button) {
@@ -30,7 +30,7 @@ constexpr std::uint8_t numberOf(MouseButton button) {
   }
   return 0;
 }
-/// Nothing for the wheel and for buttons that are no kind of event.
+/// Nothing for the wheel and for buttons whose events are not recorded.
 constexpr std::optional<MouseButton> buttonWithNumber(std::uint8_t number) {
   for (const EventKind& kind : eventKinds) {
     if (kind.eventClass == EventClass::button && numberOf(kind.button) == number) {

@@ -15,15 +15,6 @@ namespace {
 
 constexpr EventTargetRef dispatcherTarget{1};
 
-struct Modifier {
-  std::uint32_t bit;
-  std::uint64_t flag;
-};
-constexpr std::array<Modifier, 4> modifiersOfHotKeys{{{cmdKey, modifier_flag::command},
-                                                      {shiftKey, modifier_flag::shift},
-                                                      {optionKey, modifier_flag::option},
-                                                      {controlKey, modifier_flag::control}}};
-
 }  // namespace
 
 X11HotKeyService::X11HotKeyService(Connection& connection, KeyboardMap& keyboard,
@@ -64,9 +55,9 @@ std::vector<KeyCombination> X11HotKeyService::combinationsOf(std::uint32_t keyCo
                                                              std::uint32_t modifiers) const {
   if (keyCode > std::numeric_limits<std::uint16_t>::max()) return {};
   std::uint8_t realModifiers = 0;
-  for (const auto& [bit, flag] : modifiersOfHotKeys) {
-    if ((modifiers & bit) == 0) continue;
-    const std::uint8_t real = keyboard_.realModifiersOf(flag);
+  for (const HotKeyModifier& each : hotKeyModifiers) {
+    if ((modifiers & each.bit) == 0) continue;
+    const std::uint8_t real = keyboard_.realModifiersOf(each.flag);
     // The keyboard has no such modifier, and without it the hotkey would be another combination.
     if (real == 0) return {};
     realModifiers |= real;
