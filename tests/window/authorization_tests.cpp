@@ -15,7 +15,7 @@ namespace {
 
 using testing::ElementsAre;
 
-// The window tells why, and neither capture nor playback begins.
+// The window gives the steps and the reason, and the record button shows an alert.
 void expectAuthorization(Program& program, const std::string& reason) {
   (void)program.named(Role::heading, "Authorize Tapeloop");
   for (const char* step : {"Go to System Preferences", "Security & Privacy", "Privacy",
@@ -29,8 +29,8 @@ void expectAuthorization(Program& program, const std::string& reason) {
             "Privacy -> Accessibility -> Check Tapeloop.");
 }
 
-TEST(AuthorizationTests, AServerThatLacksExtensionsIsToldByNameInAWindowWithACloseButtonAlone) {
-  // Without the one, this server leaves out the other.
+TEST(AuthorizationTests, MissingExtensionsAreNamedInAWindow) {
+  // Without RECORD the server leaves out XTEST, too.
   TestDesktop desktop({.arguments = {"-extension", "RECORD"}});
   Program program(desktop);
   expectAuthorization(
@@ -58,7 +58,8 @@ TEST(AuthorizationTests, AServerThatLacksExtensionsIsToldByNameInAWindowWithAClo
   EXPECT_EQ(hints[2] & (minimizeButton | maximizeButton), 0U);
 }
 
-// The window manager would hold the pointer from then on, and take the next key.
+// The window is moved by its background. If a click on the button began a move, the window manager
+// would keep the pointer grabbed and take the next key.
 TEST(AuthorizationTests, AClickOnTheButtonOfItsWindowDoesNotBeginToMoveIt) {
   TestDesktop desktop;
   Program program(desktop, {}, std::nullopt,
@@ -75,7 +76,7 @@ TEST(AuthorizationTests, AClickOnTheButtonOfItsWindowDoesNotBeginToMoveIt) {
   EXPECT_TRUE(desktop.waitForFreePointer());
 }
 
-// A Wayland desktop without a screen, and the X server that it starts for programs such as this.
+// On a headless Wayland desktop with Xwayland.
 TEST(AuthorizationTests, UnderWaylandAnotherSessionIsToBeChosen) {
   if (ChildProcess({"sh", "-c", "command -v weston && command -v Xwayland"}).wait(generousLimit) !=
       0) {
