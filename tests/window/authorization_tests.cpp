@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -71,8 +73,22 @@ TEST(AuthorizationTests, AClickOnTheButtonOfItsWindowDoesNotBeginToMoveIt) {
     return element.name() == "Information";
   });
   ASSERT_TRUE(button);
-  program.click(*button);
-  ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 3)) << "the alert";
+  const auto places = [&] {
+    std::vector<std::pair<int, int>> all;
+    for (const auto& window : desktop.windows("Tapeloop")) all.emplace_back(window.x, window.y);
+    return all;
+  };
+  ASSERT_TRUE(desktop.waitForRest());
+  const auto before = places();
+  const auto place = button->place();
+  program.point(*button);
+  desktop.user().press(1);
+  for (int way = 0; way < 5; ++way) {
+    desktop.user().moveTo(place.x + 10 * way, place.y + 10);
+    ASSERT_TRUE(desktop.waitForRest());
+  }
+  EXPECT_EQ(places(), before);
+  desktop.user().release(1);
   EXPECT_TRUE(desktop.waitForFreePointer());
 }
 
