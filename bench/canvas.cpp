@@ -108,13 +108,13 @@ class Canvas final : public QRasterWindow {
 
 int main(int count, char** arguments) {
   QGuiApplication application(count, arguments);
-  // A picture has to show every move. The platform turns this on while it starts.
+  // Qt compresses moves by default, and sets the attribute again while it starts.
   QCoreApplication::setAttribute(Qt::AA_CompressHighFrequencyEvents, false);
-  // A machine that is busy in the middle of a double click is no reason to see two clicks.
+  // On a busy machine the two clicks of a double click may be further apart than usual.
   QGuiApplication::styleHints()->setMouseDoubleClickInterval(2000);
   if (application.arguments().size() != 2) return 2;
   Canvas canvas(application.arguments().at(1));
-  // Without the window manager, which would hold back what follows a press.
+  // Bypasses the window manager, which grabs presses and delays what follows them.
   canvas.setFlags(Qt::BypassWindowManagerHint);
   canvas.setGeometry(canvas.screen()->geometry());
   canvas.show();

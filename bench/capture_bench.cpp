@@ -37,7 +37,7 @@ std::vector<support::XAction> fastPointer() {
   return actions;
 }
 
-/// A file that is gone with the program.
+/// A file without a name, deleted when it is closed.
 system::FileDescriptor scratchFile() {
   const int file = ::open(std::filesystem::temp_directory_path().c_str(),
                           O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
@@ -55,7 +55,7 @@ bool run() {
   {
     const support::XObserver bare(server.display());
     poster.run(actions);
-    // On a busy machine the server itself loses events of a reader that does nothing against it.
+    // On a busy machine the server loses events of the bare reader, which has no workaround for it.
     const bool complete = bare.waitFor(count, 5s);
     floorTime = bare.processorTime();
     floorCount = bare.size();

@@ -86,7 +86,7 @@ class FidelitySession::Application {
              "GTK_IM_MODULE=gtk-im-context-simple", "GSETTINGS_BACKEND=memory", "NO_AT_BRIDGE=1",
              "XDG_RUNTIME_DIR=" + folder_.path().string(), "QT_SCALE_FACTOR=1"}) {
     if (draws) {
-      // Its window is not managed.
+      // Its window has no window manager.
       require(process_.waitForLine("ready", support::generousLimit), "no canvas");
       return;
     }
@@ -94,14 +94,14 @@ class FidelitySession::Application {
     require(desktop.waitForFocus(title(), 0), "the editor did not get the focus");
   }
 
-  /// Everything that it has been sent is worked in.
+  /// True once all events that were sent to it have been processed.
   [[nodiscard]] std::string save() {
     const auto& user = desktop_.user();
     if (draws_) {
       user.tapKey(f2);
       require(eventually([this] { return std::filesystem::exists(file_); }), "no picture");
     } else {
-      // With a star in front the text has been changed.
+      // The title begins with a star if the text was changed.
       require(desktop_.waitForWindows("*" + title(), 1), "nothing was written");
       user.pressKey(keycode::control);
       user.tapKey(keycode::s);
@@ -201,7 +201,7 @@ void FidelitySession::record(Program& program) {
              std::ranges::count_if(events, isLast) == wanted;
     };
     const auto end = std::chrono::steady_clock::now() + actions_.back().offset + 60s;
-    // Whoever writes the trace should find a reader.
+    // Otherwise the program finds its trace without a reader.
     while (!observer_.waitUntil(isDone, 50ms)) {
       (void)program.process().lines();
       require(std::chrono::steady_clock::now() < end, "the session did not end");

@@ -33,7 +33,7 @@ constexpr auto timeout = std::chrono::milliseconds(30'000);
 constexpr double limit = 2;
 constexpr double mostEscapeDelay = 1000;  // microseconds
 
-/// When something happened that another thread waits for.
+/// Passes the time of an event to the thread that waits for it.
 class Moment {
  public:
   void happens() { time_ = monotonicNow(); }
@@ -57,7 +57,7 @@ double strike(const support::XUser& poster, std::uint8_t keycode, Moment& moment
   return latency;
 }
 
-/// A thread with nothing but a grab in it.
+/// A thread that only grabs the key.
 std::jthread startGrabber(const std::string& display, std::uint8_t keycode, Moment& pressed) {
   std::promise<void> ready;
   auto isReady = ready.get_future();

@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 constexpr int rounds = 7;
 constexpr double limit = 2;
 
-/// Counts what would be printed.
+/// Discards the trace and counts its bytes.
 class CountingTrace final : public Trace {
  public:
   std::size_t bytes = 0;
@@ -35,7 +35,7 @@ class CountingTrace final : public Trace {
   void write(std::string_view line) override { bytes += line.size() + 1; }
 };
 
-/// The part of the program that is looked at, as it is after a start.
+/// The measured part of the program, as after a start.
 struct Program {
   explicit Program(const fs::path& file)
       : store(system::SqliteDefaultsStore::open(file).store),
@@ -90,7 +90,7 @@ int main() {
     opening.push_back(milliseconds([&] { library.toggleSidebar(); }));
     memory = memoryInUse() - before;
     loading.push_back(milliseconds([&] { library.loadSavedRecording(LoadVariant::button, 500); }));
-    program.state.rows.selectedRecordingName.set(300, "A name of another length");
+    program.state.rows.setName(300, "A name of another length");
     renaming.push_back(milliseconds([&] { library.renameSavedRecording(300); }));
     deleting.push_back(milliseconds([&] { library.deleteSavedRecording(200); }));
     std::mt19937_64 random(2);

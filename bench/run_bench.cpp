@@ -78,7 +78,7 @@ Cost schedule(std::size_t count) {
   view.playButtonPressed();
   const double milliseconds =
       std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count();
-  // Once the lines are written, what is left is the timers'.
+  // After the buffer of the trace is written, the memory in use is that of the timers.
   runLoop.endTurn();
   malloc_trim(0);
   const auto pages = static_cast<double>(residentPages() - pagesBefore);
