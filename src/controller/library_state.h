@@ -27,15 +27,15 @@ struct SavedRecordingRow {
   friend bool operator==(const SavedRecordingRow&, const SavedRecordingRow&) = default;
 };
 
-/// The rows by position. There are 718 from the start, and more as the list grows; they never
-/// become fewer. When an entry is deleted the names below it move up, and the hover state stays
-/// where it is, as the pointer does.
+/// The rows by position: 718 at first, more as the list grows, never fewer. When an entry is
+/// deleted the names below it move up a row. The hover state does not move, as the pointer does
+/// not.
 class SavedRecordingRows {
  public:
   explicit SavedRecordingRows(const Observable<bool>& isRecording) : isRecording_(isRecording) {}
 
   [[nodiscard]] std::size_t size() const { return rows_.size(); }
-  /// A row beyond the end is as rows are at the start.
+  /// A row beyond the end has the initial values.
   [[nodiscard]] const SavedRecordingRow& operator[](std::size_t row) const;
   void growTo(std::size_t count);
 

@@ -268,7 +268,7 @@ void RecordingLibrary::printModifiers(const Recording& recording) {
 }
 
 void RecordingLibrary::printList(const RecordingList& list) {
-  // The text that is stored is the list, field by field.
+  // The stored text has every field of the list.
   trace_.writeLine(list.text());
 }
 

@@ -48,8 +48,7 @@ StoredRecordings::Outcome StoredRecordings::change(
   });
   isWriting_ = false;
   if (outcome.isStored()) isUnreadable_ = false;
-  // Rather than taking the change back: that would take a second copy of the list, or a second way
-  // to make each change.
+  // Undo by reading the store again: there is no copy of the list from before the change.
   if (outcome.edit == Edit::made && !outcome.isStored()) {
     isCurrent_ = false;
     refresh();
@@ -59,7 +58,7 @@ StoredRecordings::Outcome StoredRecordings::change(
 }
 
 void StoredRecordings::refresh() {
-  // Asked before the list is read: what is written in between is found the next time.
+  // Taken before the reading: a write in between makes the next revision differ.
   const std::uint64_t revision = store_.foreignRevision();
   if (isCurrent_ && revision == revision_) return;
   revision_ = revision;
@@ -69,9 +68,9 @@ void StoredRecordings::refresh() {
 void StoredRecordings::read() {
   auto value = store_.objectForKey(key);
   auto* const text = value ? std::get_if<std::string>(&*value) : nullptr;
-  // Another process may have written anything else.
+  // The other process may have written only other keys.
   const bool isSame = text && isCurrent_ && !isUnreadable_ && *text == list_.text();
-  // What the store could not hand out is asked for again.
+  // After a failed reading the next use reads again.
   isCurrent_ = value || store_.statusOfRead(key) == StoreStatus::stored;
   if (isSame) return;
   auto list = text ? RecordingList::parse(std::move(*text)) : std::nullopt;

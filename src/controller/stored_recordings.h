@@ -12,20 +12,20 @@
 
 namespace tapeloop {
 
-/// The saved recordings as the defaults store holds them, as one text. It is read when it is first
-/// asked for, and again only after somebody else has written. One that can't be read counts as
-/// empty and stays stored: before another list takes its place it is kept aside under a key of its
-/// own. Main thread only.
+/// The list of saved recordings in the defaults store, which holds it as one text. The list is read
+/// when it is first needed, and again only after another owner or process has written it. A text
+/// that is no list counts as an empty list; before it is overwritten it is copied to a key of its
+/// own.
 class StoredRecordings {
  public:
   static constexpr std::string_view key = "recordingList";
-  /// Followed by a number from the second one on.
+  /// The key for an unreadable text. A number is appended from the second text on.
   static constexpr std::string_view keyAside = "recordingListUnreadable";
 
   enum class Edit : std::uint8_t {
     made,
-    needless,     ///< There is nothing to be changed.
-    notEncodable  ///< JSON can't carry it. The list is as it was.
+    needless,     ///< The list needs no change.
+    notEncodable  ///< JSON has no form for a value of it. The list is unchanged.
   };
   struct Outcome {
     Edit edit = Edit::needless;
@@ -35,25 +35,25 @@ class StoredRecordings {
     }
   };
 
-  /// An entry as it was when the list was last read, wherever it has got to meanwhile.
+  /// Identifies an entry of the list as last read; another process may have moved it since.
   struct Entry {
     std::size_t position = 0;
     Uuid uniqueID;
   };
 
-  /// `store` outlives this.
   explicit StoredRecordings(DefaultsStore& store);
 
-  /// As it is stored now. The reference holds until the next call.
+  /// The list as it is stored now. The reference is valid until the next call.
   const RecordingList& list();
-  /// Nothing if there was no such row.
+  /// Empty if the list as last read has no such row.
   [[nodiscard]] std::optional<Entry> entryAt(std::size_t position);
-  /// Where the entry is now. Its place counts first, since entries may share an identity.
+  /// Where the entry is now. Its old position is tried first, since several entries may have the
+  /// same identity.
   [[nodiscard]] static std::optional<std::size_t> find(const Entry& entry,
                                                        const RecordingList& list);
 
-  /// Applies `edit` to the list as it is stored, and stores the result; nobody else writes in
-  /// between. What could not be stored is as if it had not been tried.
+  /// Applies `edit` to the list as it is stored, and stores the result in the same transaction. On
+  /// failure the list is as before.
   Outcome change(const std::function<Edit(RecordingList&)>& edit);
 
   /// `callback` runs when the list was read from the store, with `list` holding what was read.
@@ -69,7 +69,7 @@ class StoredRecordings {
   void refresh();
   void read();
   void keepAside(const DefaultsStore::Writer& write) const;
-  /// Tells of a reading, once.
+  /// Emits `read_` if the list was read since the last call.
   void announce();
 
   DefaultsStore& store_;

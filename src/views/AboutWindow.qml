@@ -7,7 +7,7 @@ Window {
     title: "About Tapeloop"
     flags: Qt.Dialog | Qt.CustomizeWindowHint | Qt.WindowTitleHint | Qt.WindowCloseButtonHint
     color: palette.window
-    // The limits change the size, and must not depend on it.
+    // Setting the limits resizes the window, so they must not depend on its size.
     readonly property int fixedWidth: 300
     readonly property int fixedHeight: body.height + 48
     width: fixedWidth

@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Window
 
-// A message that has to be dismissed before the window behind it takes input again.
+// A modal message. Until it is dismissed no other window of the program takes input.
 Window {
     id: root
 
@@ -10,14 +10,14 @@ Window {
     property string dismissText: "Dismiss"
     property bool showing: false
     property bool isWarning: false
-    // A second button, which takes the place of the first as the default one; empty: none.
+    // The caption of a second button, which is then the default one; empty: there is none.
     property string defaultButton: ""
-    // The column works out its own height only once the window is on the screen.
+    // Before the window is shown `body.height` is not known yet, so its rows are added up here.
     readonly property int wantedHeight: 48 + Math.max(body.height, heading.height + (details.text === "" ? 0 : details.height + body.spacing) + 4 + dismiss.height + 2 * body.spacing)
     signal dismissed
     signal defaultPressed
 
-    // The window manager holds a window to the limits that it knows: they change first.
+    // The limits change before the height: the window manager enforces those that it knows.
     function fit() {
         minimumHeight = wantedHeight;
         maximumHeight = wantedHeight;
@@ -35,7 +35,8 @@ Window {
     onWantedHeightChanged: fit()
     Component.onCompleted: fit()
 
-    // The program, too, asks it to close at its end, when a refusal would keep the program running.
+    // The close button only dismisses; the binding of `showing` then closes the window. Once `showing`
+    // is false the window closes: refusing would keep the program running at its end.
     onClosing: close => {
         if (!showing)
             return;
@@ -47,7 +48,7 @@ Window {
             return;
         const button = defaultButton === "" ? dismiss : other;
         button.forceActiveFocus(Qt.TabFocusReason);
-        // It may have had the focus when the window was last closed.
+        // If the button already had the focus, forceActiveFocus does not set the reason.
         button.focusReason = Qt.TabFocusReason;
     }
 
@@ -142,7 +143,7 @@ Window {
         }
     }
 
-    // The default one stands out.
+    // The default button has the highlight colour.
     component AlertButton: PushButton {
         id: button
 

@@ -1,12 +1,12 @@
 import QtQuick
 import Tapeloop
 
-// How to let the program observe and post input.
+// The steps that give the program the permission to observe and post input.
 Rectangle {
     id: root
 
     required property InformationButtonModel model
-    // What is missing here, and what to do about it; empty: nothing is known to be.
+    // What this desktop lacks, and what to do about it; empty: nothing.
     required property string reason
 
     implicitWidth: 480

@@ -1,7 +1,7 @@
 import QtQuick
 import Tapeloop
 
-// Takes drops of every kind, also from other programs. It is seen only while a drag is over it.
+// Accepts drops of every kind, also from other programs. Invisible unless a drag is over it.
 DropArea {
     id: root
 
@@ -34,7 +34,7 @@ DropArea {
                 context.lineWidth = 2;
                 context.strokeStyle = "grey";
                 context.fillStyle = Qt.rgba(0, 0.48, 1, 0.2);
-                context.setLineDash([2, 2]); // in widths of the line
+                context.setLineDash([2, 2]); // multiples of the line width
                 context.roundedRect(1, 1, width - 2, height - 2, 10, 10);
                 context.fill();
                 context.stroke();

@@ -1,6 +1,6 @@
 import QtQuick
 
-// Drawn around a control that the keyboard would act on.
+// Shown around the control that has the keyboard focus.
 Rectangle {
     id: root
 

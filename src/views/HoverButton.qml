@@ -1,7 +1,7 @@
 import QtQuick
 import Tapeloop
 
-// A symbol button that is drawn and acts as its model says.
+// A symbol button whose opacity, hovering and press belong to a `ButtonModel`.
 SymbolButton {
     id: root
 

@@ -4,7 +4,7 @@ import QtQuick
 import QtQuick.Templates as T
 import Tapeloop
 
-// The saved recordings.
+// The list of saved recordings.
 Item {
     id: root
 
@@ -48,12 +48,12 @@ Item {
             anchors.fill: parent
             anchors.margins: 7
             highlightMoveDuration: 0
-            // The first row of all is the one that Tab stops at.
+            // At first the Tab key stops at the first row.
             onCountChanged: if (currentIndex < 0 && count > 0)
                 currentIndex = 0
             clip: true
             // `reuseItems` stays off: with Qt 6.8 screen readers don't find a row that was reused.
-            // The pointer drags rows; the list scrolls with the wheel and the bar.
+            // Dragging with the pointer moves rows, so the list scrolls only with the wheel and the bar.
             interactive: false
             boundsBehavior: Flickable.StopAtBounds
             model: root.model.showing.value ? root.model.rows : null

@@ -47,7 +47,7 @@ Column {
         width: buttons.width
         height: buttons.height
 
-        // A disabled button lets presses through; they are not for the background either.
+        // Catches the presses on disabled buttons: the background below would move the window.
         MouseArea {
             anchors.fill: parent
         }

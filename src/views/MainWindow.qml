@@ -68,7 +68,7 @@ Window {
         }
     }
 
-    // Made when it is first asked for: the window is on the screen sooner without it.
+    // Loaded when it is first shown, so that the window appears sooner.
     Loader {
         id: sheetLoader
 
@@ -123,7 +123,7 @@ Window {
         onTapped: root.model.library.tapToastLoaded()
     }
 
-    // Where nothing mixes windows, only a line tells this one from what lies below.
+    // A border: without a compositor the window has no shadow that sets it off.
     Rectangle {
         anchors.fill: parent
         color: "transparent"

@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// An item of a menu; one without a title is a line between others.
+// An item of a menu. Without a text it is a separator.
 T.MenuItem {
     id: root
 

@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// The name of a recording. Until it is clicked it lets itself be dragged with its row.
+// The name of a recording. Until it is clicked, dragging it drags the row.
 T.TextField {
     id: root
 
@@ -21,7 +21,7 @@ T.TextField {
     selectionColor: palette.highlight
     selectedTextColor: palette.highlightedText
     selectByMouse: true
-    // A longer one would be cut to the template's limit.
+    // The default limit of 32767 would cut longer names.
     maximumLength: 0x7fffffff
     activeFocusOnTab: tabbable
     clip: true
@@ -30,7 +30,7 @@ T.TextField {
     onAccepted: root.committed()
     onNameChanged: if (text !== name)
         text = name
-    // Of one that is longer than the field the beginning is seen.
+    // Shows the beginning of a name that is longer than the field.
     onTextChanged: if (!activeFocus)
         cursorPosition = 0
     onActiveFocusChanged: if (!activeFocus)

@@ -3,7 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import Tapeloop
 
-// One saved recording. It is dragged by any point that is not a button.
+// One saved recording. Dragging it anywhere but at a button drags the recording.
 FocusScope {
     id: root
 
@@ -14,11 +14,11 @@ FocusScope {
     required property real trashOpacity
     required property SavedRecordingsModel rows
     required property bool available
-    // The part of the list that is in view.
+    // The part of the list that is in view, in its coordinates.
     required property real seenFrom
     required property real seenTo
 
-    // The Tab key stops at the controls of one row; the arrows go from row to row.
+    // The Tab key stops only at the controls of the current row; the arrow keys change the row.
     readonly property bool isCurrent: ListView.isCurrentItem
     readonly property list<Item> controls: [load, field, trash]
 
@@ -54,8 +54,8 @@ FocusScope {
             root.Drag.active = false
     }
 
-    // Not while the movement that starts it is handed out: the drag lasts until its end, and the movement
-    // would then go on to the row that it has come to.
+    // The drag starts from a timer, not from the pointer event: setting Drag.active returns only when
+    // the drag has ended, and the event would then be delivered to the row below the pointer.
     Timer {
         interval: 0
         running: pull.active
@@ -115,7 +115,8 @@ FocusScope {
         anchors.right: trash.left
         anchors.margins: 5
         anchors.verticalCenter: parent.verticalCenter
-        // What the list and the field together cut away to nothing would be drawn whole.
+        // Workaround for the software renderer: an item whose clip with that of the list is empty is
+        // drawn unclipped.
         opacity: root.y + y + height > root.seenFrom + 1 && root.y + y < root.seenTo - 1 ? 1 : 0
         name: root.recordingName
         tabbable: root.isCurrent

@@ -1,11 +1,11 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// Scrolls what is larger than its place, also to what the keyboard comes to.
+// Scrolls content that is larger than the area, also to the item that gets the keyboard focus.
 Flickable {
     id: root
 
-    // Whether it takes the pointer.
+    // Whether the pointer can scroll it.
     property bool responds: true
 
     function holds(item: Item): bool {
@@ -16,7 +16,7 @@ Flickable {
         contentX = moved(contentX, width, place.x, item.width, contentWidth);
         contentY = moved(contentY, height, place.y, item.height, contentHeight);
     }
-    // Where the view begins, with a little room around the item.
+    // The new content position: the nearest at which the item is in view with a margin of 8.
     function moved(from: real, view: real, item: real, size: real, content: real): real {
         const end = Math.min(item + size + 8, content);
         return Math.max(0, Math.min(Math.max(from, end - view), item - 8));

@@ -4,19 +4,19 @@ import QtQuick
 import QtQuick.Templates as T
 import Tapeloop
 
-// The settings, which slide over what lies below. That is dimmed meanwhile.
+// The settings. They slide over the main window, which is dimmed meanwhile.
 FocusScope {
     id: root
 
     required property SheetModel model
     required property bool dark
-    // It covers only a part of what lies below.
+    // The window is wider than the sheet.
     required property bool floats
-    // What lies below takes neither pointer nor keyboard.
+    // The window below takes neither pointer nor keyboard.
     property bool modal: false
     property Item cameFrom: null
 
-    // How far it has come: 0 is away, 1 is there.
+    // Progress of the slide: 0 is hidden, 1 is shown.
     property real place: modal ? 1 : 0
     Behavior on place {
         NumberAnimation {
@@ -25,8 +25,8 @@ FocusScope {
         }
     }
 
-    // Whoever got here by the keyboard goes on to see where it acts. Not an int, as compiled code
-    // would pass it on: that is not taken for a reason.
+    // After use of the keyboard the focus ring stays visible. The result is not typed as int: compiled
+    // code would pass an int, which forceActiveFocus does not take as a focus reason.
     function focusReason(): var {
         const control = Window.activeFocusItem as T.Control;
         if (control !== null && control.visualFocus)
@@ -88,11 +88,11 @@ FocusScope {
         width: Math.min(root.implicitWidth, root.width)
         height: Math.min(root.implicitHeight, root.height)
         clip: true
-        // Not of the scope, which would have the focus along with what is in it.
+        // Not on the focus scope, which screen readers would then report as focused.
         Accessible.role: Accessible.Dialog
         Accessible.name: "Settings"
 
-        // Its upper corners are beyond the edge.
+        // Only the lower corners are rounded: the upper ones are above the edge.
         Rectangle {
             y: paper.y - radius
             width: parent.width
@@ -110,12 +110,12 @@ FocusScope {
             width: parent.width
             height: parent.height
 
-            // A small screen has no room for all of it.
+            // Scrolls on a screen that is too small for the sheet.
             ScrollArea {
                 anchors.fill: parent
                 contentWidth: root.implicitWidth
                 contentHeight: root.implicitHeight
-                // A field that records stays where it is.
+                // A field that records must not move away below the pointer.
                 responds: !root.model.isRecordingShortcut.value
 
                 Column {
@@ -175,7 +175,7 @@ FocusScope {
                 }
             }
 
-            // On its way out nothing acts any more.
+            // Blocks the controls while the sheet slides out.
             MouseArea {
                 anchors.fill: parent
                 enabled: !root.modal

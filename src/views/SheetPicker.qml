@@ -9,7 +9,7 @@ T.ComboBox {
 
     required property string name
     required property real leastWidth
-    // Shown when the value is none of the choices.
+    // Shown when the stored value is none of the choices.
     property string otherChoice: ""
     readonly property string choice: currentIndex < 0 || currentIndex >= count ? otherChoice : displayText
 
@@ -21,7 +21,8 @@ T.ComboBox {
     font.pointSize: 10
     focusPolicy: Qt.StrongFocus
     Accessible.name: name
-    // Screen readers are told of no value of a picker. In the open list it is what stands out.
+    // Qt reports no value of a combo box to screen readers, so the description holds it: the choice,
+    // or the highlighted one while the list is open.
     Accessible.description: (popup.visible && highlightedIndex >= 0 ? textAt(highlightedIndex) : choice) + (enabled ? "" : ", Unavailable")
     Accessible.onPressAction: if (enabled)
         popup.open()

@@ -1,7 +1,8 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// A number in a range, which may be set to what is beyond it. `keyStep` is what an arrow key adds.
+// A slider for a number. `edited` may be given a value beyond the range. `keyStep` is what an arrow
+// key adds.
 T.Slider {
     id: root
 
@@ -24,7 +25,7 @@ T.Slider {
     Accessible.description: enabled ? "" : "Unavailable"
     Accessible.onIncreaseAction: step(keyStep)
     Accessible.onDecreaseAction: step(-keyStep)
-    // By the pointer, or by a screen reader, which sets the value itself.
+    // Moved by the pointer, or by a screen reader, which sets `value` directly.
     onValueChanged: if (value !== setting)
         edited(value)
     Keys.onLeftPressed: step(-keyStep)

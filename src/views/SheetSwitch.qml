@@ -2,9 +2,9 @@ import QtQuick
 import QtQuick.Templates as T
 import Tapeloop
 
-// A setting that is on or off. Its accessible name is the caption. The template of a switch is not
-// used: it is checkable from the moment it is made, before the engine knows of it, and what it then
-// tells screen readers is never freed.
+// A setting that is on or off. Its accessible name is the caption. T.Switch is not used: it becomes
+// checkable in its constructor, before it belongs to an engine, and Qt never frees the accessibility
+// object that it then makes.
 T.AbstractButton {
     id: root
 
@@ -22,7 +22,7 @@ T.AbstractButton {
     hoverEnabled: true
     Accessible.role: Accessible.CheckBox
     Accessible.description: enabled ? "" : "Unavailable"
-    // By itself the template would report a click and stay as it is.
+    // The default action emits `clicked` without toggling.
     Accessible.onPressAction: flip()
     Accessible.onToggleAction: flip()
 

@@ -45,7 +45,7 @@ Rectangle {
             readOnly: true
             selectByMouse: false
             text: root.recorder.text.value
-            // Read to screen readers as its description, too.
+            // Screen readers get it as the description.
             placeholderText: root.recorder.placeholder.value
             color: field.palette.windowText
             font.pointSize: 10
@@ -75,7 +75,7 @@ Rectangle {
                 Accessible.ignored: true
             }
 
-            // It acts when it is pressed: while the field records, the field gets the releases.
+            // Acts on the press: while the field records, the recorder consumes the release.
             Item {
                 anchors.right: parent.right
                 anchors.verticalCenter: parent.verticalCenter

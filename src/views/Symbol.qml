@@ -1,6 +1,6 @@
 import QtQuick
 
-// One of the program's symbols, in a colour of the palette unless it keeps its own.
+// A symbol of the program, tinted unless it keeps its own colours.
 Image {
     id: root
 

@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// A symbol without a border. Its accessible name is what its tooltip says.
+// A borderless button with a symbol. The label is its tooltip and its accessible name.
 FocusScope {
     id: root
 
@@ -15,20 +15,20 @@ FocusScope {
     property real buttonOpacity: 1
     signal clicked
     signal hoverChanged(bool hovering)
-    // The keyboard would act on it, and is seen to.
+    // The focus ring comes or goes.
     signal focusSeen(bool seen)
 
     implicitWidth: 32
     implicitHeight: 32
 
-    // It hears of the pointer also while the button is disabled.
+    // Outside of the button, which reports no hovering while it is disabled.
     HoverHandler {
         id: pointer
 
         onHoveredChanged: root.hoverChanged(hovered)
     }
 
-    // A disabled button lets presses through; they are not for what lies below.
+    // Catches the presses on a disabled button: what lies below must not get them.
     MouseArea {
         anchors.fill: parent
     }
@@ -44,7 +44,7 @@ FocusScope {
         onClicked: root.clicked()
         onVisualFocusChanged: root.focusSeen(visualFocus)
 
-        // A button that can't be seen is still there for those who don't look for it.
+        // The content is transparent, not the button: screen readers ignore an item with opacity 0.
         contentItem: Item {
             opacity: root.buttonOpacity
 

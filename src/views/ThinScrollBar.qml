@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// Where and how much of the whole one sees; away while one sees all of it.
+// A scroll bar without a groove. Hidden while all of the content is in view.
 T.ScrollBar {
     id: root
 

@@ -3,7 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import Tapeloop
 
-// The program's menu and the buttons that a hidden title bar leaves out.
+// Replaces the title bar, which is hidden: the program's menu, minimise and close.
 Item {
     id: root
 
@@ -18,7 +18,7 @@ Item {
 
     implicitHeight: 30
 
-    // What is scrolled away goes below it.
+    // Covers the content that is scrolled up.
     Rectangle {
         anchors.fill: parent
         color: palette.window

@@ -1,7 +1,7 @@
 import QtQuick
 import Tapeloop
 
-// A notice over the window, with a green check mark. A tap takes it away.
+// A notice over the window, with a green check mark. A tap hides it.
 Rectangle {
     id: root
 
@@ -39,7 +39,7 @@ Rectangle {
         }
     }
 
-    // A press on the notice is not for the control below.
+    // Also keeps presses from the controls below.
     MouseArea {
         anchors.fill: parent
         onClicked: root.tapped()

@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Window
 
-// The window moves with its background.
+// Dragging the background moves the window.
 MouseArea {
     id: root
 

@@ -9,7 +9,7 @@
 
 namespace tapeloop {
 
-/// The colours of the program that are not the palette's, for QML.
+/// The fixed colours of the program, for QML. All others come from the system's palette.
 class Colors : public QObject {
   Q_OBJECT
   QML_ELEMENT
@@ -19,7 +19,7 @@ class Colors : public QObject {
   Q_PROPERTY(QColor green MEMBER green CONSTANT)
   Q_PROPERTY(QColor greenPressed MEMBER greenPressed CONSTANT)
   Q_PROPERTY(QColor checkMark MEMBER checkMark CONSTANT)
-  /// Of what floats over the window, a light one and a dark one.
+  /// The background of notices over a light and over a dark window.
   Q_PROPERTY(QColor panel MEMBER panel CONSTANT)
   Q_PROPERTY(QColor darkPanel MEMBER darkPanel CONSTANT)
 

@@ -33,7 +33,7 @@ class SavedRecordingsModel final : public QAbstractListModel {
   Q_INVOKABLE void chooseFromMenu(int item, int row);
   Q_INVOKABLE void appear(int row);
   Q_INVOKABLE void load(int row);
-  /// The text of the row's field, which is stored only by `rename`.
+  /// Sets the text of the row's field, which only `rename` stores.
   Q_INVOKABLE void edit(int row, const QString& text);
   Q_INVOKABLE void rename(int row);
   Q_INVOKABLE void remove(int row);
@@ -43,7 +43,7 @@ class SavedRecordingsModel final : public QAbstractListModel {
   Q_INVOKABLE void hoverLoad(int row, bool hovering);
   Q_INVOKABLE void hoverTrash(int row, bool hovering);
   Q_INVOKABLE void focusTrash(int row, bool focused);
-  /// Neither the pointer nor the keyboard is on the row any more.
+  /// The row is no longer under the pointer and has no keyboard focus.
   Q_INVOKABLE void leave(int row);
 
  private:

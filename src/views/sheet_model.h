@@ -31,7 +31,7 @@ class RecorderModel final : public QObject {
   Q_PROPERTY(tapeloop::TextValue* placeholder MEMBER placeholder CONSTANT)
   Q_PROPERTY(tapeloop::BoolValue* showsCancelButton MEMBER showsCancelButton CONSTANT)
   Q_PROPERTY(tapeloop::BoolValue* showingAlert MEMBER showingAlert CONSTANT)
-  /// They keep their texts while the alert closes.
+  /// They keep the latest texts, so that the window does not change while it closes.
   Q_PROPERTY(tapeloop::TextValue* alertTitle MEMBER alertTitle CONSTANT)
   Q_PROPERTY(tapeloop::TextValue* alertText MEMBER alertText CONSTANT)
 
@@ -94,7 +94,7 @@ class SheetModel final : public QObject {
   Q_PROPERTY(tapeloop::TextValue* repeatCaption MEMBER repeatCaption CONSTANT)
   Q_PROPERTY(tapeloop::TextValue* speedCaption MEMBER speedCaption CONSTANT)
   Q_PROPERTY(QQmlListProperty<tapeloop::RecorderModel> recorders READ recorders CONSTANT)
-  /// One of the recorders has the keyboard.
+  /// One of the recorder fields has the keyboard.
   Q_PROPERTY(tapeloop::BoolValue* isRecordingShortcut MEMBER isRecordingShortcut CONSTANT)
 
   SheetView& sheet_;
@@ -145,8 +145,8 @@ class SheetModel final : public QObject {
  private:
   void showUnitCaptions();
 
-  // A model whose rows stay when their captions change: a list of texts would be another list, and
-  // the picker would lose what is picked.
+  // A model rather than a list of texts: the picker loses its current index when a list is
+  // replaced.
   QStringListModel unitCaptions_;
   QList<RecorderModel*> recorders_;
   std::vector<Subscription> subscriptions_;

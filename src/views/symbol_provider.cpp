@@ -4,7 +4,7 @@
 #include <QtGui/QPainter>
 #include <QtSvg/QSvgRenderer>
 
-// A macro that has to stand outside of every namespace.
+// Q_INIT_RESOURCE must be used outside of namespaces.
 static void initializeIcons() {
   Q_INIT_RESOURCE(icons);
 }

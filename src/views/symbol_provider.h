@@ -5,9 +5,8 @@
 
 namespace tapeloop {
 
-/// Draws the program's symbols at the size that is asked for. An image is named "NAME/COLOUR", with
-/// the colour that the symbol takes, or "NAME" for one that keeps its own. May be called from any
-/// thread.
+/// Renders the program's symbols at the requested size. The image name is "NAME/COLOUR" for a
+/// symbol in that colour, or "NAME" for one in its own colours. May be called from any thread.
 class SymbolProvider final : public QQuickImageProvider {
  public:
   SymbolProvider();

@@ -35,9 +35,9 @@ void WindowFit::fit() {
   const QScreen* screen = window_ ? window_->screen() : nullptr;
   if (!screen || wantedSize_.isEmpty()) return;
   const QSize size = wantedSize_.toSize().boundedTo(screen->availableGeometry().size());
-  // Some releases of Qt resize the window as soon as its limits ask for it.
+  // Some Qt releases resize the window when the limits are set, so its place is taken before.
   const QRect before = window_->geometry();
-  // In one step: the window manager holds a window to the limits that it knows.
+  // Both limits at once: the window manager enforces those that it knows.
   window_->setMinimumSize(size);
   window_->setMaximumSize(size);
   const QRect area = qt::areaAround(before);
@@ -45,7 +45,7 @@ void WindowFit::fit() {
   if (!window_->isVisible() || !grows || area.isEmpty()) {
     window_->resize(size);
   } else {
-    // What the sidebar or the sheet adds is not to lie beyond the edge of the screen.
+    // The part that the sidebar or the sheet adds must not lie beyond the edge of the screen.
     window_->setGeometry(qt::movedInto(area, {before.topLeft(), size}));
   }
 }

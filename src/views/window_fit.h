@@ -8,13 +8,13 @@
 
 namespace tapeloop {
 
-/// Gives a window without a frame the size of its content, as far as its screen has room for it,
-/// and keeps it there as it grows. Main thread only.
+/// Gives a frameless window the size of its content, at most that of the screen, and keeps it on
+/// the screen as it grows.
 class WindowFit : public QObject {
   Q_OBJECT
   QML_ELEMENT
   Q_PROPERTY(QQuickWindow* window READ window WRITE setWindow NOTIFY windowChanged REQUIRED)
-  /// The content's.
+  /// The size of the content.
   Q_PROPERTY(
       QSizeF wantedSize READ wantedSize WRITE setWantedSize NOTIFY wantedSizeChanged REQUIRED)
 

@@ -1,3 +1,4 @@
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,7 @@ namespace {
 
 using namespace testing;
 using ::testing::AllOf;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::Field;
 using ::testing::FieldsAre;
@@ -20,7 +22,7 @@ constexpr Shortcut commandP{35, cmdKey};
 
 using ContentViewTest = LibraryTest;
 
-TEST_F(ContentViewTest, AppearingTakesTheScreenEmptiesTheLogAndAsksForAReviewWherePossible) {
+TEST_F(ContentViewTest, AppearingPreparesCaptureAndPlayback) {
   EXPECT_EQ(view->playbackState().widthScreen, 1440);
   EXPECT_EQ(view->captureState().heightScreen, 900);
   capture({move(1)});
@@ -38,86 +40,77 @@ TEST_F(ContentViewTest, AppearingTakesTheScreenEmptiesTheLogAndAsksForAReviewWhe
 
 TEST_F(ContentViewTest, AlertsAndTheSheetComeAndGo) {
   desktop.permission.granted = false;
-  using Press = void (ContentView::*)();
-  const auto comesAndGoes = [this](Press come, const State<bool>& shown, Press go) {
-    (*view.*come)();
+  auto& button = view->informationButton();
+  const auto comesAndGoes = [this](auto come, const State<bool>& shown, auto go) {
+    come(*view);
     EXPECT_TRUE(shown.get());
-    (*view.*go)();
+    go(*view);
     EXPECT_FALSE(shown.get());
   };
-  comesAndGoes(&ContentView::playButtonPressed, view->playbackState().showingPlayAlert,
-               &ContentView::dismissPlayAlert);
-  comesAndGoes(&ContentView::recordButtonPressed, view->captureState().showingAuthAlert,
-               &ContentView::dismissAuthAlert);
-  comesAndGoes(&ContentView::settingsButtonPressed, view->showSheetView(),
-               &ContentView::settingsButtonPressed);
-  EXPECT_THAT(lines(), ElementsAre("Dismiss button pressed.", "Dismiss button pressed.",
-                                   "Settings Button Pressed.", "Settings Button Pressed."));
-}
-
-TEST_F(ContentViewTest, ThePrivacyPolicyIsOpenedAndSaidOnlyIfItWas) {
-  auto& button = view->informationButton();
+  comesAndGoes(std::mem_fn(&ContentView::playButtonPressed), view->playbackState().showingPlayAlert,
+               std::mem_fn(&ContentView::dismissPlayAlert));
+  comesAndGoes(std::mem_fn(&ContentView::recordButtonPressed),
+               view->captureState().showingAuthAlert, std::mem_fn(&ContentView::dismissAuthAlert));
+  const auto settingsButton = std::mem_fn(&ContentView::settingsButtonPressed);
+  comesAndGoes(settingsButton, view->showSheetView(), settingsButton);
+  const auto press = std::mem_fn(&ContentView::informationButtonPressed);
+  comesAndGoes(press, button.showingAlert, [&](auto&) { button.dismissAlert(); });
   for (const bool opens : {true, false}) {
     desktop.workspace.opens = opens;
-    view->informationButtonPressed();
-    EXPECT_TRUE(button.showingAlert.get());
-    button.openPrivacyPolicy();
-    EXPECT_FALSE(button.showingAlert.get());
+    comesAndGoes(press, button.showingAlert, [&](auto&) { button.openPrivacyPolicy(); });
   }
-  view->informationButtonPressed();
-  button.dismissAlert();
-  EXPECT_FALSE(button.showingAlert.get());
   EXPECT_EQ(desktop.workspace.opened.size(), 2u);
+  const std::string dismissed = "Dismiss button pressed.";
   const std::string pressed = "Information Button Pressed.";
   const std::string policy = "Privacy Policy button pressed.";
-  EXPECT_THAT(lines(), ElementsAre(pressed, policy, "Opening Privacy Policy webpage...", pressed,
-                                   policy, pressed, "Dismiss button pressed."));
+  EXPECT_THAT(lines(), ElementsAre(dismissed, dismissed, "Settings Button Pressed.",
+                                   "Settings Button Pressed.", pressed, dismissed, pressed, policy,
+                                   "Opening Privacy Policy webpage...", pressed, policy));
 }
 
-TEST_F(ContentViewTest, DisabledButtonsDoNothingWhileShortcutsAndMenusGoOn) {
+TEST_F(ContentViewTest, DisabledButtonsDoNothing) {
   record({move(1), move(2)});
   view->saveButtonPressed();
   view->recordButtonPressed();
   lines();
-  view->playButtonPressed();
-  view->settingsButtonPressed();
-  view->saveButtonPressed();
-  view->listButtonPressed();
-  view->informationButtonPressed();
+  for (const auto press : {&ContentView::playButtonPressed, &ContentView::settingsButtonPressed,
+                           &ContentView::saveButtonPressed, &ContentView::listButtonPressed,
+                           &ContentView::informationButtonPressed}) {
+    (*view.*press)();
+  }
   view->loadButtonPressed(0);
   view->trashButtonPressed(0);
   EXPECT_THAT(lines(), IsEmpty()) << "each begins with a line";
 
-  view->library().loadSavedRecording(LoadVariant::contextMenu, 0);
-  EXPECT_EQ(view->playbackState().loadedRecording.title, "New Recording");
+  RecordingLibrary::rowMenu()[0].choose(library(), 0);
+  EXPECT_EQ(view->playbackState().loadedRecording.title, "New Recording") << "menus go on";
   view->recordButtonPressed();
   view->trashButtonPressed(0);
   EXPECT_EQ(view->libraryState().rowCount.get(), 0u);
 }
 
-TEST_F(ContentViewTest, ButtonsFollowThePointerTheToolbarsNotWhileRecording) {
+TEST_F(ContentViewTest, ButtonsFollowThePointer) {
   auto& toolbar = view->toolbar();
   auto& button = view->informationButton();
+  HoverOpacity* const buttons[] = {&toolbar.settingsButtonOpacity, &toolbar.saveButtonOpacity,
+                                   &toolbar.listButtonOpacity, &button.infoButtonOpacity};
   const auto opacities = [&] {
-    return std::vector{toolbar.settingsButtonOpacity.get(), toolbar.saveButtonOpacity.get(),
-                       toolbar.listButtonOpacity.get(), button.infoButtonOpacity.get()};
+    std::vector<double> found;
+    for (const auto* each : buttons) found.push_back(each->get());
+    return found;
   };
-  for (auto* each :
-       {&toolbar.settingsButtonOpacity, &toolbar.saveButtonOpacity, &toolbar.listButtonOpacity}) {
-    each->hover(true);
-  }
+  for (auto* each : buttons) each->hover(true);
   EXPECT_TRUE(toolbar.hoveringOverSettings.get());
-  toolbar.saveButtonOpacity.hover(false);
+  EXPECT_TRUE(button.hoveringOverStart.get());
+  buttons[1]->hover(false);
   EXPECT_FALSE(toolbar.hoveringOverSettings.get());
-  EXPECT_THAT(opacities(), ElementsAre(0.75, 1.0, 0.75, 1.0));
+  EXPECT_THAT(opacities(), ElementsAre(0.75, 1.0, 0.75, 0.75));
   view->captureState().isRecording.set(true);
-  toolbar.settingsButtonOpacity.hover(true);
-  button.infoButtonOpacity.hover(true);
-  EXPECT_THAT(opacities(), ElementsAre(1.0, 1.0, 0.75, 0.75));
-  button.infoButtonOpacity.hover(false);
-  EXPECT_THAT(opacities(), ElementsAre(1.0, 1.0, 0.75, 1.0));
+  for (auto* each : buttons) each->hover(true);
+  EXPECT_THAT(opacities(), ElementsAre(1.0, 1.0, 1.0, 0.75)) << "the toolbar is disabled";
 }
 
+// The golden session: what a user does and what the program posts and prints.
 TEST_F(ContentViewTest, RecordsAndPlaysTwiceWithAWait) {
   settings.repeatPlayback.set(true);
   settings.timesToRepeat.set(2);
@@ -125,7 +118,9 @@ TEST_F(ContentViewTest, RecordsAndPlaysTwiceWithAWait) {
   settings.waittimenumber.set(3);
   record({leftDown(100, {10, 20}), leftUp(100.5, {10, 20}), keyDown(101, 4), keyUp(101.25, 4)});
   EXPECT_TRUE(settings.isMiniturized.get());
-  lines();
+  EXPECT_TRUE(settings.hideDuringRecording.get());
+  EXPECT_FALSE(settings.key.get());
+  EXPECT_THAT(lines(), Contains("Recording: false"));
 
   view->onToolbarAppear();
   view->keyboardShortcuts().setShortcut(playShortcut, commandP);
@@ -149,7 +144,7 @@ TEST_F(ContentViewTest, RecordsAndPlaysTwiceWithAWait) {
   EXPECT_FALSE(desktop.eventSynthesis.hasSession());
 }
 
-TEST_F(ContentViewTest, EscapeIsTakenAndActedOnWhileSomethingPlaysAndLeftAloneWhileRecording) {
+TEST_F(ContentViewTest, EscapeIsTakenOnlyDuringPlayback) {
   view->onToolbarAppear();
   record({keyDown(0, 1), keyUp(10, 1)});
   view->playButtonPressed();
@@ -160,7 +155,7 @@ TEST_F(ContentViewTest, EscapeIsTakenAndActedOnWhileSomethingPlaysAndLeftAloneWh
   EXPECT_TRUE(view->captureState().isRecording.get());
 }
 
-TEST_F(ContentViewTest, AStoreThatCannotBeWrittenKeepsNothingFromWorking) {
+TEST_F(ContentViewTest, WorksWithAStoreThatRefusesWrites) {
   desktop.defaults.setStatus(StoreStatus::diskFull);
   view->recordButtonPressed();
   for (int i = 0; i < 1000; ++i) deliver(move(100 + i * 0.001));
@@ -175,7 +170,7 @@ TEST_F(ContentViewTest, AStoreThatCannotBeWrittenKeepsNothingFromWorking) {
   EXPECT_FALSE(view->captureState().isPlaying.get());
 }
 
-TEST_F(ContentViewTest, QuittingInTheMiddleOfPlaybackAndOfCaptureEndsCleanly) {
+TEST_F(ContentViewTest, EndsCleanlyDuringPlaybackAndCapture) {
   settings.repeatPlayback.set(true);
   record({leftDown(0), leftUp(10)});
   view->playButtonPressed();

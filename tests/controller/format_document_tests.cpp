@@ -25,12 +25,12 @@ std::vector<std::string> examples() {
 using FormatDocument = LibraryTest;
 
 // Others write recordings by it.
-TEST_F(FormatDocument, HasExamplesThatLoadAndDoWhatItSays) {
+TEST_F(FormatDocument, HasExamplesThatLoadAndPlay) {
   const auto blocks = examples();
   ASSERT_EQ(blocks.size(), 2U);
   storeText(blocks[0]);
-  const auto wrote = desktop.defaults.setObjectForKey(
-      blocks[1], "KeyboardShortcuts_" + recordShortcut.rawValue);
+  const auto wrote =
+      desktop.defaults.setObjectForKey(blocks[1], "KeyboardShortcuts_" + recordShortcut.rawValue);
   ASSERT_EQ(wrote, StoreStatus::stored);
   open();
   openSidebar();

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "controller/content_view.h"
@@ -36,7 +37,7 @@ class LibraryTest : public SimulatedTest {
     for (const InputEvent& event : events) deliver(event);
     view->recordButtonPressed();
   }
-  /// Stores a recording of as many events as are asked for, a second apart, for each title.
+  /// Stores a recording of `events` events, a second apart, for each title.
   void store(const std::vector<std::string>& titles, std::size_t events = 2) {
     std::vector<Recording> recordings;
     for (const std::string& title : titles) {
@@ -67,6 +68,11 @@ class LibraryTest : public SimulatedTest {
       names.push_back(rows()[i].selectedRecordingName);
     }
     return names;
+  }
+  /// Whether the sidebar is shown, its width and height, and its rows.
+  std::tuple<bool, double, double, std::size_t> sidebar() {
+    return {state().showingSavedRecordings.get(), state().savedRecordingWidth.get(),
+            state().savedRecordingHeight.get(), state().rowCount.get()};
   }
   void openSidebar() {
     view->listButtonPressed();

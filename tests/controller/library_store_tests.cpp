@@ -18,7 +18,7 @@ constexpr StoreStatus failures[] = {StoreStatus::readOnly, StoreStatus::diskFull
                                     StoreStatus::locked, StoreStatus::damaged,
                                     StoreStatus::unavailable};
 
-TEST_F(LibraryTest, AChangeThatCannotBeStoredIsSaidAndLeavesWhatWasStored) {
+TEST_F(LibraryTest, ARefusedChangeRaisesAnAlertAndChangesNothing) {
   store({"a", "b"});
   openSidebar();
   const auto before = stored();
@@ -51,7 +51,7 @@ TEST_F(LibraryTest, AChangeThatCannotBeStoredIsSaidAndLeavesWhatWasStored) {
   EXPECT_TRUE(state().showToastSaved.get());
 }
 
-TEST_F(LibraryTest, AListThatCannotBeReadShowsNoRowsAndIsKeptAsideBeforeItIsReplaced) {
+TEST_F(LibraryTest, AnUnreadableListIsKeptAside) {
   std::string oneMemberShort = listText({makeRecording({move(1)})});
   oneMemberShort.replace(oneMemberShort.find("charArray"), 4, "Char");
   std::string key = "recordingListUnreadable";
@@ -77,7 +77,7 @@ TEST_F(LibraryTest, AListThatCannotBeReadShowsNoRowsAndIsKeptAsideBeforeItIsRepl
   }
 }
 
-TEST_F(LibraryTest, AListThatTheStoreCouldNotHandOutIsAskedForAgain) {
+TEST_F(LibraryTest, AFailedReadingIsTriedAgain) {
   store({"a", "b"});
   desktop.defaults.setReadStatus(StoreStatus::unavailable);
   openSidebar();
@@ -107,7 +107,7 @@ TEST_F(LibraryTest, WhatCannotBeEncodedIsNotWritten) {
   EXPECT_EQ(desktop.defaults.writes("recordingList"), writes);
 }
 
-TEST_F(LibraryTest, TwoWindowsOnOneStoreSeeWhatEitherDoes) {
+TEST_F(LibraryTest, TwoWindowsSeeWhatEitherDoes) {
   store({"a", "b"});
   openSidebar();
   ContentView other(desktop.services(), settings);
@@ -119,7 +119,7 @@ TEST_F(LibraryTest, TwoWindowsOnOneStoreSeeWhatEitherDoes) {
   EXPECT_THAT(shownNames(), ElementsAre("b", "New Recording"));
 }
 
-TEST_F(LibraryTest, WhatAnotherProcessHasSavedIsNotLostAndARowActsOnTheEntryThatItShows) {
+TEST_F(LibraryTest, RowsActOnTheEntriesThatTheyShow) {
   store({"a", "b", "c"});
   openSidebar();
   const std::vector<Recording> all = stored();
@@ -143,7 +143,7 @@ TEST_F(LibraryTest, WhatAnotherProcessHasSavedIsNotLostAndARowActsOnTheEntryThat
   EXPECT_THAT(shownNames(), ElementsAre("b", "a", "New Recording"));
 }
 
-TEST_F(LibraryTest, WritesOfOtherKeysByAnotherProcessDoNotMakeTheRowsNew) {
+TEST_F(LibraryTest, ForeignWritesOfOtherKeysLeaveTheRows) {
   store({"a"});
   openSidebar();
   rows().setName(0, "being typed");

@@ -26,10 +26,17 @@ class SettingsTest : public SimulatedTest {
     setting.set(other);
     EXPECT_EQ(stored(key), DefaultsValue(other));
   }
+  /// Each notification of the setting appends its value to `seen`.
+  template <typename T>
+  void notifiedOf(Setting<T>& setting, std::vector<T>& seen) {
+    subscription = setting.subscribe([&] { seen.push_back(setting.get()); });
+  }
+
+  Settings settings{desktop.defaults};
+  Subscription subscription;
 };
 
-TEST_F(SettingsTest, EachHasItsDefaultAndIsStoredUnderItsOwnKeyWithItsType) {
-  Settings settings(desktop.defaults);
+TEST_F(SettingsTest, HaveDefaultsAndKeysOfTheirOwn) {
   expectDefaultAndStoring(settings.startStopButtonText, "startStopButtonText", "Record", "a");
   expectDefaultAndStoring(settings.key, "key", true, false);
   expectDefaultAndStoring(settings.playbackSpeed, "playbackSpeed", 1, 3);
@@ -44,36 +51,31 @@ TEST_F(SettingsTest, EachHasItsDefaultAndIsStoredUnderItsOwnKeyWithItsType) {
   EXPECT_EQ(Settings(desktop.defaults).timesToRepeat.get(), 0.5);
 }
 
-TEST_F(SettingsTest, OnlyWhatTheStoreDoesNotHoldWithItsTypeIsWritten) {
+TEST_F(SettingsTest, WriteOnlyWhatTheStoreLacks) {
   write("timesToRepeat", std::int64_t{5});
-  Settings settings(desktop.defaults);
   EXPECT_EQ(settings.timesToRepeat.get(), 5.0);
   settings.timesToRepeat.set(5.0);
-  EXPECT_EQ(stored("timesToRepeat"), DefaultsValue(5.0));
+  EXPECT_EQ(stored("timesToRepeat"), DefaultsValue(5.0)) << "it had another type";
   settings.playCount.set(0);
-  EXPECT_EQ(stored("playCount"), DefaultsValue(std::int64_t{0})) << "an absent key is written";
   settings.playCount.set(0);
-  EXPECT_EQ(desktop.defaults.writes("playCount"), 1u);
+  EXPECT_EQ(desktop.defaults.writes("playCount"), 1u) << "an absent key is written, once";
 }
 
-TEST_F(SettingsTest, SubscribersHearOfChangesFromEverySideOnce) {
-  Settings sheet(desktop.defaults);
-  Settings window(desktop.defaults);
+TEST_F(SettingsTest, NotifyOfChangesFromEverySideOnce) {
+  Settings other(desktop.defaults);
   std::vector<bool> seen;
-  const auto subscription =
-      window.repeatPlayback.subscribe([&] { seen.push_back(window.repeatPlayback.get()); });
-  EXPECT_FALSE(window.repeatPlayback.get());
-  sheet.repeatPlayback.set(true);
-  window.repeatPlayback.set(false);
-  window.repeatPlayback.set(false);
-  EXPECT_EQ(sheet.repeatPlayback.get(), false);
+  notifiedOf(settings.repeatPlayback, seen);
+  EXPECT_FALSE(settings.repeatPlayback.get());
+  other.repeatPlayback.set(true);
+  settings.repeatPlayback.set(false);
+  settings.repeatPlayback.set(false);
+  EXPECT_EQ(other.repeatPlayback.get(), false);
   write("repeatPlayback", true);
   EXPECT_EQ(seen, (std::vector{true, false, true}));
 }
 
-TEST_F(SettingsTest, ASubscriberMaySetTheValueAgain) {
-  Settings settings(desktop.defaults);
-  const auto subscription = settings.waittimenumber.subscribe([&] {
+TEST_F(SettingsTest, MayBeSetBySubscribers) {
+  const auto limit = settings.waittimenumber.subscribe([&] {
     if (settings.waittimenumber.get() > 60) settings.waittimenumber.set(60);
   });
   settings.waittimenumber.set(100);
@@ -81,10 +83,9 @@ TEST_F(SettingsTest, ASubscriberMaySetTheValueAgain) {
   EXPECT_EQ(stored("waittimenumber"), DefaultsValue(std::int64_t{60}));
 }
 
-TEST_F(SettingsTest, AValueThatCannotBeStoredHoldsForThisRunAndIsTriedAgain) {
-  Settings settings(desktop.defaults);
-  int changes = 0;
-  const auto subscription = settings.playbackSpeed.subscribe([&] { ++changes; });
+TEST_F(SettingsTest, RefusedValuesHoldAndAreTriedAgain) {
+  std::vector<double> seen;
+  notifiedOf(settings.playbackSpeed, seen);
   for (const StoreStatus status :
        {StoreStatus::readOnly, StoreStatus::diskFull, StoreStatus::locked, StoreStatus::damaged,
         StoreStatus::unavailable}) {
@@ -92,21 +93,19 @@ TEST_F(SettingsTest, AValueThatCannotBeStoredHoldsForThisRunAndIsTriedAgain) {
     settings.playbackSpeed.set(static_cast<double>(status) + 3);
     EXPECT_EQ(settings.playbackSpeed.get(), static_cast<double>(status) + 3);
   }
-  EXPECT_EQ(changes, 5);
+  EXPECT_EQ(seen.size(), 5u);
   EXPECT_EQ(stored("playbackSpeed"), std::nullopt);
 
   const double last = settings.playbackSpeed.get();
   desktop.defaults.setStatus(StoreStatus::stored);
   settings.playbackSpeed.set(last);
   EXPECT_EQ(stored("playbackSpeed"), DefaultsValue(last));
-  EXPECT_EQ(changes, 5);
+  EXPECT_EQ(seen.size(), 5u);
 }
 
-TEST_F(SettingsTest, WhatAnotherProcessHasWrittenIsUsedAndShownAndNotWrittenOver) {
-  Settings settings(desktop.defaults);
+TEST_F(SettingsTest, UseWhatAnotherProcessHasWritten) {
   std::vector<std::int64_t> seen;
-  const auto subscription =
-      settings.playCount.subscribe([&] { seen.push_back(settings.playCount.get()); });
+  notifiedOf(settings.playCount, seen);
   EXPECT_EQ(settings.playCount.get(), 0);
   EXPECT_EQ(settings.waittimenumber.get(), 5);
   desktop.defaults.writeElsewhere(std::int64_t{7}, "playCount");
@@ -128,29 +127,28 @@ TEST_F(SettingsTest, WhatAnotherProcessHasWrittenIsUsedAndShownAndNotWrittenOver
   EXPECT_EQ(desktop.defaults.reads("waittimenumber"), reads);
 }
 
-TEST_F(SettingsTest, AValueThatCouldNotBeReadIsReadAgainWhenItIsUsedNext) {
+TEST_F(SettingsTest, ReadAgainWhatCouldNotBeRead) {
   write("waittimenumber", std::int64_t{30});
   write("playbackSpeed", 4.0);
-  Settings settings(desktop.defaults);
+  Settings fresh(desktop.defaults);  // which has read nothing yet
   std::vector<double> seen;
-  const auto subscription =
-      settings.playbackSpeed.subscribe([&] { seen.push_back(settings.playbackSpeed.get()); });
+  notifiedOf(fresh.playbackSpeed, seen);
   desktop.defaults.setReadStatus(StoreStatus::unavailable);
-  EXPECT_EQ(settings.playbackSpeed.get(), 1.0);
-  settings.waittimenumber.set(20);
-  EXPECT_EQ(settings.waittimenumber.get(), 20);
+  EXPECT_EQ(fresh.playbackSpeed.get(), 1.0);
+  fresh.waittimenumber.set(20);
+  EXPECT_EQ(fresh.waittimenumber.get(), 20);
   desktop.defaults.setReadStatus(StoreStatus::stored);
-  EXPECT_EQ(settings.playbackSpeed.get(), 4.0);
+  EXPECT_EQ(fresh.playbackSpeed.get(), 4.0);
   desktop.defaults.endTurn();
   EXPECT_THAT(seen, ElementsAre(4.0));
-  EXPECT_EQ(settings.waittimenumber.get(), 20) << "what the user chose holds for this run";
-  settings.waittimenumber.set(10);
+  EXPECT_EQ(fresh.waittimenumber.get(), 20) << "what the user chose holds for this run";
+  fresh.waittimenumber.set(10);
   EXPECT_EQ(stored("waittimenumber"), DefaultsValue(std::int64_t{10}));
 
   write("waittimenumber", std::int64_t{40});
   desktop.defaults.setReadStatus(StoreStatus::unavailable);
   desktop.defaults.writeElsewhere(true, "key");
-  EXPECT_EQ(settings.waittimenumber.get(), 40) << "rather what is known than the default";
+  EXPECT_EQ(fresh.waittimenumber.get(), 40) << "rather what is known than the default";
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 namespace tapeloop::qt {
 namespace {
 
-TEST(QtWindowTest, WhatTheUserHasClosedIsShownAgainByNothingButAWishForIt) {
+TEST(QtWindowTest, AClosedWindowIsShownAgainOnlyOnRequest) {
   int argumentCount = 3;
   char name[] = "qt_tests";
   char option[] = "-platform";

@@ -18,7 +18,7 @@ class LibraryWindowTests : public testing::Test {
   const XUser& user = desktop.user();
 };
 
-TEST_F(LibraryWindowTests, NothingIsDrawnAboveTheListAsRowsGoAtItsEnd) {
+TEST_F(LibraryWindowTests, NothingIsDrawnAboveTheList) {
   std::vector<std::string> titles;
   for (int i = 0; i < 30; ++i) titles.push_back("Title " + std::to_string(i));
   store(data.path(), {{"recordingList", listOf(titles)}});
@@ -52,7 +52,7 @@ TEST_F(LibraryWindowTests, NothingIsDrawnAboveTheListAsRowsGoAtItsEnd) {
   EXPECT_EQ(above(), before);
 }
 
-TEST_F(LibraryWindowTests, AClickAndReturnLeaveATitleAsItIsStoredHoweverLongItIsAndWhateverIsInIt) {
+TEST_F(LibraryWindowTests, AClickAndReturnLeaveAnyTitleAsItIs) {
   using namespace std::string_literals;
   const std::string list = listOf({std::string(1'000'000, 'x') + " end", "\0zero"s});
   store(data.path(), {{"recordingList", list}});

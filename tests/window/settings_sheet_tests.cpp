@@ -1,6 +1,6 @@
 #include <cstdint>
 #include <string>
-#include <utility>
+#include <tuple>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -34,38 +34,37 @@ bool grabsKeyboard(const XConnection& client, bool throughExtension) {
   return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
 }
 
-// The rows of a picker keep their places as their captions change.
-TEST(WaitPickerTests, TheUnitThatIsStoredIsShownAndSpokenWhateverTheNumberAtTheStartAndOnAChange) {
+// The stored unit stays picked as the captions change with the number.
+TEST(WaitPickerTests, KeepTheUnitWhileItsCaptionChanges) {
   TestDesktop desktop;
   const XUser& user = desktop.user();
-  const std::pair<const char*, const char*> units[] = {{"minutes", "Minute"}, {"hours", "Hour"}};
-  for (const auto& [unit, one] : units) {
-    for (const std::int64_t number : {1, 7}) {
-      SCOPED_TRACE(unit + std::to_string(number));
-      const TemporaryFolder data;
-      store(data.path(), {{"repeatPlayback", true},
-                          {"waitBeforeRepeating", true},
-                          {"waittimenumber", number},
-                          {"waittimeunit", unit}});
-      Program program(desktop, {}, data.path());
-      ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));
-      const auto speaks = [&](const char* picker, const std::string& choice) {
-        return eventually(
-            [&] { return program.named(Role::comboBox, picker).description() == choice; });
-      };
-      program.openSettings();
-      EXPECT_TRUE(speaks("Wait Time Unit", number == 1 ? one : std::string(one) + "s"));
-      EXPECT_TRUE(speaks("Wait Time", std::to_string(number)));
-      const auto picker = program.named(Role::comboBox, "Wait Time");
-      ASSERT_TRUE(eventually([&] {
-        if (!picker.is(State::focused)) user.tapKey("Tab");
-        return picker.is(State::focused);
-      }));
-      user.tapKey(number == 1 ? "Down" : "Home");
-      EXPECT_TRUE(speaks("Wait Time", number == 1 ? "2" : "1"));
-      EXPECT_TRUE(speaks("Wait Time Unit", number == 1 ? std::string(one) + "s" : one));
-      EXPECT_EQ(program.close(), 0);
-    }
+  const std::tuple<const char*, std::int64_t, const char*, const char*> cases[] = {
+      {"minutes", 1, "Minute", "Minutes"}, {"hours", 7, "Hours", "Hour"}};
+  for (const auto& [unit, number, before, after] : cases) {
+    SCOPED_TRACE(unit);
+    const TemporaryFolder data;
+    store(data.path(), {{"repeatPlayback", true},
+                        {"waitBeforeRepeating", true},
+                        {"waittimenumber", number},
+                        {"waittimeunit", unit}});
+    Program program(desktop, {}, data.path());
+    ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));
+    const auto speaks = [&](const char* picker, const std::string& choice) {
+      return eventually(
+          [&] { return program.named(Role::comboBox, picker).description() == choice; });
+    };
+    program.openSettings();
+    EXPECT_TRUE(speaks("Wait Time Unit", before));
+    EXPECT_TRUE(speaks("Wait Time", std::to_string(number)));
+    const auto picker = program.named(Role::comboBox, "Wait Time");
+    ASSERT_TRUE(eventually([&] {
+      if (!picker.is(State::focused)) user.tapKey("Tab");
+      return picker.is(State::focused);
+    }));
+    user.tapKey(number == 1 ? "Down" : "Home");
+    EXPECT_TRUE(speaks("Wait Time", number == 1 ? "2" : "1"));
+    EXPECT_TRUE(speaks("Wait Time Unit", after));
+    EXPECT_EQ(program.close(), 0);
   }
 }
 
@@ -92,7 +91,7 @@ class SettingsSheetTests : public testing::Test {
   const XUser& user = desktop.user();
 };
 
-TEST_F(SettingsSheetTests, EverythingIsSetWithTheKeyboardAloneAndSwitchesBringToLifeWhatTheyOwn) {
+TEST_F(SettingsSheetTests, EverythingIsSetWithTheKeyboard) {
   EXPECT_FALSE(Program::isOn(program.recordButton())) << "it lies below";
   EXPECT_FALSE(isOn(Role::slider, "Repeat 5 Times"));
   EXPECT_FALSE(isOn(Role::checkBox, "Wait Before Repeating"));
@@ -127,7 +126,7 @@ TEST_F(SettingsSheetTests, EverythingIsSetWithTheKeyboardAloneAndSwitchesBringTo
   EXPECT_THAT(program.process().lines(), Contains("Saving Settings...").Times(1));
 }
 
-TEST_F(SettingsSheetTests, AFieldRefusesWhatIsTakenAndTakesAndClearsTheRest) {
+TEST_F(SettingsSheetTests, AFieldRefusesTakesAndClears) {
   const auto field = program.named(Role::text, "Play Shortcut");
   const auto edge = [&] {
     const auto place = field.place();
@@ -164,7 +163,7 @@ TEST_F(SettingsSheetTests, AFieldRefusesWhatIsTakenAndTakesAndClearsTheRest) {
   EXPECT_TRUE(program.writes("Saving Settings..."));
 }
 
-TEST_F(SettingsSheetTests, AFieldThatRecordsLetsAnotherProgramHaveTheKeyboard) {
+TEST_F(SettingsSheetTests, ARecordingFieldGivesUpTheKeyboard) {
   for (const bool throughExtension : {false, true}) {
     program.click(program.named(Role::text, "Record Shortcut"));
     ASSERT_TRUE(program.says("Record Shortcut", "Press Shortcut"));

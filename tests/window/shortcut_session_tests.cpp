@@ -84,7 +84,7 @@ class ShortcutSessionTests : public testing::Test {
   const XUser& user = desktop.user();
 };
 
-TEST_F(ShortcutSessionTests, KilledWhileAShortcutIsHeldItLeavesNothingTaken) {
+TEST_F(ShortcutSessionTests, KilledWithAShortcutHeldTakesNothing) {
   store(data.path(), {{recordSlot, controlOptionR}, {playSlot, controlOptionP}});
   for (int round = 0; round < 3; ++round) {
     Program program(desktop, {}, data.path());
@@ -99,7 +99,7 @@ TEST_F(ShortcutSessionTests, KilledWhileAShortcutIsHeldItLeavesNothingTaken) {
   }
 }
 
-TEST_F(ShortcutSessionTests, PressesWhileItStartsAndEndsAreActedOnOnceOrLeftToTheApplication) {
+TEST_F(ShortcutSessionTests, PressesAtStartAndEndActOnceOrPassOn) {
   store(data.path(), {{recordSlot, controlOptionR}, {playSlot, damaged}});
   for (const int signal : {SIGTERM, SIGINT, SIGINT}) {
     std::atomic<bool> enough{false};
@@ -125,7 +125,7 @@ TEST_F(ShortcutSessionTests, PressesWhileItStartsAndEndsAreActedOnOnceOrLeftToTh
   }
 }
 
-TEST_F(ShortcutSessionTests, OneThatIsDamagedAndOneThatIsRefusedAtStartWorkOnceTheyAreSetAgain) {
+TEST_F(ShortcutSessionTests, DamagedAndRefusedOnesWorkOnceSetAgain) {
   store(data.path(), {{recordSlot, damaged}, {playSlot, controlOptionP}});
   auto other = std::make_unique<XConnection>(desktop.server().display());
   xcb_grab_key(*other, 0, other->root(), XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1, user.keycode("p"),
