@@ -29,7 +29,7 @@ using support::monotonicNow;
 
 constexpr int strokes = 1000;
 constexpr auto pause = 2ms;
-constexpr auto patience = std::chrono::milliseconds(30'000);
+constexpr auto timeout = std::chrono::milliseconds(30'000);
 constexpr double limit = 2;
 constexpr double mostEscapeDelay = 1000;  // microseconds
 
@@ -108,7 +108,7 @@ std::vector<double> escapes(const support::XUser& poster, support::XWindow& wind
     const auto start = monotonicNow();
     poster.post({.kind = support::XEventKind::keyPress, .detail = escape});
     poster.flush();
-    if (!window.waitFor(1, patience)) return {};
+    if (!window.waitFor(1, timeout)) return {};
     latencies.push_back(static_cast<double>(window.events().front().arrival - start) / 1000);
     poster.releaseKey(escape);
   }

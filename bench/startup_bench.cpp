@@ -35,7 +35,7 @@ using support::XOwned;
 using support::XServer;
 
 constexpr int rounds = 9;
-constexpr auto patience = std::chrono::seconds(20);
+constexpr auto timeout = std::chrono::seconds(20);
 constexpr auto step = std::chrono::microseconds(500);
 constexpr auto settling = std::chrono::seconds(1);
 
@@ -89,7 +89,7 @@ std::optional<Start> start(const std::string& program, const std::string& folder
   ChildProcess process({program}, {server.displayVariable(), "XDG_DATA_HOME=" + folder,
                                    "XDG_RUNTIME_DIR=" + folder});
   while (!hasFrame(connection)) {
-    if (Clock::now() - begin > patience || !process.isRunning()) return std::nullopt;
+    if (Clock::now() - begin > timeout || !process.isRunning()) return std::nullopt;
     std::this_thread::sleep_for(step);
   }
   Start result;
@@ -99,7 +99,7 @@ std::optional<Start> start(const std::string& program, const std::string& folder
   result.threads = statusField(process.pid(), "Threads");
   result.processor = processorMilliseconds(process.pid());
   process.kill(SIGTERM);
-  process.wait(patience);
+  process.wait(timeout);
   return result;
 }
 

@@ -54,8 +54,8 @@ Store openStore(system::EpollRunLoop& runLoop) {
   return {std::move(opened.store), opened.message};
 }
 
-/// Says that the X server is gone, once. Qt, whose connection may break first, ends the process by
-/// itself, and then nobody but a handler of the exit can say it.
+/// Writes once that the X server is gone. If Qt's own connection breaks first, Qt calls exit():
+/// then it is written by an exit handler.
 class LossNotice {
  public:
   LossNotice() {
@@ -87,7 +87,7 @@ qt::NativeKeyboard nativeKeyboard(x11::Desktop& x, std::uint32_t client) {
           }};
 }
 
-/// The window side. The views outlive the windows that show them.
+/// The windows, and before them the views that they refer to.
 struct Display {
   Display(DefaultsStore& frames, const std::string& missingPermission) : windows(views, frames) {
     registerViews(views, engine, missingPermission);

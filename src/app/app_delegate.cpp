@@ -3,8 +3,6 @@
 #include <string_view>
 #include <utility>
 
-#include "app/authorize_view.h"
-
 namespace tapeloop {
 namespace {
 
@@ -21,7 +19,7 @@ Menu mainMenu() {
       MenuItem::separatorItem(),
       {"Quit Tapeloop", MenuAction::terminate, "q", {}},
   };
-  // What this desktop's other programs quit with.
+  // Control+Q, as in other programs of X11 desktops.
   application.items.back().keyEquivalentModifierMasks.push_back(modifier_flag::control);
   return {"My App", {{{}, MenuAction::none, {}, std::move(application)}}};
 }
@@ -32,7 +30,7 @@ AppDelegate::AppDelegate(const Desktop& desktop, Settings& settings)
     : desktop_(desktop), settings_(settings) {}
 
 void AppDelegate::applicationDidFinishLaunching() {
-  // A run that was killed while it captured leaves its caption in the store.
+  // The caption is in the store: after a kill during a capture it still reads "Stop Recording".
   settings_.startStopButtonText.set("Record");
   desktop_.mainMenu.setMainMenu(mainMenu());
   if (desktop_.permission.AXIsProcessTrusted()) return;
@@ -64,14 +62,14 @@ void AppDelegate::openAuthorizationWindow() {
   Awindow_->setStandardWindowButtonHidden(WindowButton::zoom, true);
 }
 
-// Makes the desktop notice that this program posts input, so that it can ask for the permission.
+// Makes a desktop that asks the user for permission to post input ask now.
 void AppDelegate::clickAtPointer() {
   const auto pointer = desktop_.screens.mouseLocation();
   const auto screens = desktop_.screens.screens();
   if (!pointer || screens.empty()) return;
   const Point place{pointer->x, screens.front().frame.size.height - pointer->y};
   EventSynthesis& synthesis = desktop_.eventSynthesis;
-  // A press whose release can't be made does not stay down.
+  // Its end releases the button if the release can't be made.
   const auto session = synthesis.beginPosting();
   for (const EventType type : {EventType::leftMouseDown, EventType::leftMouseUp}) {
     const auto event = synthesis.CGEventCreateMouseEvent(type, place, MouseButton::left);

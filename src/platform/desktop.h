@@ -13,8 +13,8 @@
 
 namespace tapeloop {
 
-/// Every service of one desktop, for whoever hands them out. A consumer takes only those it needs.
-/// The services outlive whoever holds this.
+/// References to all services of one desktop, for the code that passes them on. A class takes only
+/// those that it uses.
 struct Desktop {
   RunLoop& runLoop;
   Clock& clock;

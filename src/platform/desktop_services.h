@@ -17,30 +17,30 @@ namespace tapeloop {
 class Permission {
  public:
   virtual ~Permission() = default;
-  /// Answers as things are now, and shows nothing.
+  /// The current state; shows no prompt.
   [[nodiscard]] virtual bool AXIsProcessTrusted() const = 0;
 };
 
-/// The desktop's sound for what can't be done.
+/// The desktop's alert sound.
 class Sound {
  public:
   virtual ~Sound() = default;
   virtual void NSBeep() = 0;
 };
 
-/// Asks the user for a review of the program. Whether anything is shown is up to the desktop.
+/// Asks the user to review the program. The desktop decides whether to show anything.
 class AppReview {
  public:
   virtual ~AppReview() = default;
   virtual void requestReview() = 0;
 };
 
-/// Opens what other programs show. Main thread only.
+/// Opens pages in other programs.
 class Workspace {
  public:
   virtual ~Workspace() = default;
-  /// Shows the page in the user's browser. True if it was handed to one. The scheme "tapeloop:"
-  /// names a page that ships with the program.
+  /// Shows the page in the user's browser. True if a browser was started. The scheme "tapeloop:"
+  /// stands for a page that is installed with the program.
   virtual bool openURL(std::string_view url) = 0;
 };
 
@@ -61,21 +61,21 @@ struct Menu {
 struct MenuItem {
   std::string title;
   MenuAction action = MenuAction::none;
-  std::string keyEquivalent;  ///< What the key writes; empty: none.
-  Menu submenu;               ///< Without items: none.
-  /// The modifier flags that the key is pressed with, each set of them a way of its own.
+  std::string keyEquivalent;  ///< The character of the shortcut's key; empty: no shortcut.
+  Menu submenu;               ///< No items: no submenu.
+  /// The modifier flags of the shortcut; several entries are alternatives.
   std::vector<std::uint64_t> keyEquivalentModifierMasks{modifier_flag::command};
 
   static MenuItem separatorItem() { return {{}, MenuAction::separator, {}, {}}; }
 };
 
-/// Shows the menu of the program and carries out its actions.
+/// Shows the program's menu and runs the actions of its items.
 class MainMenu {
  public:
   virtual ~MainMenu() = default;
   /// Replaces the menu that was shown before.
   virtual void setMainMenu(Menu menu) = 0;
-  /// Without items before one was set. Lives until another one is.
+  /// The menu set last; empty before. Valid until another one is set.
   [[nodiscard]] virtual const Menu& mainMenu() const = 0;
 };
 
@@ -84,12 +84,12 @@ struct Notification {
   std::map<std::string, std::string> userInfo;
 };
 
-/// Tells whoever observes a name of what is posted under it. Main thread only.
+/// Calls the observers of a name whenever a notification of that name is posted.
 class NotificationCenter {
  public:
   using Observer = std::function<void(const Notification&)>;
 
-  /// Observers run before this returns.
+  /// Calls the observers before it returns.
   void postNotificationName(std::string_view name, std::map<std::string, std::string> userInfo) {
     posted_({std::string(name), std::move(userInfo)});
   }

@@ -9,7 +9,7 @@
 namespace tapeloop {
 
 enum class ScrollUnit : std::uint32_t { pixel = 0 };
-/// Where a posted event enters: with what the hardware sends.
+/// Where a posted event enters the input stream: at the point where hardware input does.
 enum class TapLocation : std::uint32_t { hid = 0 };
 enum class EventField : std::uint32_t { mouseClickState = 1 };
 
@@ -26,6 +26,7 @@ struct SyntheticEvent {
   friend bool operator==(const SyntheticEvent&, const SyntheticEvent&) = default;
 };
 
+// Nothing reads the flags so far: posting replaces all of them.
 [[nodiscard]] inline std::uint64_t CGEventGetFlags(const SyntheticEvent& event) {
   return event.flags;
 }
@@ -41,7 +42,7 @@ class EventSynthesis {
  public:
   virtual ~EventSynthesis() = default;
 
-  // Each of these returns nothing when the platform can't make such an event.
+  // Each of these returns nothing if the platform can't create such an event.
   virtual std::optional<SyntheticEvent> CGEventCreateMouseEvent(EventType type, Point position,
                                                                 MouseButton button) = 0;
   virtual std::optional<SyntheticEvent> CGEventCreateKeyboardEvent(std::uint16_t keyCode,
@@ -55,9 +56,9 @@ class EventSynthesis {
   /// Applications receive the event as if hardware had sent it.
   virtual void CGEventPost(TapLocation tap, const SyntheticEvent& event) = 0;
 
-  /// While any session lives, a key or button that was posted down stays down until its release is
-  /// posted. When the last one goes, whatever is still down is released. Sessions may outlive the
-  /// service; they then do nothing.
+  /// While any session exists, keys and buttons that were posted down stay down until their release
+  /// is posted. When the last session is destroyed, those that are still down are released. A
+  /// session that is destroyed after the service does nothing.
   class PostingSession {
    public:
     virtual ~PostingSession() = default;

@@ -67,7 +67,7 @@ constexpr std::uint64_t modifierFlags(std::uint64_t bits) {
   return flags;
 }
 
-/// What a registration is called by whoever made it.
+/// The caller's identifier of a registration; comes back in its events.
 struct EventHotKeyID {
   std::uint32_t signature = 0;
   std::uint32_t id = 0;
@@ -84,57 +84,59 @@ enum class EventTargetRef : std::uint32_t {};
 enum class EventHotKeyRef : std::uint64_t {};
 enum class EventHandlerRef : std::uint64_t {};
 
-/// A press or a release on its way through the handlers.
+/// A press or a release of a hotkey.
 struct HotKeyEvent {
   std::uint32_t kind = 0;
   std::optional<EventHotKeyID> directObject;
 };
 
-/// What becomes of the key press for the application that has the focus. It sees modifiers in any
+/// What the application that has the focus sees of a hotkey's key. It sees the modifiers in any
 /// case.
 enum class HotKeyClaim : std::uint8_t {
   observe,     ///< It gets the key as if there were no hotkey.
-  take,        ///< It sees nothing of the key. The hotkey is dead while another program takes it.
-  takeIfFree,  ///< The same, but the hotkey acts even then, and the other program sees the key.
+  take,        ///< It doesn't get the key. The hotkey is inactive while another program grabs it.
+  takeIfFree,  ///< The same, but the hotkey stays active when another program grabs the key.
 };
 
-/// One of the combinations that the desktop or another program has taken, as far as its entry could
-/// be read.
+/// A combination that the desktop or another program has reserved. Fields that could not be read
+/// are empty.
 struct SymbolicHotKey {
   std::optional<bool> enabled;            ///< kHISymbolicHotKeyEnabled
   std::optional<std::int64_t> code;       ///< kHISymbolicHotKeyCode
   std::optional<std::int64_t> modifiers;  ///< kHISymbolicHotKeyModifiers: modifier bits
 };
 
-/// Combinations of keys that act whichever application has the focus. A hotkey is pressed when its
-/// key goes down while exactly its modifiers are held, locks aside, and released when the key and
-/// all of its modifiers are up. Its key is the place on the keyboard; that of Escape is also every
-/// key that writes Escape in the layout in force. Keys that this program posts press none.
+/// Global keyboard shortcuts, which work in whatever application has the focus. A hotkey is pressed
+/// when its key goes down while exactly its modifiers are held (Caps Lock and Num Lock are
+/// ignored), and released when the key and all of its modifiers are up. Key codes name positions on
+/// the keyboard; Escape also matches any key that types Escape in the current layout. Keys that
+/// this program posts trigger no hotkey.
 ///
-/// Another program may have a combination to itself. Whether it still does is tried again whenever
-/// any claim or the keyboard changes. Main thread only.
+/// Another program may have grabbed a combination; grabbing it is tried again whenever a claim or
+/// the keyboard changes.
 class HotKeyService {
  public:
-  /// Returns `noErr` if it consumed the event; otherwise the handler that was installed before it
-  /// is asked. May register and unregister hotkeys.
+  /// Returns `noErr` if it handled the event; otherwise the handler that was installed before it is
+  /// called. May register and unregister hotkeys.
   using EventHandler = std::function<OSStatus(const HotKeyEvent*)>;
 
   virtual ~HotKeyService() = default;
 
   [[nodiscard]] virtual std::optional<EventTargetRef> GetEventDispatcherTarget() = 0;
-  /// `modifiers` are modifier bits, `options` is 0. On success `hotKey` names the registration,
-  /// whether or not another program has the combination. A key that is down already does not count.
+  /// `modifiers` are modifier bits, `options` is 0. On success `hotKey` identifies the
+  /// registration; it succeeds even if another program has grabbed the combination. If the key is
+  /// down already, it has to be released and pressed again.
   virtual OSStatus RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers,
                                        EventHotKeyID id, EventTargetRef target,
                                        std::uint32_t options, HotKeyClaim claim,
                                        std::optional<EventHotKeyRef>& hotKey) = 0;
-  /// A hotkey that is down is forgotten without a release.
+  /// A hotkey that is down gets no release event.
   virtual OSStatus UnregisterEventHotKey(EventHotKeyRef hotKey) = 0;
-  /// To set the claim that it has is a change too.
+  /// Setting the same claim again also retries the grabs that failed.
   virtual void setClaim(EventHotKeyRef hotKey, HotKeyClaim claim) = 0;
 
-  /// Hands out every press and release that was made until now, which otherwise may lag behind what
-  /// the program is told of the keyboard in other ways.
+  /// Delivers the presses and releases that have happened but were not delivered yet. Otherwise
+  /// they may arrive later than the same keys do as input of a window.
   virtual void catchUp() = 0;
 
   virtual OSStatus InstallEventHandler(EventTargetRef target, EventHandler handler,
@@ -151,8 +153,8 @@ class HotKeyService {
   }
   [[nodiscard]] static std::uint32_t GetEventKind(const HotKeyEvent& event) { return event.kind; }
 
-  /// Those that are about this combination, asked of the desktop anew. `modifiers` are modifier
-  /// bits. Nothing if it can't be asked.
+  /// The reserved combinations equal to this one, queried from the desktop on each call.
+  /// `modifiers` are modifier bits. Nothing if the query fails.
   [[nodiscard]] virtual std::optional<std::vector<SymbolicHotKey>> CopySymbolicHotKeys(
       std::uint32_t keyCode, std::uint32_t modifiers) = 0;
 };

@@ -14,8 +14,7 @@
 
 namespace tapeloop {
 
-/// A store that is gone with the program: for a run whose real store can't be opened. Main thread
-/// only.
+/// A store in memory, used when the store file can't be opened.
 class MemoryDefaultsStore : public DefaultsStore {
  public:
   [[nodiscard]] std::optional<DefaultsValue> objectForKey(std::string_view key) const override {
@@ -31,7 +30,7 @@ class MemoryDefaultsStore : public DefaultsStore {
   [[nodiscard]] StoreStatus setObjectForKey(const DefaultsValue& value,
                                             std::string_view key) override {
     put(value, key);
-    tellObservers(key);
+    callObservers(key);
     return StoreStatus::stored;
   }
 
@@ -42,7 +41,7 @@ class MemoryDefaultsStore : public DefaultsStore {
       writes.emplace_back(key, valueOf(value));
     });
     for (auto& [key, value] : writes) put(std::move(value), key);
-    for (const auto& [key, value] : writes) tellObservers(key);
+    for (const auto& [key, value] : writes) callObservers(key);
     return StoreStatus::stored;
   }
 
@@ -57,7 +56,7 @@ class MemoryDefaultsStore : public DefaultsStore {
   }
 
  protected:
-  void tellOfForeignWrites() const { foreignWrites_(); }
+  void callForeignWriteObservers() const { foreignWrites_(); }
   void put(DefaultsValue value, std::string_view key) {
     values_.insert_or_assign(std::string(key), std::move(value));
   }
@@ -69,7 +68,7 @@ class MemoryDefaultsStore : public DefaultsStore {
     if (const auto* integer = std::get_if<std::int64_t>(&view)) return *integer;
     return std::get<bool>(view);
   }
-  void tellObservers(std::string_view key) {
+  void callObservers(std::string_view key) {
     if (const auto known = observers_.find(key); known != observers_.end()) known->second();
   }
 

@@ -9,8 +9,8 @@
 
 namespace tapeloop {
 
-/// Keeps one callback connected; letting go of it disconnects. It may outlive what it is connected
-/// to. Move-only.
+/// Keeps a callback connected until it is destroyed or reset. May be destroyed after the object
+/// that calls the callback. Move-only.
 class [[nodiscard]] Subscription {
  public:
   Subscription() = default;
@@ -33,9 +33,9 @@ class [[nodiscard]] Subscription {
   std::function<void()> cancel_;
 };
 
-/// A list of callbacks, called in the order in which they were connected. A callback may connect
-/// and disconnect others while it runs: those that were disconnected are not called any more, those
-/// that were connected are called from the next time on.
+/// A list of callbacks, called in the order in which they were connected. Callbacks may connect and
+/// disconnect callbacks: disconnected ones are not called any more, new ones are called from the
+/// next time on.
 template <typename... Arguments>
 class Signal {
  public:
@@ -65,8 +65,8 @@ class Signal {
   std::shared_ptr<Slots> slots_ = std::make_shared<Slots>();
 };
 
-/// A value that views show and procedures read and write: get, set, subscribe. Where the value
-/// lives, in memory or in the defaults store, is the subclass's business. Main thread only.
+/// A value that tells its subscribers when it changes. `State` keeps it in memory, `Setting` in the
+/// defaults store.
 template <typename T>
 class Observable {
  public:
@@ -76,9 +76,9 @@ class Observable {
   virtual ~Observable() = default;
 
   [[nodiscard]] virtual const T& get() const = 0;
-  /// Subscribers hear of it only if the value changes.
+  /// Subscribers are called only if the value changes.
   virtual void set(T value) = 0;
-  /// `callback` runs after every change; the new value is read with `get`.
+  /// `callback` runs after every change; `get` then returns the new value.
   virtual Subscription subscribe(std::function<void()> callback) = 0;
 };
 

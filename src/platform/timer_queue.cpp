@@ -12,10 +12,11 @@ namespace {
 
 constexpr double nanosecondsPerSecond = 1e9;
 constexpr std::int64_t shortestPeriod = 100'000;
-// A longer stop of the program is not made up for: all of it would come at once.
-constexpr std::int64_t mostMadeUpFor = 1'000'000'000;
+// Timers started by a tick that is later than this count from now: after a long stall of the
+// program everything it missed would otherwise be due at once.
+constexpr std::int64_t mostLateness = 1'000'000'000;
 constexpr std::size_t smallestHeap = 64;
-// Far enough away never to come, near enough that adding it to any time does not overflow.
+// Never reached, and small enough that adding a time to it does not overflow.
 constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max() / 4;
 
 std::int64_t toNanoseconds(double seconds) {
@@ -32,8 +33,8 @@ Timer::Timer(std::int64_t interval, TimerRepeats repeats, TimerBlock block)
 
 void Timer::fire() {
   if (!block_) return;
-  // The block may invalidate the timer, or let go of its owner's last reference to it; it must
-  // survive its own run.
+  // The block may invalidate the timer or drop the last reference to it; neither the timer nor the
+  // block may be destroyed while it runs.
   const TimerRef self = shared_from_this();
   TimerBlock block = std::exchange(block_, nullptr);
   running_ = repeats_ == TimerRepeats::yes;
@@ -44,7 +45,7 @@ void Timer::fire() {
 
 void Timer::invalidate() {
   running_ = false;
-  // Moved out first: what the block owns may come back here while it is being destroyed.
+  // Moved out first: destructors of what the block captured may call this again.
   const TimerBlock gone = std::exchange(block_, nullptr);
 }
 
@@ -84,13 +85,12 @@ bool TimerQueue::fireNext(std::int64_t now) {
   if (!deadline || *deadline > now || heap_.front().sequence >= passEnd_) return false;
   Entry entry = pop();
   if (entry.timer->repeats_ == TimerRepeats::yes) {
-    // On the queue again before the block runs, so that a block that invalidates the timer or asks
-    // for the next deadline finds it there.
+    // Queued again before the block runs, so that `nextDeadline` is right if the block calls it.
     const std::int64_t interval = entry.timer->interval_;
     const std::int64_t missed = (now - entry.deadline) / interval;
     const std::int64_t due = entry.deadline + missed * interval;
     push({due + interval, nextSequence_++, entry.timer});
-    if (now - due <= mostMadeUpFor) tick_ = Tick{now, due};
+    if (now - due <= mostLateness) tick_ = Tick{now, due};
     entry.timer->deadline_ = due;
   }
   entry.timer->fire();
@@ -99,8 +99,9 @@ bool TimerQueue::fireNext(std::int64_t now) {
 }
 
 void TimerQueue::push(Entry entry) {
-  // Invalid timers are dropped when they come to the front, or here, before the list would grow:
-  // stopping a long run again and again does not pile up its timers until their deadlines.
+  // Invalid timers are removed when they reach the front, or here before the vector would grow.
+  // Without that, stopping long runs again and again would keep all their timers until they are
+  // due.
   if (heap_.size() == heap_.capacity()) {
     const auto dropped =
         std::erase_if(heap_, [](const Entry& known) { return !known.timer->isValid(); });

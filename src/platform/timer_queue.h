@@ -9,28 +9,28 @@
 
 namespace tapeloop {
 
-/// Timers in order of their deadlines; equal deadlines in order of creation. The time is always
-/// handed in, in nanoseconds on a clock that never goes back, so that a real run loop and a virtual
-/// clock fire the same timers in the same order.
+/// Timers ordered by deadline, equal deadlines by creation. It reads no clock: callers pass the
+/// time, in nanoseconds on a monotonic clock. So the real run loop and the simulated one fire the
+/// same timers in the same order.
 class TimerQueue {
  public:
-  /// The deadline is `now` + `interval` seconds. An interval that is negative or not a number
-  /// counts as 0; one of a repeating timer is at least 0.1 ms. What the block of a repeating timer
-  /// schedules counts from when that was due, unless it is very late: what it starts again and
-  /// again keeps its place among the ticks that follow.
+  /// The deadline is `now` + `interval` seconds. A negative interval or NaN counts as 0; that of a
+  /// repeating timer is at least 0.1 ms. Within the block of a repeating timer the deadline counts
+  /// from when that timer was due, if it is at most a second late. So a one-shot timer of the same
+  /// interval comes due together with the next tick, however late this one is.
   TimerRef schedule(std::int64_t now, double interval, TimerRepeats repeats, TimerBlock block);
 
-  /// The deadline of the first valid timer. Drops invalid ones that stand before it.
+  /// The deadline of the first valid timer. Removes the invalid ones before it.
   [[nodiscard]] std::optional<std::int64_t> nextDeadline();
 
-  /// Starts a pass: timers created from here on wait for the next pass, so that a timer that
-  /// schedules another one without a delay cannot hold up the loop.
+  /// Starts a pass. Timers that are created from here on fire in the next pass, so that timers that
+  /// schedule each other without delay can't keep the loop from serving anything else.
   void beginPass() { passEnd_ = nextSequence_; }
-  /// Fires the first timer that is due at `now` and older than the pass. False when there is none.
-  /// A repeating timer that is late by whole intervals skips those.
+  /// Fires the first timer that is due at `now` and was created before the pass. False if there is
+  /// none. A repeating timer that is late by whole intervals skips those.
   bool fireNext(std::int64_t now);
 
-  /// Valid timers and those that were invalidated but not yet dropped.
+  /// Valid timers and invalidated ones that were not removed yet.
   [[nodiscard]] std::size_t size() const { return heap_.size(); }
 
  private:
@@ -51,7 +51,7 @@ class TimerQueue {
   std::vector<Entry> heap_;
   std::uint64_t nextSequence_ = 0;
   std::uint64_t passEnd_ = 0;
-  std::optional<Tick> tick_;  // while the block of a repeating timer runs
+  std::optional<Tick> tick_;  // of the repeating timer whose block is running
 };
 
 }  // namespace tapeloop

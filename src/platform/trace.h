@@ -8,8 +8,8 @@
 
 namespace tapeloop {
 
-/// The running diagnostic trace on standard output, one line a step. Writing a line never blocks
-/// and never fails, and where nobody reads the trace no line is made.
+/// The diagnostic trace on standard output, one line for each step. Writing a line never blocks and
+/// never fails.
 class Trace {
  public:
   virtual ~Trace() = default;
@@ -20,7 +20,7 @@ class Trace {
   void writeLine(std::string_view line) {
     if (hasReader_) write(line);
   }
-  /// A text that is made for the trace alone comes as a function that makes it.
+  /// For a line that has to be composed: `text` is called only if there is a reader.
   template <std::invocable Text>
   void writeLine(Text text) {
     if (hasReader_) write(std::string_view(text()));
@@ -41,7 +41,7 @@ class Trace {
   }
 
  protected:
-  /// Nobody reads the trace, nor will anybody.
+  /// From now on no line is written.
   void loseReader() { hasReader_ = false; }
 
  private:

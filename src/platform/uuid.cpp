@@ -22,7 +22,6 @@ int hexValue(char digit) {
 }  // namespace
 
 Uuid Uuid::random() {
-  // They are made one at a time: asking the system's source each time is cheap enough.
   std::random_device device;
   Uuid uuid;
   for (auto& byte : uuid.bytes) byte = static_cast<std::uint8_t>(device());

@@ -8,11 +8,11 @@
 
 namespace tapeloop {
 
-/// 128 bits that identify one thing among all.
+/// A universally unique identifier.
 struct Uuid {
   std::array<std::uint8_t, 16> bytes{};
 
-  /// A fresh random (version 4) one.
+  /// A new random one (version 4).
   static Uuid random();
   /// Accepts either case. Nothing if `text` is not 8-4-4-4-12 hexadecimal digits.
   static std::optional<Uuid> parse(std::string_view text);

@@ -41,15 +41,15 @@ enum class WindowButton : std::uint32_t { close = 0, miniaturize = 1, zoom = 2 }
 enum class BackingType : std::uint32_t { buffered = 2 };
 enum class DeferCreation : std::uint8_t { no, yes };
 
-/// The state and the rules of something that a window shows. How it is drawn is known to the window
-/// system, which finds the drawing by the type of the view.
+/// The state and behaviour of something that a window shows. The window system chooses how to draw
+/// it by its C++ type.
 class View {
  public:
   View() = default;
   View(const View&) = delete;
   View& operator=(const View&) = delete;
   virtual ~View() = default;
-  /// Called when a window that shows the view comes on screen, and when it leaves.
+  /// Called when the window that shows the view appears on the screen, and when it disappears.
   virtual void onAppear() {}
   virtual void onDisappear() {}
 };
@@ -60,7 +60,7 @@ struct HostingView {
   double cornerRadius = 0;
 };
 
-/// What can be said and done of any open window of the program, whoever made it.
+/// Any open window of the program, also one that it did not create through `WindowSystem`.
 class WindowChrome {
  public:
   virtual ~WindowChrome() = default;
@@ -71,7 +71,7 @@ class WindowChrome {
   virtual void setStandardWindowButtonHidden(WindowButton button, bool hidden) = 0;
 };
 
-/// One top-level window. Letting go of the last reference closes it.
+/// A top-level window. It is closed when the last reference to it is dropped.
 class Window : public WindowChrome {
  public:
   virtual void makeKeyAndOrderFront() = 0;
@@ -82,30 +82,30 @@ class Window : public WindowChrome {
   virtual void setBackingType(BackingType type) = 0;
   /// A window that is not released when closed may be shown again.
   virtual void setReleasedWhenClosed(bool released) = 0;
-  /// A window that ignores mouse events lets clicks through to what lies below.
+  /// If true, clicks go to the window below.
   virtual void setIgnoresMouseEvents(bool ignores) = 0;
   virtual void setContentView(HostingView content) = 0;
   /// Moves the window's top-left corner to `point`.
   virtual void setFrameTopLeftPoint(Point point) = 0;
-  /// In the middle of the screen.
+  /// Moves the window to the middle of the screen.
   virtual void center() = 0;
-  /// Where the user leaves the window is remembered under `name`, also for later runs, and goes
-  /// before every other place that it is given.
+  /// Stores where the user moves the window under `name`, and restores that in later runs. A
+  /// restored place overrides `setFrameTopLeftPoint` and `center`.
   virtual void setFrameAutosaveName(std::string_view name) = 0;
   virtual void setTitlebarAppearsTransparent(bool transparent) = 0;
-  /// Puts on screen at once what may otherwise wait until the caller has returned.
+  /// Draws the window now; otherwise that may happen after the caller has returned.
   virtual void display() = 0;
-  /// Takes the window off the screen. Closing twice is harmless.
+  /// Hides the window. No effect on a closed one.
   virtual void close() = 0;
 };
 
 class WindowSystem {
  public:
   virtual ~WindowSystem() = default;
-  /// The window is not on screen yet. Null when it can't be made.
+  /// Creates a window that is not shown yet. Null on failure.
   virtual std::shared_ptr<Window> createWindow(Rect contentRect, StyleMask mask,
                                                BackingType backing, DeferCreation defer) = 0;
-  /// Every open window of the program, in the platform's order.
+  /// All open windows of the program, in the platform's order.
   [[nodiscard]] virtual std::vector<std::shared_ptr<WindowChrome>> windows() = 0;
 };
 

@@ -44,8 +44,7 @@ void EventSynthesizer::postLoggedEvent(const InputEvent& event) {
   }
 }
 
-// A kind is looked for inside the text of a row and not compared with it, and a text that names
-// several kinds posts each of them.
+// The text of a row may contain the names of several kinds; each of them is posted.
 void EventSynthesizer::postRecordedEvent(const Recording& recording, std::size_t index) {
   if (index >= recording.typeArray.size()) return;
   const std::string& names = recording.typeArray[index];
@@ -73,7 +72,7 @@ void EventSynthesizer::postRow(const Recording& r, std::size_t i, const EventKin
 }
 
 void EventSynthesizer::postMouse(const EventKind& kind, Point location, std::int64_t clickCount) {
-  // Asked for every event: screens may be rearranged in the middle of a run.
+  // Read for every event: screens may be rearranged during a run.
   const auto screens = screens_.screens();
   if (screens.empty()) return;
   const Point position{location.x, screens.front().frame.size.height - location.y};
@@ -94,7 +93,7 @@ void EventSynthesizer::postScroll(double deltaX, double deltaY) {
 void EventSynthesizer::postKey(std::uint16_t keyCode, bool keyDown, std::uint64_t modifierFlags) {
   auto event = synthesis_.CGEventCreateKeyboardEvent(keyCode, keyDown);
   if (!event) return;
-  // Whatever the event got at its creation goes: exactly the recorded modifiers count.
+  // Replaces the flags from the creation: the event has exactly the recorded modifiers.
   CGEventSetFlags(*event, modifierFlags);
   synthesis_.CGEventPost(TapLocation::hid, *event);
 }

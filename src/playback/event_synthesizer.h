@@ -11,16 +11,15 @@
 
 namespace tapeloop {
 
-/// Turns one recorded event into one synthetic event and posts it. Holds no state between calls;
-/// whatever can't be posted is skipped silently. Main thread only.
+/// Converts recorded events into synthetic events and posts them. An event that can't be posted is
+/// skipped. Has no state.
 class EventSynthesizer {
  public:
-  /// Everything that is handed in outlives the synthesizer.
   EventSynthesizer(EventSynthesis& synthesis, Screens& screens, Trace& trace)
       : synthesis_(synthesis), screens_(screens), trace_(trace) {}
 
   void postLoggedEvent(const InputEvent& event);
-  /// Row `index` of `recording`. Posts nothing when a column that the row needs has no such entry.
+  /// Posts row `index` of `recording`, or nothing if a column that it needs is shorter.
   void postRecordedEvent(const Recording& recording, std::size_t index);
 
  private:

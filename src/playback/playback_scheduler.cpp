@@ -35,8 +35,8 @@ std::string isoDate(double secondsSince1970) {
 
 }  // namespace
 
-// What the events of one run share. The timers of pending events hold it; when the last of them has
-// fired or was invalidated the run goes, and its posting session with it.
+// What the events of one run share. Owned by the timers of its pending events: when the last one
+// has fired or was invalidated, the run is destroyed, which ends its posting session.
 struct PlaybackScheduler::Run {
   PlaybackScheduler* scheduler;                    // null: the scheduler is gone
   std::shared_ptr<const EventLog::Events> events;  // null: rows of the loaded recording

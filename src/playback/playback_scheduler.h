@@ -55,9 +55,9 @@ class PlaybackScheduler {
   const PlaybackSettings settings_;
   const PlaybackServices services_;
   EventSynthesizer synthesizer_;
-  std::vector<std::weak_ptr<Run>> runs_;  // expired: none of its events is pending
+  std::vector<std::weak_ptr<Run>> runs_;  // expired if no event is pending
   std::int64_t lastDeadline_ = longAgo;
-  std::shared_ptr<EventSynthesis::PostingSession> session_;  // while playback is active
+  std::shared_ptr<EventSynthesis::PostingSession> session_;  // while `isPlaying` holds
   Subscription isPlayingSubscription_;
 };
 

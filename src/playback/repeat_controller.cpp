@@ -2,18 +2,17 @@
 
 #include <cmath>
 #include <string>
-#include <string_view>
 
 namespace tapeloop {
 namespace {
 
-// For a repeating recording without any duration: often enough to go unnoticed, seldom enough to
-// leave the desktop usable.
+// The period of a repeating recording without duration. With a shorter one the desktop is hardly
+// usable.
 constexpr double shortestCycle = 0.01;
 
 bool equalsIntegerPart(std::int64_t count, double number) {
   constexpr double limit = 9'223'372'036'854'775'808.0;  // 2 to the power of 63
-  if (!(std::abs(number) < limit)) return false;         // not finite either
+  if (!(std::abs(number) < limit)) return false;         // or NaN
   return count == static_cast<std::int64_t>(number);
 }
 
@@ -52,8 +51,8 @@ void RepeatController::startPlayback(PlayVariant variant) {
   updateWaitTime();
   if (capture_.isPlaying.get()) return;
   capture_.isPlaying.set(true);
-  // To bring the hint on screen takes several events' time. The run begins after that: otherwise
-  // its first events would all be late, and come at once.
+  // Showing the hint takes longer than the first events of a run are apart. If the run counted from
+  // before that, they would all be late and be posted at once.
   if (state_.ESCwindow) state_.ESCwindow->display();
   services_.runLoop.takeTime();
 
@@ -99,33 +98,23 @@ double RepeatController::runDuration() const {
   return capture_.recordingTime / settings_.divisor();
 }
 
-// The period is settled by the play action, and a run may last longer: another recording was
-// loaded, or the speed lowered. Runs on top of each other would pile up, and Escape cancels the
-// latest one alone.
 void RepeatController::tick(const TimerRef& cycleTimer, PlayVariant variant) {
-  if (!isRunUnderWay(cycleTimer)) beginCycle(cycleTimer, variant);
-}
-
-bool RepeatController::isRunUnderWay(const TimerRef& cycleTimer) const {
-  // However late the tick comes, what counts is when it was due. Without a wait that is when the
-  // last event is due: the next run follows, unless repeating was turned off and the end of this
-  // run, which comes at the same moment too, is the end of playback.
+  // The period is fixed by the play action, but a run may last longer: another recording may have
+  // been loaded, or the speed lowered. Overlapping runs would pile up, and Escape could cancel only
+  // the latest one. So a tick is skipped if the last event is due later than it, however late the
+  // tick itself is. Without a wait both are due at the same time; then the next run follows, unless
+  // repeating was turned off: the end of the run, due at that time too, ends playback.
   const std::int64_t due = cycleTimer->deadline();
-  return settings_.repeatPlayback.get() ? scheduler_.lastDeadline() > due
-                                        : scheduler_.lastDeadline() >= due;
-}
-
-void RepeatController::beginCycle(const TimerRef& cycleTimer, PlayVariant variant) {
+  const std::int64_t last = scheduler_.lastDeadline();
+  if (settings_.repeatPlayback.get() ? last > due : last >= due) return;
   Trace& trace = services_.trace;
   trace.writeLine("repeating now");
   trace.writeLine("Play button pressed");
   if (variant == PlayVariant::button) trace.writeNumber(settings_.playCount.get());
   trace.writeLine("playingTimer");
-  services_.runLoop.scheduledTimerWithTimeInterval(
-      runDuration(), TimerRepeats::no,
-      [this, alive = std::weak_ptr(alive_), cycleTimer](const TimerRef&) {
-        if (!alive.expired()) finishRun(cycleTimer);
-      });
+  services_.runLoop.dispatchAfter(runDuration(), [this, alive = std::weak_ptr(alive_), cycleTimer] {
+    if (!alive.expired()) finishRun(cycleTimer);
+  });
   if (!capture_.isRecording.get()) scheduler_.playRecording();
 }
 
@@ -139,12 +128,12 @@ void RepeatController::finishRun(const TimerRef& cycleTimer) {
     trace.writeLine("STOP!!!");
     countReached_ = true;
   }
-  // Escape cut this run short, and by now another playback may be on. That one goes on until a run
-  // of its own ends, also if this one has brought the count there.
+  // Escape has ended the playback of this run, and another one may be active. That ends only when a
+  // run of its own has ended, even if this one has made the count reach its limit.
   if (cycleTimer != state_.repeatTimer) return;
   if (countReached_ && capture_.isPlaying.get()) scheduler_.endPlayback(cycleTimer);
-  // Repeating may have been turned off half-way, or on too late: a cycle timer that is spent starts
-  // no further run.
+  // Repeating may have been turned off since. If it was turned on after a start without it, the
+  // cycle timer is one-shot and starts no further run.
   if (settings_.repeatPlayback.get() && cycleTimer->isValid()) return;
   cycleTimer->invalidate();
   capture_.isPlaying.set(false);

@@ -9,21 +9,20 @@
 
 namespace tapeloop {
 
-/// Who started playback. The two differ in the lines that they write.
+/// What started playback. The two differ in the trace lines only.
 enum class PlayVariant : std::uint8_t { button, shortcut };
 
-/// Drives playback from the play action to its end: the wait between runs, the cycle timer whose
-/// ticks start the runs, and the count of the runs that are over. Main thread only.
+/// Controls playback from the play action to its end: works out the wait between runs, starts the
+/// runs with the ticks of the cycle timer, and counts the runs that have ended.
 class RepeatController {
  public:
-  /// Everything that is handed in outlives the controller.
   RepeatController(CaptureState& capture, PlaybackState& state, const PlaybackSettings& settings,
                    const PlaybackServices& services, PlaybackScheduler& scheduler);
   RepeatController(const RepeatController&) = delete;
   RepeatController& operator=(const RepeatController&) = delete;
   ~RepeatController();
 
-  /// During playback this only restarts the count and works the wait out again.
+  /// During playback this only restarts the count and updates the wait.
   void startPlayback(PlayVariant variant);
 
  private:
@@ -31,8 +30,6 @@ class RepeatController {
   void updateWaitTime();
   [[nodiscard]] double runDuration() const;
   void tick(const TimerRef& cycleTimer, PlayVariant variant);
-  [[nodiscard]] bool isRunUnderWay(const TimerRef& cycleTimer) const;
-  void beginCycle(const TimerRef& cycleTimer, PlayVariant variant);
   void finishRun(const TimerRef& cycleTimer);
 
   CaptureState& capture_;
@@ -40,9 +37,8 @@ class RepeatController {
   const PlaybackSettings settings_;
   const PlaybackServices services_;
   PlaybackScheduler& scheduler_;
-  bool countReached_ = false;  // since the play action, perhaps by a run of an earlier playback
-  // End-of-run timers are stored nowhere and can't be cancelled. This tells them that there is
-  // still a controller to count for.
+  bool countReached_ = false;  // since the play action, also by a run of an earlier playback
+  // End-of-run timers can't be cancelled. They do nothing if this has expired.
   std::shared_ptr<const bool> alive_ = std::make_shared<const bool>(true);
 };
 

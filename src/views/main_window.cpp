@@ -7,7 +7,7 @@
 #include <QtQml/QQmlComponent>
 #include <QtQuick/QQuickItem>
 
-#include "app/authorize_view.h"
+#include "app/app_delegate.h"
 #include "capture/indicator_windows.h"
 #include "views/symbol_provider.h"
 

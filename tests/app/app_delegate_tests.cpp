@@ -1,7 +1,6 @@
 #include <memory>
 
 #include "app/app_delegate.h"
-#include "app/authorize_view.h"
 #include "support/simulated_fixture.h"
 
 namespace tapeloop {
@@ -22,7 +21,7 @@ class AppDelegateTest : public testing::SimulatedTest {
       std::make_unique<AppDelegate>(desktop.services(), settings);
 };
 
-TEST_F(AppDelegateTest, ALaunchWithPermissionResetsTheCaptionInstallsTheMenuAndNoMore) {
+TEST_F(AppDelegateTest, LaunchWithPermissionSetsCaptionAndMenu) {
   settings.startStopButtonText.set("Stop Recording");
   launch();
   EXPECT_EQ(settings.startStopButtonText.get(), "Record");
@@ -37,7 +36,7 @@ TEST_F(AppDelegateTest, ALaunchWithPermissionResetsTheCaptionInstallsTheMenuAndN
   EXPECT_THAT(lines(), IsEmpty());
 }
 
-TEST_F(AppDelegateTest, ALaunchWithoutPermissionOpensTheWindowAndClicksWhereThePointerIs) {
+TEST_F(AppDelegateTest, LaunchWithoutPermissionOpensAWindowAndClicks) {
   desktop.permission.granted = false;
   desktop.screens.pointer = Point{100, 200};
   desktop.screens.list = {{{{0, 0}, {1440, 900}}}, {{{1440, 0}, {1920, 1080}}}};

@@ -84,7 +84,7 @@ class SessionTests : public Tour {
               {.kind = XEventKind::buttonPress, .detail = 1, .offset = moment},
               {.kind = XEventKind::buttonRelease, .detail = 1, .offset = moment * 6 / 5}});
   }
-  // Nothing but its place tells that a field belongs to the label before it.
+  // The form does not relate fields to labels; the field is the one to the right of the label.
   Element labelled(const std::string& label) {
     const auto place = form.named(Role::label, label).place();
     const auto found = form.accessible().find([&](const Element& element) {
@@ -147,7 +147,7 @@ class SessionTests : public Tour {
   std::optional<Application> list;
 };
 
-TEST_F(SessionTests, AFormIsRecordedSavedAndPlayedUntilTheRecordingIsDeleted) {
+TEST_F(SessionTests, AFormIsRecordedSavedPlayedAndDeleted) {
   std::optional<Program> program;
   start(program);
   picture("35-from-the-menu");

@@ -1,3 +1,4 @@
+// Single runs, started without the controller that repeats them.
 #include "playback/playback_fixture.h"
 
 namespace tapeloop {
@@ -10,10 +11,9 @@ using ::testing::FieldsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 
-/// Single runs, without the controller that repeats them.
 using PlaybackSchedulerTest = PlaybackTest;
 
-TEST_F(PlaybackSchedulerTest, BothKindsKeepTheirDistancesDividedByTheSpeed) {
+TEST_F(PlaybackSchedulerTest, DividesTheRecordedDistancesByTheSpeed) {
   load({move(10), move(10.5), move(12)});
   capture.recordingTime = 99;
   scheduler->playRecording();
@@ -21,21 +21,17 @@ TEST_F(PlaybackSchedulerTest, BothKindsKeepTheirDistancesDividedByTheSpeed) {
   EXPECT_EQ(capture.recordingTime, 2.0);
   EXPECT_EQ(state.timerArray.size(), 3u);
   advance(10);
-  EXPECT_THAT(postingTimes(), ElementsAre(0.0, 0.5, 2.0));
-
   desktop.runLoop.setStartDate(1'709'164'780.2504);
   log({move(10), move(10.5), keyDown(12, 1)});
   playbackSpeed.set(2);
   scheduler->playRecording();
-  EXPECT_THAT(lines(),
-              ElementsAre("Date Interval: 2024-02-29T00:00:00.250Z to 2024-02-29T00:00:02.250Z",
-                          "0", "1", "2"));
+  EXPECT_EQ(lines().front(), "Date Interval: 2024-02-29T00:00:00.250Z to 2024-02-29T00:00:02.250Z");
   EXPECT_EQ(capture.recordingTime, 2.0);
   advance(10);
   EXPECT_THAT(postingTimes(), ElementsAre(0.0, 0.5, 2.0, 10.0, 10.25, 11.0));
 }
 
-TEST_F(PlaybackSchedulerTest, EventsOlderThanTheFirstAreDueAtOnceInTheirOrder) {
+TEST_F(PlaybackSchedulerTest, PostsEventsOlderThanTheFirstAtOnceInOrder) {
   log({keyDown(10, 1), keyDown(8, 2), keyDown(9, 3), keyDown(11, 4)});
   scheduler->playRecording();
   advance(5);
@@ -46,7 +42,7 @@ TEST_F(PlaybackSchedulerTest, EventsOlderThanTheFirstAreDueAtOnceInTheirOrder) {
               ElementsAre(keyAt(0, 1), keyAt(0, 2), keyAt(0, 3), keyAt(1, 4)));
 }
 
-TEST_F(PlaybackSchedulerTest, ColumnsOfUnequalLengthAreNotReadPastTheirEnd) {
+TEST_F(PlaybackSchedulerTest, ReadsNoColumnPastItsEnd) {
   load({leftDown(1), move(2), move(3), leftUp(4)});
   state.loadedRecording.locXArray.resize(2);
   scheduler->playRecording();
@@ -65,7 +61,8 @@ TEST_F(PlaybackSchedulerTest, ColumnsOfUnequalLengthAreNotReadPastTheirEnd) {
   EXPECT_EQ(capture.recordingTime, 3);
 }
 
-TEST_F(PlaybackSchedulerTest, TheTimersOfAnEarlierRunCannotBeCancelledAnyMore) {
+// Only the timers of the latest run can be cancelled.
+TEST_F(PlaybackSchedulerTest, AnEarlierRunGoesOnWhenPlaybackIsStopped) {
   capture.isPlaying.set(true);
   log({keyDown(0, 1), keyUp(10, 1)});
   scheduler->playRecording();
@@ -80,11 +77,10 @@ TEST_F(PlaybackSchedulerTest, TheTimersOfAnEarlierRunCannotBeCancelledAnyMore) {
   EXPECT_THAT(desktop.eventSynthesis.released(), IsEmpty());
 }
 
-TEST_F(PlaybackSchedulerTest, TheHintWindowFollowsPlaybackAndIsDoneWithoutIfItCannotBeMade) {
+TEST_F(PlaybackSchedulerTest, ShowsTheHintWhilePlayingIfItCan) {
   capture.isPlaying.set(true);
   EXPECT_EQ(desktop.windows.visibleWindows(), 1u);
-  const auto& window = *desktop.windows.records().at(0);
-  EXPECT_EQ(window.topLeft, (Point{630, 900}));
+  EXPECT_EQ(desktop.windows.records().at(0)->topLeft, (Point{630, 900}));
   capture.isPlaying.set(false);
   EXPECT_EQ(desktop.windows.visibleWindows(), 0u);
   EXPECT_NE(state.ESCwindow, nullptr) << "a closed window is kept";
@@ -102,11 +98,11 @@ TEST_F(PlaybackSchedulerTest, TheHintWindowFollowsPlaybackAndIsDoneWithoutIfItCa
   EXPECT_FALSE(playing());
 }
 
-TEST_F(PlaybackSchedulerTest, QuittingInTheMiddlePostsNothingMoreAndLetsGoOfEveryKey) {
+TEST_F(PlaybackSchedulerTest, PostsNothingMoreOnceDestroyed) {
   log({keyDown(0, 1), keyUp(10, 1)});
   scheduler->playRecording();
   advance(1);
-  scheduler->playRecording();  // the first run can't be reached through the list any more
+  scheduler->playRecording();  // the timers of the first run are not in the state any more
   advance(1);
   controller.reset();
   scheduler.reset();

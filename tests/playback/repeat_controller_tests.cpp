@@ -1,25 +1,26 @@
 #include <algorithm>
+#include <functional>
 #include <limits>
 #include <utility>
 
 #include "playback/playback_fixture.h"
-#include "playback/repeat_controller.h"
 
 namespace tapeloop {
 namespace {
 
 using namespace testing;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
 using Limits = std::numeric_limits<double>;
 using RepeatControllerTest = PlaybackTest;
 
-TEST_F(RepeatControllerTest, TheButtonPlaysOneRunThatReleasesItsKeyItselfWithTheseLines) {
+TEST_F(RepeatControllerTest, TheButtonPlaysOneRunWithTheseLines) {
   load({keyDown(0, 7), keyUp(10, 7)});
   playCount.set(9);
   play();
-  EXPECT_TRUE(playing());
   EXPECT_THAT(lines(),
               ElementsAre("play button pressed", "Wait 5 seconds", "isPlaying", "repeatTimer",
                           "repeating now", "Play button pressed", "0", "playingTimer", "0", "1"));
@@ -30,7 +31,8 @@ TEST_F(RepeatControllerTest, TheButtonPlaysOneRunThatReleasesItsKeyItselfWithThe
   EXPECT_FALSE(playing());
   EXPECT_EQ(playCount.get(), 1);
   EXPECT_THAT(postingTimes(), ElementsAre(0.0, 10.0));
-  EXPECT_THAT(desktop.eventSynthesis.released(), IsEmpty());
+  EXPECT_THAT(desktop.eventSynthesis.released(), IsEmpty())
+      << "the run has released its key itself";
   EXPECT_FALSE(holding());
 }
 
@@ -53,7 +55,7 @@ TEST_F(RepeatControllerTest, TheShortcutPlaysOneRunWithTheseLines) {
   EXPECT_EQ(second.at(3), "1.5");
 }
 
-TEST_F(RepeatControllerTest, RunsRepeatWithTheWaitBetweenThemUntilTheCountIsReached) {
+TEST_F(RepeatControllerTest, RepeatsWithTheWaitUntilTheCountIsReached) {
   load({move(0), move(10)});
   playbackSpeed.set(2);
   repeat(3);
@@ -72,17 +74,9 @@ TEST_F(RepeatControllerTest, RunsRepeatWithTheWaitBetweenThemUntilTheCountIsReac
   advance(100);
   EXPECT_THAT(lines(), IsEmpty());
   EXPECT_EQ(desktop.runLoop.timers().size(), 0u);
-
-  repeatPlayback.set(false);
-  timesToRepeat.set(1);
-  play();
-  lines();
-  advance(5);
-  EXPECT_THAT(lines(),
-              ElementsAre("stopped playing", "1", "STOP!!!", "0", "2", "0", "1", "isPlaying"));
 }
 
-TEST_F(RepeatControllerTest, OnlyTheIntegerPartOfTheNumberOfRunsCounts) {
+TEST_F(RepeatControllerTest, OnlyTheIntegerPartOfTheCountMatters) {
   load({move(0), move(1)});
   repeatPlayback.set(true);
   waitBeforeRepeating.set(true);
@@ -96,8 +90,8 @@ TEST_F(RepeatControllerTest, OnlyTheIntegerPartOfTheNumberOfRunsCounts) {
     if (!stopped) escape();
     advance(2);
     const Lines trace = lines();
-    EXPECT_EQ(std::count(trace.begin(), trace.end(), "STOP!!!"), stopped ? 1 : 0) << times;
-    return stopped ? std::count(trace.begin(), trace.end(), "stopped playing") : 0;
+    EXPECT_EQ(std::ranges::count(trace, "STOP!!!"), stopped ? 1 : 0) << times;
+    return stopped ? std::ranges::count(trace, "stopped playing") : 0;
   };
   EXPECT_EQ(runs(3.9), 3);
   EXPECT_EQ(runs(1.0), 1);
@@ -106,7 +100,7 @@ TEST_F(RepeatControllerTest, OnlyTheIntegerPartOfTheNumberOfRunsCounts) {
   }
 }
 
-TEST_F(RepeatControllerTest, TheWaitIsWorkedOutFromItsNumberAndUnit) {
+TEST_F(RepeatControllerTest, TheWaitHasANumberAndAUnit) {
   load({move(0), move(1)});
   waittimenumber.set(2);
   waitBeforeRepeating.set(true);
@@ -123,25 +117,22 @@ TEST_F(RepeatControllerTest, TheWaitIsWorkedOutFromItsNumberAndUnit) {
   EXPECT_EQ(state.waitTime, 0);
 }
 
-TEST_F(RepeatControllerTest, PlayDuringARepeatingPlaybackRestartsTheCount) {
+TEST_F(RepeatControllerTest, PlayDuringPlaybackRestartsTheCount) {
   load({move(0), move(1)});
   repeat(3);
   play();
   advance(2.5);
   EXPECT_EQ(playCount.get(), 2);
   const TimerRef cycle = state.repeatTimer;
-  lines();
   play();
-  EXPECT_THAT(lines(), ElementsAre("play button pressed", "Wait 5 seconds"));
   EXPECT_EQ(state.repeatTimer, cycle);
   advance(2);
   EXPECT_TRUE(playing());
   advance(1);
   EXPECT_FALSE(playing());
-  EXPECT_EQ(desktop.runLoop.now(), 5.5);
 }
 
-TEST_F(RepeatControllerTest, NothingToPlayRaisesTheAlertAndNothingElse) {
+TEST_F(RepeatControllerTest, NothingToPlayRaisesTheAlertOnly) {
   for (const char* type : {"", recording_type::unsaved, recording_type::saved, "other"}) {
     capture.recordingType.set(type);
     playCount.set(4);
@@ -155,7 +146,7 @@ TEST_F(RepeatControllerTest, NothingToPlayRaisesTheAlertAndNothingElse) {
   EXPECT_EQ(state.repeatTimer, nullptr);
 }
 
-TEST_F(RepeatControllerTest, ASingleEventPlaysNothingForTheDurationThatIsKnown) {
+TEST_F(RepeatControllerTest, ASingleEventPlaysNothingForItsDuration) {
   log({move(5)});
   load({move(5)});
   for (const char* type : {recording_type::unsaved, recording_type::saved}) {
@@ -171,8 +162,8 @@ TEST_F(RepeatControllerTest, ASingleEventPlaysNothingForTheDurationThatIsKnown) 
   EXPECT_FALSE(state.showingPlayAlert.get());
 }
 
-// A run has the events of the log to itself, and reads those of a loaded recording as they come.
-TEST_F(RepeatControllerTest, ARecordingThatIsEmptiedRaisesTheAlertWithTheNextRun) {
+// A run keeps its own copy of a log, but reads the rows of a loaded recording as they are due.
+TEST_F(RepeatControllerTest, AnEmptiedRecordingRaisesTheAlertInTheNextRun) {
   repeat(0);
   const std::pair<const char*, std::size_t> postings[] = {{recording_type::unsaved, 2},
                                                           {recording_type::saved, 1}};
@@ -194,7 +185,7 @@ TEST_F(RepeatControllerTest, ARecordingThatIsEmptiedRaisesTheAlertWithTheNextRun
   }
 }
 
-TEST_F(RepeatControllerTest, EscapeCancelsTheRunLetsGoOfItsButtonAndLeavesItsEndToBeCounted) {
+TEST_F(RepeatControllerTest, EscapeCancelsTheRunAndReleasesItsButton) {
   log({move(0)});
   load({leftDown(0), drag(1), leftUp(3)});
   repeat(0);
@@ -206,19 +197,18 @@ TEST_F(RepeatControllerTest, EscapeCancelsTheRunLetsGoOfItsButtonAndLeavesItsEnd
   EXPECT_THAT(lines(), ElementsAre("Escape Key Pressed", "1", "3", "0", "1", "2", "isPlaying"));
   EXPECT_FALSE(playing());
   EXPECT_EQ(playCount.get(), 0);
-  EXPECT_THAT(desktop.eventSynthesis.heldButtons(), IsEmpty());
   ASSERT_EQ(desktop.eventSynthesis.released().size(), 1u);
   EXPECT_EQ(desktop.eventSynthesis.released()[0].event.type, EventType::leftMouseUp);
   escape();
   EXPECT_THAT(lines(), ElementsAre("Escape Key Pressed"));
   advance(100);
-  EXPECT_THAT(lines(), ElementsAre("stopped playing", "1"));
+  EXPECT_THAT(lines(), ElementsAre("stopped playing", "1")) << "the end of the run still counts";
   EXPECT_EQ(playCount.get(), 1);
   EXPECT_FALSE(playing());
   EXPECT_EQ(posted().size(), 5u);
 }
 
-TEST_F(RepeatControllerTest, AKeyStaysDownFromRunToRunUntilPlaybackEnds) {
+TEST_F(RepeatControllerTest, AKeyStaysDownUntilPlaybackEnds) {
   load({keyDown(0, 7), move(1)});
   repeat(2);
   waitBeforeRepeating.set(true);
@@ -230,7 +220,7 @@ TEST_F(RepeatControllerTest, AKeyStaysDownFromRunToRunUntilPlaybackEnds) {
   EXPECT_THAT(desktop.eventSynthesis.heldKeys(), IsEmpty());
 }
 
-TEST_F(RepeatControllerTest, WhileCaptureRunsNoRunStartsButTheCountGoesOn) {
+TEST_F(RepeatControllerTest, DuringCaptureRunsCountWithoutPlaying) {
   load({move(0), move(1)});
   repeat(3);
   play();
@@ -241,7 +231,7 @@ TEST_F(RepeatControllerTest, WhileCaptureRunsNoRunStartsButTheCountGoesOn) {
   EXPECT_THAT(postingTimes(), ElementsAre(0.0, 1.0));
 }
 
-TEST_F(RepeatControllerTest, ARecordingWithoutDurationRepeatsEveryTenMilliseconds) {
+TEST_F(RepeatControllerTest, ARunWithoutDurationTakesTenMilliseconds) {
   load({move(5), move(5)});
   repeat(0);
   waittimenumber.set(-3);
@@ -255,7 +245,7 @@ TEST_F(RepeatControllerTest, ARecordingWithoutDurationRepeatsEveryTenMillisecond
   }
 }
 
-TEST_F(RepeatControllerTest, ASpeedThatCannotBeDividedByPlaysAtOne) {
+TEST_F(RepeatControllerTest, ASpeedThatIsNoDivisorPlaysAtOne) {
   load({move(0), move(2)});
   for (const double speed : {0.0, -1.0, Limits::quiet_NaN(), Limits::infinity()}) {
     SCOPED_TRACE(speed);
@@ -270,7 +260,7 @@ TEST_F(RepeatControllerTest, ASpeedThatCannotBeDividedByPlaysAtOne) {
   }
 }
 
-TEST_F(RepeatControllerTest, TurningRepeatingOffOrOnHalfWayEndsPlaybackWithTheCurrentRun) {
+TEST_F(RepeatControllerTest, TurningRepeatingOnOrOffEndsWithTheRun) {
   load({move(0), move(1)});
   for (const bool repeats : {true, false}) {
     const std::size_t before = posted().size();
@@ -287,7 +277,8 @@ TEST_F(RepeatControllerTest, TurningRepeatingOffOrOnHalfWayEndsPlaybackWithTheCu
   }
 }
 
-TEST_F(RepeatControllerTest, TheEndOfARunThatEscapeCutShortLeavesTheNextPlaybackAlone) {
+// The end of a run that Escape cut short comes while the next playback is active.
+TEST_F(RepeatControllerTest, AnOldRunThatEndsDoesNotEndTheNextPlayback) {
   load({move(0), move(10)});
   for (const bool repeats : {false, true}) {
     repeatPlayback.set(repeats);
@@ -308,12 +299,101 @@ TEST_F(RepeatControllerTest, TheEndOfARunThatEscapeCutShortLeavesTheNextPlayback
   }
 }
 
-TEST_F(RepeatControllerTest, TheHintIsOnScreenBeforeTheRunBegins) {
+TEST_F(RepeatControllerTest, TheHintIsShownBeforeTheRunBegins) {
   desktop.windows.onDisplay([&] { desktop.runLoop.stall(0.05); });
   load({move(0), move(0.01), move(1)});
   play();
   advance(5);
   EXPECT_THAT(postingTimes(), ElementsAre(0.05, 0.06, 1.05));
+}
+
+// Without a wait the next cycle is due together with the end of the run, and comes first.
+TEST_F(RepeatControllerTest, TheCycleAfterTheLastRunPostsNothing) {
+  load({keyDown(0, 1), keyUp(1, 1)});
+  repeat(3);
+  play();
+  advance(3);
+  EXPECT_FALSE(playing());
+  advance(100);
+  EXPECT_THAT(postingTimes(), ElementsAre(0.0, 1.0, 1.0, 2.0, 2.0, 3.0));
+  EXPECT_FALSE(holding());
+  EXPECT_EQ(desktop.runLoop.timers().size(), 0u);
+}
+
+// Rounded to nanoseconds, the last event must never be later than the tick that follows it.
+TEST_F(RepeatControllerTest, NoTickIsSkippedAtAnyDurationOrLateness) {
+  repeat(0);
+  for (const double duration : {1.0 / 3, 0.1, 7.777777777777, 12345.6789}) {
+    load({move(1e6 / 7), move(1e6 / 7 + duration)});
+    for (int speed = 1; speed <= 10; ++speed) {
+      playbackSpeed.set(speed);
+      lines();
+      play();
+      for (int i = 0; i < 40; ++i) {
+        advance(duration / speed / 2);
+        desktop.runLoop.stall(0.0005);
+      }
+      escape();
+      EXPECT_GE(std::ranges::count(lines(), "repeating now"), 20) << duration << " / " << speed;
+      advance(duration);
+    }
+  }
+}
+
+// Otherwise runs would overlap, and Escape would cancel only the latest one.
+TEST_F(RepeatControllerTest, ATickIsSkippedWhileARunHasEvents) {
+  const std::vector<InputEvent> longer{move(0), move(2.25)};
+  const std::function<void()> lengthenings[] = {
+      [&] { load(longer); }, [&] { log(longer); }, [&] { playbackSpeed.set(1.0 / 2.25); },
+      [&] {
+        load({move(0), move(2.25), move(1)});
+      },  // the last row is not the latest event
+  };
+  for (const auto& lengthen : lengthenings) {
+    playbackSpeed.set(1);
+    load({move(0), move(1)});
+    repeat(0);
+    play();
+    advance(0.5);
+    lengthen();
+    advance(1);
+    lines();
+    const std::size_t before = posted().size();
+    advance(1);
+    EXPECT_THAT(lines(), Not(Contains("playingTimer")));
+    EXPECT_LE(posted().size() - before, 1u);
+    advance(2);  // the run that began after 1 s ends after 3.25 s, the next tick is at 4 s
+    EXPECT_EQ(std::ranges::count(lines(), "playingTimer"), 1);
+    escape();
+    const std::size_t then = posted().size();
+    advance(100);
+    EXPECT_EQ(posted().size(), then);
+  }
+}
+
+TEST_F(RepeatControllerTest, ALateTickIsJudgedByWhenItWasDue) {
+  load({move(0), move(1)});
+  repeat(0);
+  play();
+  advance(0.5);
+  load({move(0), move(1.25)});
+  advance(1);
+  desktop.runLoop.stall(1);  // past the tick at 2 s and the event after 2.25 s
+  lines();
+  advance(0);
+  EXPECT_THAT(lines(), Not(Contains("repeating now")));
+  advance(0.5);
+  EXPECT_THAT(lines(), Contains("repeating now"));
+}
+
+TEST_F(RepeatControllerTest, PendingEventsOfAnEarlierPlaybackSkipNoTick) {
+  load({move(0), move(100), move(1)});
+  play();
+  advance(1);
+  EXPECT_FALSE(playing());
+  play();
+  advance(1);
+  EXPECT_THAT(postingTimes(), ElementsAre(0.0, 1.0, 1.0, 2.0));
 }
 
 }  // namespace

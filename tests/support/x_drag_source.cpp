@@ -67,7 +67,7 @@ void XDragSource::handle(const xcb_generic_event_t& event) {
       if (message.type == connection_.atom("XdndStatus")) {
         isAnswerDue_ = false;
         isAccepted_ = (message.data.data32[1] & 1U) != 0;
-        if (std::exchange(isMoveUntold_, false)) offerPosition();
+        if (std::exchange(isMoveDue_, false)) offerPosition();
         if (release_) released(*release_);
       } else if (message.type == connection_.atom("XdndFinished")) {
         const std::lock_guard lock(mutex_);
@@ -84,18 +84,18 @@ void XDragSource::moved(const xcb_motion_notify_event_t& motion) {
   latest_ = motion;
   const auto below = awareWindowAt(motion.root_x, motion.root_y);
   if (below != target_) {
-    if (target_ != XCB_NONE) tell("XdndLeave");
+    if (target_ != XCB_NONE) send("XdndLeave");
     target_ = below;
-    isAnswerDue_ = isMoveUntold_ = isAccepted_ = false;
+    isAnswerDue_ = isMoveDue_ = isAccepted_ = false;
     if (target_ == XCB_NONE) return;
     std::array<std::uint32_t, 4> enter{version << 24U | (types_.size() > 3 ? 1U : 0U)};
     std::copy_n(types_.begin(), std::min<std::size_t>(types_.size(), 3), enter.begin() + 1);
-    tell("XdndEnter", enter);
+    send("XdndEnter", enter);
   }
   if (target_ == XCB_NONE) return;
   // One position at a time: the next one follows the answer.
   if (isAnswerDue_) {
-    isMoveUntold_ = true;
+    isMoveDue_ = true;
   } else {
     offerPosition();
   }
@@ -103,7 +103,7 @@ void XDragSource::moved(const xcb_motion_notify_event_t& motion) {
 
 void XDragSource::offerPosition() {
   isAnswerDue_ = true;
-  tell("XdndPosition", {0,
+  send("XdndPosition", {0,
                         static_cast<std::uint32_t>(latest_.root_x) << 16U |
                             static_cast<std::uint32_t>(latest_.root_y),
                         latest_.time, connection_.atom("XdndActionCopy")});
@@ -112,7 +112,7 @@ void XDragSource::offerPosition() {
 void XDragSource::released(xcb_timestamp_t time) {
   release_ = time;
   if (target_ != XCB_NONE && isAnswerDue_) return;
-  if (target_ != XCB_NONE) tell(isAccepted_ ? "XdndDrop" : "XdndLeave", {0, time});
+  if (target_ != XCB_NONE) send(isAccepted_ ? "XdndDrop" : "XdndLeave", {0, time});
   release_.reset();
 }
 
@@ -131,7 +131,7 @@ void XDragSource::handOver(const xcb_selection_request_event_t& request) {
   xcb_send_event(connection_, 0, request.requestor, 0, reinterpret_cast<const char*>(&answer));
 }
 
-void XDragSource::tell(const char* what, const std::array<std::uint32_t, 4>& data) const {
+void XDragSource::send(const char* what, const std::array<std::uint32_t, 4>& data) const {
   xcb_client_message_event_t message{};
   message.response_type = XCB_CLIENT_MESSAGE;
   message.format = 32;

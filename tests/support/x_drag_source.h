@@ -16,7 +16,7 @@ namespace tapeloop::support {
 /// Something to drag in the window of another application, 100 pixels on each side: once a button
 /// goes down on it, the windows that the pointer comes over are offered a text by version 5 of the
 /// XDND protocol. Answers in a thread of its own. When it goes in the middle of a drag, the other
-/// side is not told.
+/// side is not notified.
 class XDragSource {
  public:
   static constexpr std::int16_t middleX = 750;
@@ -36,7 +36,7 @@ class XDragSource {
   void released(xcb_timestamp_t time);
   void offerPosition();
   void handOver(const xcb_selection_request_event_t& request);
-  void tell(const char* what, const std::array<std::uint32_t, 4>& data = {}) const;
+  void send(const char* what, const std::array<std::uint32_t, 4>& data = {}) const;
   [[nodiscard]] xcb_window_t awareWindowAt(std::int16_t x, std::int16_t y) const;
 
   const std::string text_;
@@ -48,7 +48,7 @@ class XDragSource {
   xcb_window_t target_ = XCB_NONE;  // the window below the pointer, if drops are known to it
   xcb_motion_notify_event_t latest_{};
   bool isAnswerDue_ = false;
-  bool isMoveUntold_ = false;
+  bool isMoveDue_ = false;
   bool isAccepted_ = false;
   std::optional<xcb_timestamp_t> release_;  // waits for the last answer
 

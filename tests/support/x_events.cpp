@@ -105,8 +105,8 @@ XObserver::XObserver(const std::string& display) : control_(display), data_(disp
     readRecord();
   }
 
-  // The server keeps recorded events in its buffer until it has to write to somebody: the raw
-  // events tell that there are some, and the answer to a small request brings them along.
+  // The server buffers recorded events until it writes something to any client. So each raw event
+  // is answered with a small request, whose reply makes the server flush the buffer.
   (void)control_.reply(xcb_input_xi_query_version_reply,
                        xcb_input_xi_query_version(control_, 2, 2));
   struct {
@@ -119,7 +119,7 @@ XObserver::XObserver(const std::string& display) : control_(display), data_(disp
   control_.check(xcb_input_xi_select_events_checked(control_, control_.root(), 1, &mask.header),
                  "selecting raw events");
   reader_.emplace(std::vector<const XConnection*>{&control_, &data_}, [this] {
-    nudge();
+    wake();
     readRecord();
   });
 }
@@ -134,7 +134,7 @@ std::int64_t XObserver::processorTime() const {
   return std::int64_t{used.tv_sec} * 1'000'000'000 + used.tv_nsec;
 }
 
-void XObserver::nudge() {
+void XObserver::wake() {
   bool woken = false;
   while (const XOwned<xcb_generic_event_t> event{xcb_poll_for_event(control_)}) woken = true;
   if (!woken) return;

@@ -70,8 +70,8 @@ class XEventList {
   Events events_;
 };
 
-/// A client that sees every key, button and motion event on the server, in order, whoever made it
-/// and whoever received it. Collects in a thread of its own.
+/// A client that sees every key, button and motion event on the server, in order, of all clients
+/// and for all clients. Collects in a thread of its own.
 class XObserver : public XEventList {
  public:
   /// Everything that is posted after the constructor returns is seen.
@@ -80,7 +80,7 @@ class XObserver : public XEventList {
   [[nodiscard]] std::int64_t processorTime() const;
 
  private:
-  void nudge();
+  void wake();
   void readRecord();
 
   XConnection control_;

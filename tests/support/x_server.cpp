@@ -19,7 +19,7 @@ namespace {
 // - X.Org's devices are a keyboard and a mouse that a user can move; those of Xvfb do nothing. The
 //   mouse has an axis for each wheel, from which the server makes the buttons 4 to 7.
 // - X.Org begins with the key codes of another age, which name the arrow keys and many others
-//   differently: setxkbmap has to be told the rules.
+//   differently: setxkbmap needs the rules as an argument.
 bool isXorgWanted(const XServerOptions& options) {
   const char* const server = std::getenv("TAPELOOP_TEST_SERVER");
   return options.hardware || (server != nullptr && std::string_view(server) == "Xorg");

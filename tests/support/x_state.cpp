@@ -86,10 +86,6 @@ XRepeat repeatOf(const std::string& display, const std::string& device) {
           controls->repeatInterval};
 }
 
-bool repeatsKeys(const std::string& display, const std::string& device) {
-  return repeatOf(display, device).isOn;
-}
-
 void setRepeatRate(const std::string& display, int delay, int interval) {
   const XConnection connection(display);
   useXkb(connection);
@@ -127,7 +123,7 @@ void addMasterDevices(const std::string& display, const std::string& name) {
   change.head.name_len = static_cast<std::uint16_t>(name.copy(change.name.data(), 8));
   change.head.send_core = 1;
   change.head.enable = 1;
-  (void)inputDevice(connection, "Virtual core pointer");  // tells the server the version, too
+  (void)inputDevice(connection, "Virtual core pointer");  // announces the version of XInput, too
   changeHierarchy(connection, change);
 }
 

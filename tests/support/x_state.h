@@ -19,11 +19,10 @@ struct XPointer {
 };
 [[nodiscard]] XPointer pointerState(const std::string& display);
 
-/// Whether the server repeats a held key of this keyboard.
-[[nodiscard]] bool repeatsKeys(const std::string& display, const std::string& device);
 inline constexpr const char* testKeyboard = "Virtual core XTEST keyboard";
 inline constexpr const char* coreKeyboard = "Virtual core keyboard";
 
+/// How the server repeats a held key of a keyboard.
 struct XRepeat {
   bool isOn = true;
   int delay = 0;  ///< Milliseconds, as is the interval.
@@ -34,7 +33,7 @@ struct XRepeat {
 
 /// Sets how fast all keyboards repeat, as a person does in the settings of a desktop.
 void setRepeatRate(const std::string& display, int delay, int interval);
-/// Switches it.
+/// Switches the repeats of a keyboard on or off.
 void setRepeatsKeys(const std::string& display, const std::string& device, bool repeats);
 
 // Input devices come and go. Each call returns when the server has made the change, and throws when

@@ -67,7 +67,7 @@ class XUser {
   /// Posts each action at its offset, with one flush each, and returns after the last one.
   /// Lateness does not add up.
   void run(const std::vector<XAction>& actions) const;
-  /// The same in a thread of its own. The user outlives it.
+  /// The same in a thread of its own.
   [[nodiscard]] std::jthread start(std::vector<XAction> actions) const;
 
  private:

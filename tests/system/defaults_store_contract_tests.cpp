@@ -46,7 +46,7 @@ class DefaultsStoreContract : public testing::Test {
 using Harnesses = testing::Types<SqliteHarness, SimulatedHarness>;
 TYPED_TEST_SUITE(DefaultsStoreContract, Harnesses);
 
-TYPED_TEST(DefaultsStoreContract, ReplacesAValueAndReturnsItWithItsTypeAndEveryByte) {
+TYPED_TEST(DefaultsStoreContract, ReturnsAValueWithItsTypeAndEveryByte) {
   using Integers = std::numeric_limits<std::int64_t>;
   using Reals = std::numeric_limits<double>;
   const auto readBack = [this](const DefaultsValue& value) {

@@ -2,6 +2,8 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <functional>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,14 +15,121 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include "platform/simulated/run_loop.h"
+#include "platform/system/run_loop.h"
 #include "platform/system/signals.h"
-#include "system/epoll_harness.h"
 
 namespace tapeloop::system {
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+
+/// A run loop that is turned by its descriptor.
+struct EpollHarness {
+  RunLoop& loop() { return epollLoop; }
+  /// False if that takes far too long.
+  bool turnUntil(const std::function<bool()>& done) {
+    using namespace std::chrono_literals;
+    const auto limit = std::chrono::steady_clock::now() + 20s;
+    epollLoop.endTurn();
+    while (!done()) {
+      if (std::chrono::steady_clock::now() > limit) return false;
+      pollfd request{epollLoop.fileDescriptor(), POLLIN, 0};
+      ::poll(&request, 1, 1000);
+      epollLoop.dispatch();
+    }
+    return true;
+  }
+  EpollRunLoop epollLoop;
+};
+
+struct VirtualHarness {
+  RunLoop& loop() { return virtualLoop; }
+  bool turnUntil(const std::function<bool()>& done) {
+    for (int turn = 0; turn < 1000 && !done(); ++turn) virtualLoop.advance(0.001);
+    return done();
+  }
+  simulated::VirtualRunLoop virtualLoop;
+};
+
+// What every run loop promises, the simulated one like the real one.
+template <typename Harness>
+class RunLoopContract : public testing::Test {
+ protected:
+  TimerRef schedule(double interval, TimerBlock block, TimerRepeats repeats = TimerRepeats::no) {
+    return harness_.loop().scheduledTimerWithTimeInterval(interval, repeats, std::move(block));
+  }
+  TimerBlock note(const std::string& name) {
+    return [this, name](const TimerRef&) { fired_.push_back(name); };
+  }
+  void turnUntilFired(std::size_t count) {
+    ASSERT_TRUE(harness_.turnUntil([&] { return fired_.size() >= count; }));
+  }
+
+  Harness harness_;
+  std::vector<std::string> fired_;
+};
+
+using Harnesses = testing::Types<EpollHarness, VirtualHarness>;
+TYPED_TEST_SUITE(RunLoopContract, Harnesses);
+
+TYPED_TEST(RunLoopContract, FiresInOrderOfDeadlinesAndOfCreation) {
+  this->schedule(0.003, this->note("late"));
+  this->schedule(0.002, this->note("first"));
+  this->schedule(0.002, this->note("second"));
+  this->schedule(-1, this->note("negative"));
+  this->schedule(std::numeric_limits<double>::quiet_NaN(), this->note("not a number"));
+  this->schedule(0, this->note("none"));
+  EXPECT_TRUE(this->fired_.empty());
+  this->turnUntilFired(6);
+  EXPECT_THAT(this->fired_,
+              ElementsAre("negative", "not a number", "none", "first", "second", "late"));
+}
+
+TYPED_TEST(RunLoopContract, DoesNotFireWhatWasInvalidated) {
+  TimerRef victim;
+  this->schedule(0.001, [&](const TimerRef&) { victim->invalidate(); });
+  victim = this->schedule(0.001, this->note("victim"));
+  this->schedule(0.001, this->note("end"));
+  this->turnUntilFired(1);
+  EXPECT_THAT(this->fired_, ElementsAre("end"));
+  EXPECT_FALSE(victim->isValid());
+}
+
+TYPED_TEST(RunLoopContract, RepeatsUntilTheBlockInvalidatesItsTimer) {
+  int left = 3;
+  const TimerRef repeating = this->schedule(
+      0.001,
+      [&](const TimerRef& self) {
+        this->fired_.push_back("tick");
+        if (--left == 0) self->invalidate();
+      },
+      TimerRepeats::yes);
+  this->turnUntilFired(3);
+  EXPECT_FALSE(repeating->isValid());
+  this->schedule(0.01, this->note("end"));
+  this->turnUntilFired(4);
+  EXPECT_EQ(this->fired_.back(), "end");
+}
+
+TYPED_TEST(RunLoopContract, KeepsATimerAndDestroysItsBlockOnceFired) {
+  auto owned = std::make_shared<int>(1);
+  std::weak_ptr<int> watched = owned;
+  this->schedule(0.001, [this, owned = std::move(owned)](const TimerRef&) {
+    this->fired_.push_back("fired");
+  });
+  EXPECT_FALSE(watched.expired());
+  this->turnUntilFired(1);
+  EXPECT_TRUE(watched.expired());
+}
+
+TYPED_TEST(RunLoopContract, TimersWithoutDelayLetOthersFire) {
+  std::function<void()> again = [&] { this->harness_.loop().dispatchAfter(0, again); };
+  again();
+  this->schedule(0.002, this->note("other"));
+  this->turnUntilFired(1);
+}
 
 struct Pipe {
   Pipe() {
@@ -53,7 +162,7 @@ class EpollRunLoopTest : public testing::Test, protected EpollHarness {
   std::vector<std::string> calls_;
 };
 
-TEST_F(EpollRunLoopTest, HoldsItsTimeUntilItIsTakenAgainOrTheTurnEnds) {
+TEST_F(EpollRunLoopTest, HoldsItsTimeUntilTheTurnEnds) {
   const auto waitUntilAfter = [](std::int64_t time) {
     while (std::chrono::steady_clock::now().time_since_epoch() <= std::chrono::nanoseconds(time)) {
     }
@@ -70,7 +179,7 @@ TEST_F(EpollRunLoopTest, HoldsItsTimeUntilItIsTakenAgainOrTheTurnEnds) {
   EXPECT_GT(epollLoop.sample(), second);
 }
 
-TEST_F(EpollRunLoopTest, FiresNoTimerEarlyAndKeepsTheDistancesOfThoseMadeInOneTurn) {
+TEST_F(EpollRunLoopTest, FiresNoTimerEarlyAndKeepsTheDistances) {
   constexpr int count = 2000;
   const std::int64_t start = epollLoop.sample();
   std::vector<std::int64_t> late;
@@ -83,7 +192,7 @@ TEST_F(EpollRunLoopTest, FiresNoTimerEarlyAndKeepsTheDistancesOfThoseMadeInOneTu
   EXPECT_THAT(late, testing::Each(testing::Ge(0)));
 }
 
-TEST_F(EpollRunLoopTest, EndsATurnThatHasTooManyTimersAndGoesOnInOrder) {
+TEST_F(EpollRunLoopTest, EndsATurnWithTooManyTimersAndGoesOn) {
   constexpr int count = 100'000;
   std::vector<int> order;
   for (int i = 0; i < count; ++i) {
@@ -101,7 +210,7 @@ TEST_F(EpollRunLoopTest, EndsATurnThatHasTooManyTimersAndGoesOnInOrder) {
   EXPECT_TRUE(std::ranges::is_sorted(order));
 }
 
-TEST_F(EpollRunLoopTest, HearsADescriptorBeforeTimersThatAreDueAndTimersDespiteADescriptorFlood) {
+TEST_F(EpollRunLoopTest, ServesDescriptorsFirstAndOnce) {
   Pipe flood;
   flood.fill();
   const Watch watch = epollLoop.watch(flood.readEnd.get(), [&] { calls_.push_back("input"); });
@@ -109,7 +218,7 @@ TEST_F(EpollRunLoopTest, HearsADescriptorBeforeTimersThatAreDueAndTimersDespiteA
   EXPECT_THAT(turn(), ElementsAre("input", "timer"));
 }
 
-TEST_F(EpollRunLoopTest, CallsNoWatchThatWasRemovedEarlierInTheSameTurn) {
+TEST_F(EpollRunLoopTest, CallsNoWatchThatWasRemovedInTheSameTurn) {
   std::array<Pipe, 2> pipes;
   std::array<Watch, 2> watches;
   for (const std::size_t i : {0U, 1U}) {
@@ -130,7 +239,7 @@ TEST_F(EpollRunLoopTest, CallsNoWatchThatWasRemovedEarlierInTheSameTurn) {
   EXPECT_THAT(turn(), IsEmpty());
 }
 
-TEST_F(EpollRunLoopTest, LetsSeveralWatchesShareADescriptorAndReportsItsEnd) {
+TEST_F(EpollRunLoopTest, SeveralWatchesMayShareADescriptor) {
   Pipe pipe;
   Watch first = epollLoop.watch(pipe.readEnd.get(), [&] { calls_.push_back("first"); });
   const Watch second = epollLoop.watch(pipe.readEnd.get(), [&] { calls_.push_back("second"); });
@@ -144,7 +253,7 @@ TEST_F(EpollRunLoopTest, LetsSeveralWatchesShareADescriptorAndReportsItsEnd) {
   EXPECT_THAT(turn(), ElementsAre("second"));
 }
 
-TEST_F(EpollRunLoopTest, ArmsForATimerThatAHookMadeAndRunsHooksThatAskForIt) {
+TEST_F(EpollRunLoopTest, ArmsForATimerOfAHookAndRunsHooksAgain) {
   bool drained = false;
   // Connected first, so that what the second one writes has to wait for another round.
   const Subscription flushing = epollLoop.addBeforeWait([&] {
@@ -161,7 +270,7 @@ TEST_F(EpollRunLoopTest, ArmsForATimerThatAHookMadeAndRunsHooksThatAskForIt) {
   EXPECT_THAT(calls_, ElementsAre("written", "flushed"));
 }
 
-TEST_F(EpollRunLoopTest, ComesBackAtOnceToAHookThatNeverHasEnough) {
+TEST_F(EpollRunLoopTest, DoesNotWaitWhileAHookWantsToRunAgain) {
   int rounds = 0;
   const Subscription hook = epollLoop.addBeforeWait([&] { return ++rounds < 1000; });
   epollLoop.endTurn();
@@ -193,7 +302,7 @@ TEST_F(EpollRunLoopTest, IsSurvivedByWatchesAndHooks) {
   hook.reset();
 }
 
-TEST_F(EpollRunLoopTest, ReportsSignalsInATurnAndRestoresWhatTheyDid) {
+TEST_F(EpollRunLoopTest, ReportsSignalsInATurnAndRestoresTheirHandlers) {
   struct sigaction before {};
   sigaction(SIGTERM, nullptr, &before);
   {

@@ -44,7 +44,7 @@ constexpr std::size_t eventCount = 200;
   }
 }
 
-TEST(SavedRecordings, AreAsBeforeOrAsAfterASaveInWhichTheProgramIsKilled) {
+TEST(SavedRecordings, AreIntactWhenTheProgramIsKilledInASave) {
   const support::TemporaryFolder folder;
   const auto file = folder.path() / "defaults.sqlite3";
   std::mt19937 random(1);
@@ -86,7 +86,7 @@ TEST(SavedRecordings, AreAsBeforeOrAsAfterASaveInWhichTheProgramIsKilled) {
   }
 }
 
-TEST(SavedRecordings, AreChangedAsTheyStandInTheStoreThatIsThereByThen) {
+TEST(SavedRecordings, AreReadAgainWhenTheStoreWasReplaced) {
   const support::TemporaryFolder folder;
   const auto file = folder.path() / "defaults.sqlite3";
   const auto add = [](StoredRecordings& recordings, const std::string& title) {

@@ -3,6 +3,7 @@
 #include <fstream>
 #include <functional>
 #include <string>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -85,7 +86,7 @@ TEST_F(SqliteDefaultsStoreTest, IsFoundUnderTheDataFolderOfTheUser) {
   EXPECT_EQ(defaultsStorePath(), std::nullopt);
 }
 
-TEST_F(SqliteDefaultsStoreTest, IsNotOpenedWhenDamagedAndTheFileStaysAsItIs) {
+TEST_F(SqliteDefaultsStoreTest, IsNotOpenedWhenDamaged) {
   storeText(std::string(200'000, 'x'));
   const std::string sound = contents(file_);
   std::string brokenHeader = sound;
@@ -102,7 +103,7 @@ TEST_F(SqliteDefaultsStoreTest, IsNotOpenedWhenDamagedAndTheFileStaysAsItIs) {
   }
 }
 
-TEST_F(SqliteDefaultsStoreTest, KeepsALongValueThatIsDamagedInsideFromBeingWrittenOver) {
+TEST_F(SqliteDefaultsStoreTest, DoesNotWriteOverADamagedValue) {
   storeText(std::string(200'000, 'x'));
   std::string broken = contents(file_);
   for (std::size_t i = 20 * 4096; i < 30 * 4096; ++i) broken[i] = '\x7f';
@@ -117,7 +118,7 @@ TEST_F(SqliteDefaultsStoreTest, KeepsALongValueThatIsDamagedInsideFromBeingWritt
   EXPECT_NE(contents(file_).find(std::string(1000, 'x')), std::string::npos);
 }
 
-TEST_F(SqliteDefaultsStoreTest, IsNotOpenedWhenSomethingElseStandsInItsPlace) {
+TEST_F(SqliteDefaultsStoreTest, IsNotOpenedWhenItIsNoFile) {
   fs::create_directories(file_);
   EXPECT_FALSE(open().store);
   EXPECT_EQ(open().status, StoreStatus::unavailable);
@@ -149,7 +150,7 @@ TEST_F(SqliteDefaultsStoreTest, CanBeReadWithoutPermissionToWrite) {
   ::chmod(file_.parent_path().c_str(), 0700);
 }
 
-TEST_F(SqliteDefaultsStoreTest, KeepsTheOldValuesWhenTheDiskIsFullAlsoThoseOfATransaction) {
+TEST_F(SqliteDefaultsStoreTest, KeepsTheOldValuesWhenTheDiskIsFull) {
   storeText("old");
   const auto opened = open();
   int told = 0;
@@ -198,7 +199,7 @@ TEST_F(SqliteDefaultsStoreTest, TwoProgramsThatCountTogetherLoseNothing) {
   EXPECT_EQ(open().store->objectForKey("count"), DefaultsValue(2 * each));
 }
 
-TEST_F(SqliteDefaultsStoreTest, LooksForWhatOthersWroteOnceATurnAndTellsOfItAtTheEnd) {
+TEST_F(SqliteDefaultsStoreTest, ChecksForForeignWritesOnceATurn) {
   const auto mine = open();
   const auto theirs = open();
   EpollRunLoop loop;
@@ -249,7 +250,7 @@ class ReplacedStoreTest : public SqliteDefaultsStoreTest {
   const fs::path aside_ = folder_.path() / "aside.sqlite3";
 };
 
-TEST_F(ReplacedStoreTest, IsMadeAgainWhenItWasDeletedAndHoldsWhatItSaysIsStored) {
+TEST_F(ReplacedStoreTest, IsCreatedAgainWhenItWasDeleted) {
   const auto revision = opened_.store->foreignRevision();
   fs::remove_all(file_.parent_path());
   EXPECT_EQ(value(), std::nullopt);
@@ -269,7 +270,7 @@ TEST_F(ReplacedStoreTest, IsMadeAgainWhenItWasDeletedAndHoldsWhatItSaysIsStored)
   EXPECT_EQ(valueIn(file_), DefaultsValue("after the file went"));
 }
 
-TEST_F(ReplacedStoreTest, IsReadAndWrittenAsItStandsThereAndEitherKeepsItsOwnLog) {
+TEST_F(ReplacedStoreTest, IsOpenedAndEachFileKeepsItsOwnLog) {
   fs::rename(file_, aside_);
   fs::rename(backup("theirs"), file_);
   ::chmod(file_.c_str(), 0644);
@@ -292,7 +293,7 @@ TEST_F(ReplacedStoreTest, IsReadAndWrittenAsItStandsThereAndEitherKeepsItsOwnLog
   EXPECT_EQ(valueIn(file_), DefaultsValue("newer"));
 }
 
-TEST_F(ReplacedStoreTest, InTheMidstOfATransactionTakesNothingOfIt) {
+TEST_F(ReplacedStoreTest, DuringATransactionMakesItFail) {
   EXPECT_EQ(opened_.store->transaction([&](const DefaultsStore::Writer& write) {
     write(std::string_view("lost"), "key");
     fs::rename(file_, aside_);
@@ -305,7 +306,32 @@ TEST_F(ReplacedStoreTest, InTheMidstOfATransactionTakesNothingOfIt) {
   EXPECT_EQ(valueIn(file_), DefaultsValue("new"));
 }
 
-TEST_F(ReplacedStoreTest, ByWhatIsNoStoreIsLeftAsItIsUntilThereIsOneAgain) {
+TEST_F(ReplacedStoreTest, DuringTheCommitMakesItFail) {
+  static std::function<void()> onCommit;
+  const auto addHook = [](sqlite3* database, char**, const void*) {
+    sqlite3_commit_hook(
+        database,
+        [](void*) {
+          if (const auto action = std::exchange(onCommit, nullptr)) action();
+          return 0;
+        },
+        nullptr);
+    return SQLITE_OK;
+  };
+  using Extension = int (*)(sqlite3*, char**, const void*);
+  sqlite3_auto_extension(reinterpret_cast<void (*)()>(static_cast<Extension>(addHook)));
+  opened_ = open();
+  sqlite3_reset_auto_extension();
+  const fs::path theirs = backup("theirs");
+  onCommit = [&] {
+    fs::rename(file_, aside_);
+    fs::rename(theirs, file_);
+  };
+  EXPECT_EQ(set("lost"), StoreStatus::locked);
+  EXPECT_EQ(value(), DefaultsValue("theirs"));
+}
+
+TEST_F(ReplacedStoreTest, ByADamagedFileIsUsedOnceItIsBack) {
   fs::rename(file_, aside_);
   writeContents(file_, std::string(10'000, 'x'));
   EXPECT_EQ(value(), std::nullopt);
@@ -317,7 +343,7 @@ TEST_F(ReplacedStoreTest, ByWhatIsNoStoreIsLeftAsItIsUntilThereIsOneAgain) {
   EXPECT_EQ(valueIn(file_), DefaultsValue("new"));
 }
 
-TEST_F(SqliteDefaultsStoreTest, LeavesAloneWhatAnotherConnectionHoldsAndAValueThatCouldNotBeRead) {
+TEST_F(SqliteDefaultsStoreTest, DoesNotWriteOverWhatIsLockedOrUnreadable) {
   storeText("old");
   const auto opened = open();
   const auto set = [&opened] { return opened.store->setObjectForKey(true, "key"); };

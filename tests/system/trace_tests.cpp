@@ -81,7 +81,7 @@ class TraceTest : public testing::Test {
   std::unique_ptr<StandardOutputTrace> trace_;
 };
 
-TEST_F(TraceTest, WritesTheLinesOfATurnAtItsEndAndLeavesASharedDescriptorBlocking) {
+TEST_F(TraceTest, WritesAtTheEndOfATurnToABlockingDescriptor) {
   const Ends ends = makeEnds(EndsKind::pipe);
   trace(ends.writer);
   trace_->writeLine("STOP!!!");
@@ -137,7 +137,7 @@ TEST_F(TraceTest, KeepsWhatASlowReaderHasNotTaken) {
   }
 }
 
-TEST_F(TraceTest, DropsTheNewestLinesBeyondTheBoundAndSaysHowMany) {
+TEST_F(TraceTest, DropsLinesBeyondTheBoundAndSaysHowMany) {
   const Ends ends = makeEnds(EndsKind::pipe);
   trace(ends.writer);
   constexpr int count = 400'000;
@@ -153,7 +153,7 @@ TEST_F(TraceTest, DropsTheNewestLinesBeyondTheBoundAndSaysHowMany) {
   EXPECT_EQ(ends.read(), "again\n");
 }
 
-TEST_F(TraceTest, SurvivesAReaderThatGoesAwayAndADescriptorThatIsNotOpenOrNotWritable) {
+TEST_F(TraceTest, SurvivesAReaderThatGoesAndABadDescriptor) {
   for (const EndsKind kind : {EndsKind::pipe, EndsKind::socket}) {
     Ends ends = makeEnds(kind);
     trace(ends.writer);

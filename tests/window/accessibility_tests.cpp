@@ -15,11 +15,10 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::Not;
 
-/// The window as somebody has it who sees or points at nothing.
+/// The program used with a screen reader, or with the keyboard alone.
 class AccessibilityTests : public testing::Test {
  protected:
-  // Everything that Tab can stop at or a press can act on, in reading order, with what is off in
-  // brackets.
+  // The buttons and fields, in reading order; those that are disabled in brackets.
   static std::vector<std::string> controls(const Element& window) {
     std::vector<std::string> names;
     (void)window.find([&](const Element& element) {
@@ -37,9 +36,9 @@ class AccessibilityTests : public testing::Test {
   TemporaryFolder data;
 };
 
-TEST_F(AccessibilityTests, EverythingIsDoneByTheNamesOfTheControlsAloneAndNoErrorIsWritten) {
+TEST_F(AccessibilityTests, EverythingIsReachedByNameAndQtReportsNoError) {
   const auto errors = data.path() / "errors";
-  // The rules bring to light what Qt has to say, such as about a mistake in QML.
+  // With this variable the program writes Qt's messages, such as those about mistakes in QML.
   Program program(desktop, {}, data.path(),
                   {"env", "QT_LOGGING_RULES=*.debug=false", "sh", "-c",
                    "exec \"$@\" 2>'" + errors.string() + "'", "sh"});

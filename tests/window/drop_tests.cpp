@@ -19,7 +19,8 @@ class DropTests : public testing::Test {
  protected:
   static constexpr std::uint32_t dropColor = 0xc3dbf8;
 
-  // Drags on onto the panel what is held. Until the drag is under way the moves go unseen.
+  // Moves what is dragged onto the panel. Repeated, since moves before the drag starts have no
+  // effect.
   [[nodiscard]] bool comesToPanel() const {
     const ClientWindow window = desktop.window();
     return eventually([&] {
@@ -42,7 +43,7 @@ class DropTests : public testing::Test {
     user.release(1);
     return source.waitForDrop(generousLimit);
   }
-  // Drags a row until the program tells of it.
+  // Drags a row until the program traces its identifier.
   bool drag(Program& program, const std::string& row) const {
     program.process().clearLines();
     program.point(program.named(Role::listItem, row));
@@ -59,14 +60,14 @@ class DropTests : public testing::Test {
   const XUser& user = desktop.user();
 };
 
-// What is dropped is not read: any drop loads the row that was dragged last.
-TEST_F(DropTests, ARowIsNamedAndDraggedAndADropFromElsewhereLoadsTheOneThatWasDraggedLast) {
+// The program does not read what is dropped: any drop loads the row that was dragged last.
+TEST_F(DropTests, AnyDropLoadsTheRowThatWasDraggedLast) {
   {
     Program program(desktop, {}, data.path());
     program.recordClick();
     program.saveRecording();
     program.click(program.named(Role::text, "Recording Name"));
-    // The window manager holds the click back a little, and not the keys.
+    // The window manager delays the click, but not the keys that follow it.
     ASSERT_TRUE(program.focuses("Recording Name"));
     user.strike({"Control_L", "a"});
     user.typeText("Greeting");
@@ -78,6 +79,7 @@ TEST_F(DropTests, ARowIsNamedAndDraggedAndADropFromElsewhereLoadsTheOneThatWasDr
   Program program(desktop, {}, data.path());
   program.press("Toggle Sidebar");
   (void)program.named(Role::listItem, "Greeting");
+  ASSERT_TRUE(desktop.waitForRest()) << "the sidebar slides";
   const auto lines = [&](std::size_t count) {
     (void)program.process().waitForLine(count - 1, generousLimit);
     return program.process().lines();
@@ -111,16 +113,18 @@ TEST_F(DropTests, ARowIsNamedAndDraggedAndADropFromElsewhereLoadsTheOneThatWasDr
   EXPECT_THAT(lines(3), ElementsAre(identifier, identifier, identifier));
 }
 
-TEST_F(DropTests, AMovementThatStartsADragAndComesToTheNextRowDragsTheFirstAlone) {
+TEST_F(DropTests, ADragBelongsToTheRowInWhichItBegan) {
   store(data.path(), {{"recordingList", listOf({"First", "Second"})}});
   Program program(desktop, {}, data.path());
   program.press("Toggle Sidebar");
-  const auto row = program.named(Role::listItem, "First").place();
+  const Element first = program.named(Role::listItem, "First");
+  ASSERT_TRUE(desktop.waitForRest()) << "the sidebar slides";
+  const auto row = first.place();
   program.process().clearLines();
   user.moveTo(row.x + 100, row.y + row.height - 5);
   user.press(1);
   user.moveTo(row.x + 40, row.y + row.height + 30);
-  // Until then the next moves would be taken together with this one.
+  // Qt would compress the next moves with this one before the drag starts.
   ASSERT_TRUE(program.process().waitForLine(0, generousLimit));
   ASSERT_TRUE(comesToPanel());
   user.release(1);

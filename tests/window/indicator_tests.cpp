@@ -14,13 +14,13 @@ namespace {
 constexpr std::uint32_t red = 0xdc5a50;
 constexpr std::uint32_t white = 0xffffff;
 
-/// The signs that tell that the program records or plays, as they are on the screen.
+/// The signs "REC" and "Press Escape to Stop", by the pixels of the screen.
 class IndicatorTests : public testing::Test {
  protected:
   static bool becomesRed(const TestDesktop& desktop, int x, int y) {
     return eventually([&] { return desktop.pixel(x, y) == red; });
   }
-  // How much of a line of the screen is red: where it begins, and where it has ended.
+  // The first red pixel in a line of the screen, and the one after the last.
   static std::pair<int, int> redPart(const TestDesktop& desktop, int y, int width) {
     int begin = 0;
     while (begin < width && desktop.pixel(begin, y) != red) ++begin;
@@ -30,7 +30,7 @@ class IndicatorTests : public testing::Test {
   }
 };
 
-TEST_F(IndicatorTests, TheSignLiesOverAnApplicationThatIsUsedAsIfItWereNotThere) {
+TEST_F(IndicatorTests, TheSignLetsClicksAndFocusThrough) {
   TestDesktop desktop;
   Program program(desktop);
   ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
@@ -41,7 +41,7 @@ TEST_F(IndicatorTests, TheSignLiesOverAnApplicationThatIsUsedAsIfItWereNotThere)
   program.startCapture();
   ASSERT_TRUE(becomesRed(desktop, 45, 5));
   EXPECT_TRUE(application.hasFocus());
-  // What is neither the sign nor the application is an edge, and there is none.
+  // No dark pixel, as the edge of a window would be, between the sign and the application.
   for (int y = 0; y < 50; ++y) {
     for (int x = 0; x < 100; ++x) {
       const std::uint32_t seen = desktop.pixel(x, y);
@@ -62,7 +62,7 @@ TEST_F(IndicatorTests, TheSignLiesOverAnApplicationThatIsUsedAsIfItWereNotThere)
   EXPECT_TRUE(eventually([&] { return desktop.pixel(45, 5) == white; })) << "it is gone";
 }
 
-TEST_F(IndicatorTests, TheyAreAtTheirPlacesOnThePrimaryMonitorAtEveryScale) {
+TEST_F(IndicatorTests, TheyAreOnThePrimaryMonitorAtEveryScale) {
   constexpr int left = 800;
   constexpr int middle = 1300;
   double center = 0;
@@ -78,7 +78,7 @@ TEST_F(IndicatorTests, TheyAreAtTheirPlacesOnThePrimaryMonitorAtEveryScale) {
     Program program(desktop, {}, data.path(), {"env", "QT_SCALE_FACTOR=" + std::to_string(scale)});
     ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
     program.startCapture();
-    // Above the letters, where the corners are still round.
+    // A line above the letters, where the corners still round the sign off.
     const int line = static_cast<int>(6 * scale);
     ASSERT_TRUE(becomesRed(desktop, left + 4, line));
     EXPECT_NE(desktop.pixel(left - 1, line), red);

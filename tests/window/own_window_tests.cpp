@@ -9,18 +9,18 @@
 namespace tapeloop::support {
 namespace {
 
-// The screen is 800 pixels high, and positions are written upwards.
+// Recorded positions count from the bottom of the screen, which is 800 pixels high.
 std::string at(int x, int y) {
   return " at (" + std::to_string(x) + ", " + std::to_string(800 - y) + ")";
 }
 
-// What of input the program takes for its own business, seen in the trace of a capture.
+// Which input is not captured since it is for the program's own window, seen in the trace.
 TEST(OwnWindowTests, InputIsCapturedUnlessItIsAimedAtTheProgram) {
   TestDesktop desktop;
   const XUser& user = desktop.user();
   Program program(desktop);
   const ClientWindow own = desktop.window();
-  // Beside the caption. A button has two colours, wherever the pointer is.
+  // A pixel of the button beside its caption.
   const auto button = program.recordButton().place();
   const auto turns = [&](std::uint32_t color) {
     return eventually([&] { return desktop.pixel(button.x + 20, button.y + 4) == color; });

@@ -4,8 +4,8 @@
 #include <dlfcn.h>
 #include <xcb/xcb.h>
 
-// Loaded into the program ahead of its libraries: it takes the X server for one that runs inside
-// Wayland, while everything else about that is as it was.
+// Preloaded into the program: makes it see the extension XWAYLAND on the X server, which marks a
+// server that runs inside Wayland. Nothing else changes.
 extern "C" xcb_query_extension_cookie_t xcb_query_extension(xcb_connection_t* connection,
                                                             std::uint16_t length,
                                                             const char* name) {

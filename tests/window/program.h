@@ -19,9 +19,9 @@
 
 namespace tapeloop::support {
 
-inline constexpr std::chrono::seconds generousLimit{20};
+inline constexpr std::chrono::seconds generousLimit{40};
 
-/// Waits until the condition holds, for what tells of itself in no other way.
+/// Waits until the condition holds, by asking again and again.
 template <typename Condition>
 [[nodiscard]] bool eventually(Condition condition) {
   const auto end = std::chrono::steady_clock::now() + generousLimit;
@@ -32,7 +32,7 @@ template <typename Condition>
   return true;
 }
 
-/// Where the contents of a window are on the screen.
+/// The rectangle of a window's content on the screen.
 struct ClientWindow {
   int x = 0;
   int y = 0;
@@ -58,7 +58,7 @@ class TestDesktop {
   [[nodiscard]] bool waitForWindows(const std::string& title, std::size_t count) const;
   /// Waits until the one with this index has the input focus.
   [[nodiscard]] bool waitForFocus(const std::string& title, std::size_t index) const;
-  /// Waits until no program holds the pointer, as one does while something is dragged or moved.
+  /// Waits until no program grabs the pointer, as during a drag or a move of a window.
   [[nodiscard]] bool waitForFreePointer() const;
   /// Waits until nothing on the screen has changed for a moment.
   [[nodiscard]] bool waitForRest() const;
@@ -68,9 +68,9 @@ class TestDesktop {
   [[nodiscard]] std::uint32_t atom(const std::string& name) const { return connection_.atom(name); }
   /// The colour of a point of the screen, as 0xRRGGBB.
   [[nodiscard]] std::uint32_t pixel(int x, int y) const;
-  /// Asks the newest one to close, as the button of its frame does.
+  /// Asks the newest window to close, as the button of its frame does.
   void closeNewest(const std::string& title) const;
-  /// Moves the newest one, as another program may.
+  /// Moves the newest window.
   void moveNewest(const std::string& title, int x, int y) const;
 
  private:
@@ -90,8 +90,8 @@ void store(const std::filesystem::path& dataFolder,
 /// The text of a list of recordings with these titles.
 [[nodiscard]] std::string listOf(const std::vector<std::string>& titles);
 
-/// For what a program may not do: the modes of files don't hold the administrator, for whom this
-/// begins a command that gives the right up.
+/// The start of a command for a program that file modes restrict. Root ignores them, so as root it
+/// drops those capabilities; otherwise it is empty.
 [[nodiscard]] std::vector<std::string> asOrdinaryUser();
 
 /// An application on the desktop, with a data folder of its own. Its lines are what it writes to
@@ -112,16 +112,16 @@ class Application {
   [[nodiscard]] Element named(Role role, const std::string& name);
   /// Waits until nothing of this name is on the screen.
   [[nodiscard]] bool loses(Role role, const std::string& name);
-  /// Waits until the keyboard acts on what has this name.
+  /// Waits until the element of this name has the keyboard focus.
   [[nodiscard]] bool focuses(const std::string& name);
-  /// What is to be read and acted on, from the program as a whole down.
+  /// The root of its accessible elements; waits for it.
   [[nodiscard]] Element accessible();
 
   /// Presses a button without pointer and keyboard.
   void press(const std::string& button);
   /// Moves the pointer into the middle of an element.
   void point(const Element& element);
-  /// And clicks there.
+  /// Clicks near the middle of an element.
   void click(const Element& element);
   void click(const std::string& button) { click(named(Role::button, button)); }
 
@@ -134,11 +134,11 @@ class Application {
   TestDesktop& desktop_;
   TemporaryFolder folder_;
   ChildProcess process_;
-  int aside_ = 3;  // changes sign with each press: two at one place would make a double click
+  int aside_ = 3;  // changes sign with each click: two at one place would make a double click
 };
 
-/// The program itself. Its lines are those of the trace and its errors. A launcher is a command
-/// that gives way to the one that follows it.
+/// The program itself. Its lines are its trace and its errors. A launcher is a command that
+/// executes the arguments after it, such as "env".
 class Program : public Application {
  public:
   explicit Program(TestDesktop& desktop, const std::vector<std::string>& arguments = {},

@@ -135,17 +135,19 @@ TEST_F(SettingsSheetTests, AFieldRefusesTakesAndClears) {
   const auto edgeAtRest = edge();
   program.click(field);
   ASSERT_TRUE(program.says("Play Shortcut", "Press Shortcut"));
-  user.strike({"Control_L", "q"});
-  const std::string message =
-      "This keyboard shortcut cannot be used because it already belongs to the menu item “Quit "
-      "Tapeloop”.";
-  (void)program.named(Role::alert, message);
-  ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 1));
-  user.tapKey("Return");
-  ASSERT_TRUE(program.loses(Role::alert, message));
+  const std::string refusal = "This keyboard shortcut cannot be used because ";
+  for (const auto& [modifier, key, reason] :
+       {std::tuple("Control_L", "q", "it already belongs to the menu item “Quit Tapeloop”."),
+        {"Alt_L", "Escape", "the desktop or another program already uses it."}}) {
+    user.strike({modifier, key});
+    (void)program.named(Role::alert, refusal + reason);
+    ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 1));
+    user.tapKey("Return");
+    ASSERT_TRUE(program.loses(Role::alert, refusal + reason));
+    ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));
+  }
   EXPECT_TRUE(program.says("Play Shortcut", "Press Shortcut"));
   EXPECT_TRUE(reads("Play Shortcut", ""));
-  ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));
   EXPECT_EQ(edge(), edgeAtRest) << "no field has a focus ring";
   user.tapKey("F5");
   ASSERT_TRUE(reads("Play Shortcut", "F5"));

@@ -21,6 +21,7 @@ class Hardware : public X11Test {
 TEST_F(Hardware, ShortcutsAndEscapeAct) {
   strikeShortcut("r");
   ASSERT_TRUE(turnUntil([this] { return desktop.isRecording(); }));
+  ASSERT_TRUE(observer.waitFor(6, timeout));
   observer.clear();
   user.moveTo(300, 200);
   user.typeText("Hi @x");
@@ -30,7 +31,11 @@ TEST_F(Hardware, ShortcutsAndEscapeAct) {
   user.click(5);
   const auto isLastSeenBy = [](const XEventList& list) {
     return list.waitUntil(
-        [](const auto& events) { return !events.empty() && events.back().detail == 5; }, timeout);
+        [](const auto& events) {
+          return !events.empty() && events.back().kind == XEventKind::buttonRelease &&
+                 events.back().detail == 5;
+        },
+        timeout);
   };
   ASSERT_TRUE(isLastSeenBy(observer) && isLastSeenBy(window));
   const auto expected = withoutModifierKeys(observer.events());

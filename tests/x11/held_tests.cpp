@@ -77,5 +77,5 @@ TEST(LostServer, CaptureAndPlaybackEndCleanly) {
   EXPECT_TRUE(recording.runUntil([&] { return recording.x.connection->isLost(); }, timeout));
   EXPECT_FALSE(recording.log().empty()) << "what was captured is still there";
   EXPECT_TRUE(playing.runUntil([&] { return !playing.isPlaying(); }, timeout))
-      << "the rest of the run is posted to nobody";
+      << "without a server the run comes to its end, too";
 }

@@ -196,7 +196,7 @@ TEST_F(HotKeys, EscapeStopsAllMotionWhateverMadeARunLonger) {
       user.tapKey("x");
       settle();
     }
-    EXPECT_LT(motions(), 10) << "the witness may have heard late of the last ones, not of hundreds";
+    EXPECT_LT(motions(), 10) << "the witness may see the last ones late, but not hundreds";
     ASSERT_TRUE(turnUntil([&] { return observer.count(XEventKind::keyRelease) >= 500; }));
     observer.clear();
   }

@@ -82,7 +82,7 @@ TEST_F(Keyboard, KeypadKeysComeBackWhateverNumLockIsThen) {
   constexpr std::uint16_t numLock = XCB_MOD_MASK_2;
   const auto setNumLock = [&](bool on) {
     if (((modifiersInForce() & numLock) != 0) == on) return;
-    // The witness may hear of it later.
+    // The witness may see it later.
     const std::size_t releases = observer.count(XEventKind::keyRelease);
     user.tapKey("Num_Lock");
     settle();
@@ -137,7 +137,7 @@ TEST_F(Keyboard, ALockThatIsNotifiedTooLateToBeKeptComesBack) {
     synthesis.CGEventPost(TapLocation::hid, *key);
   }
   desktop.sync();
-  EXPECT_EQ(modifiersInForce(), 0) << "the program has not heard of it";
+  EXPECT_EQ(modifiersInForce(), 0) << "the program has not read the notification";
   // This one locks, too, and was meant to unlock.
   user.tapKey("Caps_Lock");
   EXPECT_EQ(modifiersInForce(), XCB_MOD_MASK_LOCK);

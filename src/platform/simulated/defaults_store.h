@@ -14,8 +14,8 @@
 
 namespace tapeloop::simulated {
 
-/// A store in memory whose reads and writes can be made to fail, and that another process can write
-/// to. Counts the writes that it was asked for, and the reads.
+/// A store in memory whose reads and writes can be made to fail, with simulated writes of another
+/// process. Counts reads and writes.
 class FaultyDefaultsStore final : public MemoryDefaultsStore {
  public:
   [[nodiscard]] std::optional<DefaultsValue> objectForKey(std::string_view key) const override {
@@ -24,7 +24,7 @@ class FaultyDefaultsStore final : public MemoryDefaultsStore {
       unread_.emplace(key);
       return std::nullopt;
     }
-    isNoticed_ |= unread_.erase(std::string(key)) > 0;
+    hasNews_ |= unread_.erase(std::string(key)) > 0;
     return MemoryDefaultsStore::objectForKey(key);
   }
   [[nodiscard]] StoreStatus statusOfRead(std::string_view key) const override {
@@ -36,7 +36,7 @@ class FaultyDefaultsStore final : public MemoryDefaultsStore {
     if (const auto status = statusOfWrite(key); status != StoreStatus::stored) return status;
     return MemoryDefaultsStore::setObjectForKey(value, key);
   }
-  /// The store is had, and what is written then fails.
+  /// A status other than `locked` makes the writes of `body` fail.
   [[nodiscard]] StoreStatus transaction(
       const std::function<void(const Writer& write)>& body) override {
     if (status_ == StoreStatus::locked) return status_;
@@ -54,21 +54,21 @@ class FaultyDefaultsStore final : public MemoryDefaultsStore {
   }
   [[nodiscard]] std::uint64_t foreignRevision() const override { return foreignRevision_; }
 
-  /// What becomes of writes from now on. A store that is locked isn't had at all.
+  /// The outcome of writes from now on. While `locked`, transaction bodies do not run.
   void setStatus(StoreStatus status) { status_ = status; }
-  /// What becomes of reads from now on.
+  /// The outcome of reads from now on.
   void setReadStatus(StoreStatus status) { readStatus_ = status; }
-  /// What another process does: the observers don't hear of it.
+  /// Simulates a write of another process; observers of the key are not called.
   void writeElsewhere(DefaultsValue value, std::string_view key) {
     put(std::move(value), key);
     ++foreignRevision_;
-    isNoticed_ = true;
+    hasNews_ = true;
   }
-  /// The turn of the loop ends in which that was noticed.
+  /// Ends the turn of the run loop, which calls the observers of foreign writes.
   void endTurn() {
-    if (std::exchange(isNoticed_, false)) tellOfForeignWrites();
+    if (std::exchange(hasNews_, false)) callForeignWriteObservers();
   }
-  /// Writes under `key` so far, those that failed included.
+  /// The number of writes to `key` so far, including failed ones.
   [[nodiscard]] std::size_t writes(std::string_view key) const { return count(writes_, key); }
   [[nodiscard]] std::size_t reads(std::string_view key) const { return count(reads_, key); }
 
@@ -86,7 +86,7 @@ class FaultyDefaultsStore final : public MemoryDefaultsStore {
   StoreStatus status_ = StoreStatus::stored;
   StoreStatus readStatus_ = StoreStatus::stored;
   mutable std::set<std::string, std::less<>> unread_;
-  mutable bool isNoticed_ = false;
+  mutable bool hasNews_ = false;
   std::uint64_t foreignRevision_ = 0;
   Counts writes_;
   mutable Counts reads_;

@@ -4,7 +4,7 @@
 
 namespace tapeloop::simulated {
 
-// Sessions may outlive the service, and then release nothing.
+// May be destroyed after the service, and then releases nothing.
 class RecordedEventSynthesis::Session final : public PostingSession {
  public:
   explicit Session(std::weak_ptr<State> state) : state_(std::move(state)) {}

@@ -18,10 +18,9 @@ struct PostedEvent {
   friend bool operator==(const PostedEvent&, const PostedEvent&) = default;
 };
 
-/// Keeps what is posted, and knows which keys and buttons that leaves down.
+/// Records what is posted, and which keys and buttons are down after it.
 class RecordedEventSynthesis final : public EventSynthesis {
  public:
-  /// `runLoop` outlives this.
   explicit RecordedEventSynthesis(const VirtualRunLoop& runLoop);
 
   std::optional<SyntheticEvent> CGEventCreateMouseEvent(EventType type, Point position,
@@ -36,14 +35,14 @@ class RecordedEventSynthesis final : public EventSynthesis {
   void CGEventPost(TapLocation tap, const SyntheticEvent& event) override;
   [[nodiscard]] std::shared_ptr<PostingSession> beginPosting() override;
 
-  /// From now on events of this type can't be created.
+  /// Makes the creation of events of this type fail.
   void refuse(EventType type) { refused_.insert(type); }
   void refuseAll() { refusesAll_ = true; }
   /// The flags that a keyboard event has when it is created.
   void setFlagsAtCreation(std::uint64_t flags) { flagsAtCreation_ = flags; }
 
   [[nodiscard]] const std::vector<PostedEvent>& posted() const { return state_->posted; }
-  /// The releases that were made because the last session went.
+  /// What was released when the last session was destroyed.
   [[nodiscard]] const std::vector<PostedEvent>& released() const { return state_->released; }
   [[nodiscard]] const std::set<std::uint16_t>& heldKeys() const { return state_->keys; }
   [[nodiscard]] const std::set<MouseButton>& heldButtons() const { return state_->buttons; }
@@ -57,7 +56,8 @@ class RecordedEventSynthesis final : public EventSynthesis {
     std::vector<PostedEvent> released;
     std::set<std::uint16_t> keys;
     std::set<MouseButton> buttons;
-    std::weak_ptr<Session> session;  // one object for all holders, so that the last one is known
+    std::weak_ptr<Session>
+        session;  // shared by all holders, so that it is destroyed with the last one
   };
   [[nodiscard]] bool refuses(EventType type) const;
 

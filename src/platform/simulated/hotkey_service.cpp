@@ -60,7 +60,7 @@ bool ScriptedHotKeyService::press(Combination combination) {
     each.isDown = true;
     pressed.push_back(each.id);
   }
-  for (const auto& id : pressed) happen({kEventHotKeyPressed, id});
+  for (const auto& id : pressed) queue({kEventHotKeyPressed, id});
   return isSeen;
 }
 
@@ -71,18 +71,18 @@ void ScriptedHotKeyService::release(Combination combination) {
     if (each.combination != combination || !std::exchange(each.isDown, false)) continue;
     released.push_back(each.id);
   }
-  for (const auto& id : released) happen({kEventHotKeyReleased, id});
+  for (const auto& id : released) queue({kEventHotKeyReleased, id});
 }
 
-void ScriptedHotKeyService::happen(HotKeyEvent event) {
-  happenings_.push_back(event);
+void ScriptedHotKeyService::queue(HotKeyEvent event) {
+  pending_.push_back(event);
   if (!lags_) catchUp();
 }
 
 void ScriptedHotKeyService::catchUp() {
-  while (!happenings_.empty()) {
-    const HotKeyEvent event = happenings_.front();
-    happenings_.pop_front();
+  while (!pending_.empty()) {
+    const HotKeyEvent event = pending_.front();
+    pending_.pop_front();
     send(&event);
   }
 }

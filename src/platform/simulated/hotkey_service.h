@@ -20,7 +20,7 @@ class ScriptedHotKeyService final : public HotKeyService {
     Combination combination;
     EventHotKeyID id;
     HotKeyClaim claim;
-    bool isTaken = false;  ///< From every other program.
+    bool isTaken = false;  ///< Other programs don't get the key.
     bool isDown = false;
   };
 
@@ -40,7 +40,7 @@ class ScriptedHotKeyService final : public HotKeyService {
     return symbolic;
   }
 
-  // What the user does with a combination. True if the focused application sees the key too.
+  // Simulates the user. True if the focused application gets the key too.
   bool press(Combination combination);
   void release(Combination combination);
   bool tap(Combination combination) {
@@ -48,26 +48,26 @@ class ScriptedHotKeyService final : public HotKeyService {
     release(combination);
     return isSeen;
   }
-  /// From now on presses and releases are handed out only when somebody catches up.
+  /// From now on presses and releases are delivered by `catchUp` only.
   void lag() { lags_ = true; }
-  /// Another map of the keyboard: what could not be taken is tried again.
+  /// The keyboard layout has changed: grabs that failed are retried.
   void keyboardChanged() { renewClaims(); }
-  /// Hands the event to the handlers, the one installed last first. What the last one asked said.
+  /// Calls the handlers, the latest first, until one returns `noErr`. Returns the last result.
   OSStatus send(const HotKeyEvent* event);
 
   std::list<Registration> registrations;
   std::vector<std::vector<EventTypeSpec>> installedTypes;
-  /// Another program has these.
+  /// Combinations that another program has grabbed.
   std::set<Combination> taken;
   std::optional<std::vector<SymbolicHotKey>> symbolic = std::vector<SymbolicHotKey>{};
 
  private:
   void renewClaims();
-  void happen(HotKeyEvent event);
+  void queue(HotKeyEvent event);
 
   std::vector<EventHandler> handlers_;  // empty: removed
   std::set<Combination> down_;
-  std::deque<HotKeyEvent> happenings_;  // not handed out yet
+  std::deque<HotKeyEvent> pending_;
   bool lags_ = false;
   std::uint64_t latestRef_ = 0;
 };

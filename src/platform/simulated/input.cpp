@@ -20,12 +20,12 @@ void ScriptedInputMonitor::removeMonitor(MonitorToken token) {
   const auto gone = *known;
   monitors_.erase(known);
   for (const InputEvent& event : std::exchange(heldBack_, {})) deliver(event, *gone);
-  gone->mask = 0;  // for whoever is delivering to it
+  gone->mask = 0;  // in case `deliver` is iterating over a copy of the list
 }
 
 void ScriptedInputMonitor::deliver(const InputEvent& event) {
-  // Handlers may add and remove monitors: new ones wait for the next event, and those that are gone
-  // hear of nothing more.
+  // A copy, since handlers may add and remove monitors. New ones get the next event, removed ones
+  // nothing more.
   for (const auto& monitor : std::vector(monitors_)) deliver(event, *monitor);
 }
 

@@ -15,7 +15,7 @@
 
 namespace tapeloop::simulated {
 
-/// A layout that writes what it is told to, by key code.
+/// A layout with the given characters, by key code.
 class ScriptedLayout final : public InputSource, public UnicodeKeyLayoutData {
  public:
   explicit ScriptedLayout(std::map<std::uint16_t, std::string> characters)
@@ -36,7 +36,7 @@ class ScriptedLayout final : public InputSource, public UnicodeKeyLayoutData {
   const std::map<std::uint16_t, std::string> characters_;
 };
 
-/// One layout at a time, at first with the letters a, q and r where an ANSI keyboard has them.
+/// One layout at a time, at first with the letters a, q and r in their US positions.
 class ScriptedKeyboardLayouts final : public KeyboardLayouts {
  public:
   [[nodiscard]] std::shared_ptr<const InputSource>
@@ -47,7 +47,7 @@ class ScriptedKeyboardLayouts final : public KeyboardLayouts {
   Subscription onChange(std::function<void()> callback) override {
     return changed_.connect(std::move(callback));
   }
-  /// Null: there is none.
+  /// Null: there is no layout.
   void use(std::shared_ptr<const InputSource> layout) {
     layout_ = std::move(layout);
     changed_();
@@ -59,7 +59,7 @@ class ScriptedKeyboardLayouts final : public KeyboardLayouts {
   Signal<> changed_;
 };
 
-/// Events that the program's own windows get.
+/// Input to the program's own windows.
 class ScriptedLocalInputMonitor final : public LocalInputMonitor {
  public:
   std::optional<LocalMonitorToken> addLocalMonitorForEventsMatchingMask(EventMask mask,
@@ -73,10 +73,10 @@ class ScriptedLocalInputMonitor final : public LocalInputMonitor {
     return keyboardWanted.connect(std::move(callback));
   }
 
-  /// Called when another program wants the keyboard.
+  /// To be called when another program wants the keyboard.
   Signal<> keyboardWanted;
 
-  /// What becomes of the event.
+  /// Delivers the event; the result tells whether the window gets it.
   EventPass send(const InputEvent& event) {
     const auto monitors = monitors_;
     for (const auto& [token, monitor] : monitors) {
@@ -102,18 +102,18 @@ class CountedSound final : public Sound {
   int beeps = 0;
 };
 
-/// Delivers the events that it is told to.
+/// Delivers the events that tests pass to it.
 class ScriptedInputMonitor final : public InputMonitor {
  public:
   std::optional<MonitorToken> addGlobalMonitorForEventsMatchingMask(EventMask mask,
                                                                     Handler handler) override;
   void removeMonitor(MonitorToken token) override;
 
-  /// To every monitor that admits the event's type.
+  /// Delivers to every monitor whose mask has the event's type.
   void deliver(const InputEvent& event);
-  /// The event happens now, and is delivered only when its monitor is being removed.
+  /// The event has happened, but is not delivered until a monitor is removed.
   void holdBack(const InputEvent& event) { heldBack_.push_back(event); }
-  /// From now on installing fails.
+  /// From now on no monitor can be added.
   void refuseMonitors() { refuses_ = true; }
 
   [[nodiscard]] std::size_t installed() const { return monitors_.size(); }

@@ -8,8 +8,8 @@ namespace tapeloop::simulated {
 namespace {
 
 constexpr double nanosecondsPerSecond = 1e9;
-// Timers that go on scheduling each other without a delay take time on a real desktop. Here they
-// would stand the clock still, so after this many passes it moves on a little.
+// Timers that keep scheduling each other without delay would stop the clock, which advances only
+// from deadline to deadline. After so many passes at one instant it is moved on a little.
 constexpr int mostPassesPerInstant = 1000;
 constexpr std::int64_t shortestStep = 100'000;
 

@@ -8,7 +8,7 @@
 
 namespace tapeloop::simulated {
 
-/// A run loop whose clock stands still until it is turned by hand.
+/// A run loop whose clock is advanced by hand.
 class VirtualRunLoop final : public RunLoop, public Clock {
  public:
   TimerRef scheduledTimerWithTimeInterval(double interval, TimerRepeats repeats,
@@ -16,14 +16,14 @@ class VirtualRunLoop final : public RunLoop, public Clock {
   void takeTime() override { turn_ = now_; }
   [[nodiscard]] double date() const override;
 
-  /// Turns the clock to one deadline after the other and fires what is due there, as far as
-  /// `seconds` from now, that moment included.
+  /// Advances the clock by `seconds`, stopping at each deadline on the way to fire what is due,
+  /// including what is due at the end.
   void advance(double seconds);
-  /// The turn that is under way takes so long, and what is due meanwhile is late. Otherwise what a
-  /// turn does takes no time.
+  /// Simulates that the current turn takes so long: timers that come due meanwhile fire late.
+  /// Otherwise turns take no time.
   void stall(double seconds);
 
-  /// Seconds since this was made.
+  /// Seconds since this was created.
   [[nodiscard]] double now() const;
   /// Calendar time at the start.
   void setStartDate(double secondsSince1970) { startDate_ = secondsSince1970; }
@@ -32,7 +32,7 @@ class VirtualRunLoop final : public RunLoop, public Clock {
  private:
   TimerQueue timers_;
   std::int64_t now_ = 0;   // nanoseconds
-  std::int64_t turn_ = 0;  // from which the timers count that this turn creates
+  std::int64_t turn_ = 0;  // the time from which timers of this turn count
   double startDate_ = 0;
 };
 

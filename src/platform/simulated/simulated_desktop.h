@@ -16,7 +16,7 @@
 
 namespace tapeloop::simulated {
 
-/// Keeps the lines of the trace.
+/// Records the lines of the trace.
 class TraceLines final : public Trace {
  public:
   [[nodiscard]] const std::vector<std::string>& lines() const { return lines_; }
@@ -35,7 +35,7 @@ class GrantedPermission final : public Permission {
   bool granted = true;
 };
 
-/// The first screen is the primary one and the main one. None at all is possible.
+/// The first screen is both the primary and the main one. The list may be empty.
 class FixedScreens final : public Screens {
  public:
   [[nodiscard]] std::vector<Screen> screens() const override { return list; }
@@ -54,7 +54,7 @@ class CountedAppReview final : public AppReview {
   int requests = 0;
 };
 
-/// A browser that opens what it is asked to, or refuses.
+/// Records the pages that were opened.
 class RecordedWorkspace final : public Workspace {
  public:
   bool openURL(std::string_view url) override {
@@ -72,8 +72,8 @@ class RecordedMainMenu final : public MainMenu {
   Menu menu;
 };
 
-/// A whole desktop in memory. It records every effect, and nothing happens on it but what it is
-/// told to: tests and simulations turn its clock and press its keys.
+/// All services of a desktop, in memory. They record every effect; tests and benchmarks advance the
+/// clock and create the input.
 struct SimulatedDesktop {
   VirtualRunLoop runLoop;
   TraceLines trace;
@@ -96,7 +96,6 @@ struct SimulatedDesktop {
   SimulatedDesktop(const SimulatedDesktop&) = delete;
   SimulatedDesktop& operator=(const SimulatedDesktop&) = delete;
 
-  /// Its services live as long as this.
   [[nodiscard]] Desktop services() {
     return {runLoop,      runLoop,        trace,   defaults,        permission,
             inputMonitor, eventSynthesis, screens, windows,         review,

@@ -11,9 +11,9 @@
 
 namespace tapeloop::simulated {
 
-/// What became of one window; known also when the window is gone.
+/// What was done with one window. Kept when the window is destroyed.
 struct WindowRecord {
-  /// By name with their arguments, in order, the creation first: "setLevel 3".
+  /// The calls with their arguments, in order, the creation first: "setLevel 3".
   std::vector<std::string> operations;
   std::weak_ptr<View> view;
   StyleMask styleMask = 0;
@@ -22,7 +22,7 @@ struct WindowRecord {
   bool visible = false;
 };
 
-/// Windows that nobody sees. A view appears when it is the content of a window that is on screen.
+/// Windows in memory. A view appears when it is the content of a window that is shown.
 class RecordedWindowSystem final : public WindowSystem {
  public:
   std::shared_ptr<Window> createWindow(Rect contentRect, StyleMask mask, BackingType backing,
@@ -30,14 +30,14 @@ class RecordedWindowSystem final : public WindowSystem {
 
   [[nodiscard]] std::vector<std::shared_ptr<WindowChrome>> windows() override;
 
-  /// Puts a window of this title on screen that somebody else holds.
+  /// Shows a window with this title that was not created through `createWindow`.
   std::shared_ptr<Window> openWindow(std::string title);
-  /// Runs each time that a window is brought on screen at once, which on a real desktop takes time.
+  /// `callback` runs in each `Window::display`, which takes time on a real desktop.
   void onDisplay(std::function<void()> callback) { *displaying_ = std::move(callback); }
-  /// From now on no window can be made.
+  /// From now on no window can be created.
   void refuseWindows() { refuses_ = true; }
 
-  /// Every window that was made, the oldest first.
+  /// All windows ever created, the oldest first.
   [[nodiscard]] const std::vector<std::shared_ptr<const WindowRecord>>& records() const {
     return records_;
   }

@@ -8,7 +8,7 @@
 
 namespace tapeloop::system {
 
-/// Owns one open descriptor, or none.
+/// Owns an open descriptor, or none.
 class FileDescriptor {
  public:
   FileDescriptor() = default;
@@ -34,7 +34,7 @@ struct FreeDeleter {
   void operator()(void* memory) const { std::free(memory); }
 };
 
-/// What a C library hands out for the caller to free.
+/// Memory from a C library that the caller has to free.
 template <typename T>
 using MallocPtr = std::unique_ptr<T, FreeDeleter>;
 

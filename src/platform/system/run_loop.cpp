@@ -18,8 +18,8 @@ namespace {
 
 constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
 constexpr std::int64_t timerBudget = 4'000'000;
-// Reading the clock costs about as much as a short block; a long one overdraws the budget by at
-// most this many.
+// Reading the clock costs about as much as a short block. The budget is exceeded by at most this
+// many blocks.
 constexpr int firingsBetweenClockReads = 8;
 constexpr int hookRounds = 8;
 constexpr std::size_t eventsPerTurn = 64;
@@ -45,9 +45,9 @@ double SystemClock::date() const {
   return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-/// The epoll set knows a descriptor once, whoever watches it. Entries are found by a key that is
-/// never used again, so that an event of a descriptor that was closed and opened anew within one
-/// batch reaches nobody.
+/// epoll accepts a descriptor only once, so several watches of one share an entry. Entries have
+/// keys that are never reused: if a callback closes a descriptor and its number is used for a new
+/// one, an event of the old one in the same batch matches no entry.
 struct EpollRunLoop::Watches {
   using Callback = std::function<void()>;
   struct Watcher {
@@ -70,7 +70,7 @@ struct EpollRunLoop::Watches {
       event.events |= watcher->readiness == Readiness::readable ? EPOLLIN : EPOLLOUT;
     }
     event.data.u64 = entry.key;
-    // Fails for files that are always ready; those are not reported.
+    // Fails for regular files, which are then never reported.
     epoll_ctl(epoll, operation, entry.descriptor, &event);
   }
 
@@ -104,7 +104,7 @@ struct EpollRunLoop::Watches {
     for (const auto& watcher : watchers) {
       const std::uint32_t wanted = watcher->readiness == Readiness::readable ? EPOLLIN : EPOLLOUT;
       if (!broken && (events & wanted) == 0) continue;
-      // Copied: the callback may remove its own watch, and with it what it has captured.
+      // Copied: the callback may remove its own watch, which destroys what the original captured.
       if (const auto callback = watcher->callback) callback();
     }
   }
@@ -167,7 +167,7 @@ void EpollRunLoop::dispatch() {
 
 void EpollRunLoop::endTurn() {
   const bool moreToDo = runHooks();
-  // A deadline in the past makes the descriptor readable at once.
+  // With a deadline in the past the timerfd is readable at once.
   arm(moreToDo ? std::optional<std::int64_t>(0) : timers_.nextDeadline());
   sample_.reset();
 }
@@ -220,7 +220,7 @@ bool EpollRunLoop::runHooks() {
 }
 
 void EpollRunLoop::arm(std::optional<std::int64_t> deadline) {
-  // 0 would disarm it.
+  // 0 would disarm the timerfd.
   if (deadline) deadline = std::max<std::int64_t>(*deadline, 1);
   if (deadline == armed_) return;
   itimerspec setting{};

@@ -24,24 +24,24 @@ class SystemClock final : public Clock {
 
 enum class Readiness : std::uint8_t { readable, writable };
 
-/// Keeps a descriptor watched; letting go of it ends that. To be let go of before the descriptor is
-/// closed. May outlive the loop.
+/// Keeps a descriptor watched until it is destroyed or reset, which must happen before the
+/// descriptor is closed.
 using Watch = Subscription;
 
 /// The run loop on one epoll set, with a timerfd on the monotonic clock in it. It runs alone, or
 /// inside another loop that watches `fileDescriptor()`, calls `dispatch()` when that is readable
-/// and `endTurn()` before it blocks. Main thread only.
+/// and `endTurn()` before it blocks.
 ///
-/// One turn: take the time; call whoever's descriptor is ready; fire the timers that are due, for a
-/// few milliseconds at most; run the hooks; arm the timerfd. Descriptors come first and once, so
-/// that neither input nor timers can hold up the other for long. A turn may be entered again from
-/// one of its own callbacks.
+/// One turn: read the clock; call the watches whose descriptors are ready; fire the timers that are
+/// due, for a few milliseconds at most; run the hooks; arm the timerfd. Each ready descriptor is
+/// served once, before the timers, so that neither input nor timers can delay the other for long.
+/// Callbacks may run a nested turn.
 class EpollRunLoop final : public RunLoop {
  public:
-  /// True when it has to be run once more before the loop waits.
+  /// Returns true to be run once more before the loop waits.
   using Hook = std::function<bool()>;
 
-  /// Ends the program with a message when the system has no descriptor left.
+  /// Aborts with a message if the system has no descriptor left.
   EpollRunLoop();
   EpollRunLoop(const EpollRunLoop&) = delete;
   EpollRunLoop& operator=(const EpollRunLoop&) = delete;
@@ -51,32 +51,32 @@ class EpollRunLoop final : public RunLoop {
                                           TimerBlock block) override;
   void takeTime() override;
 
-  /// `callback` runs in each turn that finds `descriptor` ready, closed by its peer or in error; it
-  /// must then take away the cause or the watch. Several watches may share a descriptor. One that
-  /// can't be waited for, such as a regular file, is never reported.
+  /// `callback` runs in each turn in which `descriptor` is ready, closed by its peer or in error;
+  /// it must read or write, or remove the watch, or it is called again at once. Several watches may
+  /// share a descriptor. Descriptors that epoll can't watch, such as regular files, are never
+  /// reported.
   [[nodiscard]] Watch watch(int descriptor, std::function<void()> callback,
                             Readiness readiness = Readiness::readable);
 
-  /// `hook` runs at the end of each turn, before the timerfd is armed: the place for what must not
-  /// be left lying while the loop waits. As long as any hook asks for it all are run again, in this
-  /// turn or in one that follows at once.
+  /// `hook` runs at the end of each turn, before the loop may wait. If any hook returns true all
+  /// are run again, after a few rounds in a further turn that does not wait.
   Subscription addBeforeWait(Hook hook);
 
-  /// The time of this turn, in nanoseconds on the monotonic clock. Outside of a turn the first use
-  /// takes it, and it holds until `endTurn()`.
+  /// When this turn began, in nanoseconds on the monotonic clock. Outside of a turn the first call
+  /// reads the clock, and the value is kept until `endTurn()`.
   [[nodiscard]] std::int64_t sample();
 
   /// One turn, without waiting.
   void dispatch();
-  /// Runs the hooks, arms the timerfd and forgets the time of the turn.
+  /// Runs the hooks, arms the timerfd and discards the time of the turn.
   void endTurn();
 
-  /// Turns the loop until `quit`, and returns its exit code.
+  /// Runs turns until `quit`, and returns its exit code.
   int run();
-  /// Ends `run` with the turn that is under way. Does nothing when the loop does not run.
+  /// Makes `run` return after the current turn. No effect outside of `run`.
   void quit(int exitCode);
 
-  /// Readable when `dispatch()` has something to do.
+  /// Readable if `dispatch()` has something to do.
   [[nodiscard]] int fileDescriptor() const { return epoll_.get(); }
 
  private:

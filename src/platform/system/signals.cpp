@@ -13,16 +13,15 @@ namespace tapeloop::system {
 namespace {
 
 constexpr std::size_t signalNumbers = 65;
-// By signal number: the pipe to write it into, plus 1; 0 for none. Global, since a handler reaches
-// nothing else.
+// For each signal number the pipe to write it to, plus 1, or 0 for none. Global because a signal
+// handler gets no other context.
 constinit std::array<std::atomic<int>, signalNumbers> pipes{};
 
 void handle(int signal) {
   const int error = errno;
   const int pipe = pipes[static_cast<std::size_t>(signal)].load() - 1;
   const auto number = static_cast<unsigned char>(signal);
-  // A full pipe loses the byte, but then one of the many in it is this signal's or the loop is
-  // not turning any more.
+  // If the pipe is full the byte is lost: the loop has not run for thousands of signals.
   if (pipe >= 0) [[maybe_unused]]
     const auto written = ::write(pipe, &number, 1);
   errno = error;
@@ -34,7 +33,7 @@ void surviveFailedWrites() {
   for (const int signal : {SIGPIPE, SIGXFSZ}) {
     struct sigaction action {};
     if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) continue;
-    // A handler and not SIG_IGN, which the programs that this one starts would inherit.
+    // Not SIG_IGN, which programs that this one starts would inherit.
     action.sa_handler = [](int) {};
     action.sa_flags = SA_RESTART;
     sigaction(signal, &action, nullptr);
@@ -45,7 +44,7 @@ SignalWatch::SignalWatch(EpollRunLoop& loop, std::initializer_list<int> signals,
                          std::function<void(int)> callback)
     : callback_(std::move(callback)) {
   std::array<int, 2> ends{-1, -1};
-  // Without a pipe the signals keep their default effect, which is to end the program.
+  // Without a pipe the signals keep their default action: they end the program.
   if (pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) return;
   readEnd_ = FileDescriptor(ends[0]);
   writeEnd_ = FileDescriptor(ends[1]);

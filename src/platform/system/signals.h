@@ -12,23 +12,23 @@
 
 namespace tapeloop::system {
 
-/// From now on a write into a pipe that nobody reads, or beyond what a file may grow to, is an
-/// error of that write and does not end the program.
+/// Catches SIGPIPE and SIGXFSZ, so that a write to a closed pipe or beyond the file size limit
+/// fails instead of ending the program.
 void surviveFailedWrites();
 
-/// Turns signals of the process into calls on the main thread, in a turn of the loop. A signal that
-/// comes several times before that is reported at least once. One watch a signal and process.
+/// Calls back in a turn of the loop when the process receives a signal. A signal that arrives
+/// several times before that is reported at least once. At most one watch for each signal.
 ///
-/// Handlers, and not a blocked signal mask with a signalfd: a mask is handed on to every program
-/// that this one starts, which would then not end on SIGTERM.
+/// It uses handlers and not a signalfd: that needs the signals to be blocked, and programs that
+/// this one starts would inherit the mask and not end on SIGTERM.
 class SignalWatch {
  public:
-  /// `callback` gets the signal's number.
+  /// `callback` gets the number of the signal.
   SignalWatch(EpollRunLoop& loop, std::initializer_list<int> signals,
               std::function<void(int)> callback);
   SignalWatch(const SignalWatch&) = delete;
   SignalWatch& operator=(const SignalWatch&) = delete;
-  /// What the signals did before holds again.
+  /// Restores the previous handlers.
   ~SignalWatch();
 
  private:

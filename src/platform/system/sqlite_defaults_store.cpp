@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Kept in the file, so that a number never changes its meaning.
+// Stored in the file: a number must never change its meaning.
 enum class ValueType : int { boolean = 0, integer = 1, real = 2, text = 3 };
 
 constexpr const char* selectValue = "SELECT type, value, rowid FROM defaults WHERE key = ?1";
@@ -27,7 +27,7 @@ constexpr const char* storeValue =
     "INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
     "ON CONFLICT(key) DO UPDATE SET type = excluded.type, value = excluded.value";
 
-/// Why the file can't be written or, if there is nothing to read from either, can't be opened.
+/// The sentence for the user, by whether the file can at least be read.
 std::string sentence(StoreStatus status, const fs::path& file, bool isReadable) {
   const std::string name = file.string();
   const std::string lost = isReadable ? "Settings and recordings can't be saved"
@@ -51,11 +51,11 @@ std::string sentence(StoreStatus status, const fs::path& file, bool isReadable) 
   return lost + ": " + name + (isReadable ? " can't be written." : " can't be opened.");
 }
 
-// Doubles as their eight bytes: SQLite's own reals know neither NaN nor the sign of zero.
+// Doubles are stored as their eight bytes: SQLite's reals keep neither NaN nor the sign of zero.
 using RealBytes = std::array<char, sizeof(double)>;
 
-/// Straight into its string. The row that the statement stands on would take a copy of its own
-/// first, which counts with a text of many megabytes.
+/// Reads directly into the string. Reading the column of the statement would make SQLite copy the
+/// text first, which may be many megabytes.
 std::optional<std::string> readText(sqlite3* database, sqlite3_int64 rowid) {
   sqlite3_blob* opened = nullptr;
   const int result = sqlite3_blob_open(database, "main", "defaults", "value", rowid, 0, &opened);
@@ -90,8 +90,8 @@ std::optional<DefaultsValue> readValue(sqlite3* database, sqlite3_stmt* row) {
 }
 
 void bindText(sqlite3_stmt* statement, int position, std::string_view text) {
-  // The caller's bytes outlive the statement. An empty view may hold a null pointer, which would
-  // bind NULL.
+  // SQLITE_STATIC: the statement is destroyed before the text. An empty view may hold a null
+  // pointer, which would bind NULL.
   sqlite3_bind_text64(statement, position, text.empty() ? "" : text.data(), text.size(),
                       SQLITE_STATIC, SQLITE_UTF8);
 }
@@ -101,7 +101,7 @@ void bindText(sqlite3_stmt* statement, int position, std::string_view text) {
 std::optional<fs::path> defaultsStorePath() {
   fs::path folder;
   if (const char* data = std::getenv("XDG_DATA_HOME")) folder = data;
-  // A relative one is to be ignored.
+  // A relative XDG_DATA_HOME is invalid and to be ignored.
   if (!folder.is_absolute()) {
     const char* home = std::getenv("HOME");
     if (!home || !fs::path(home).is_absolute()) return std::nullopt;
@@ -131,7 +131,7 @@ void SqliteDefaultsStore::follow(EpollRunLoop& loop) {
 }
 
 std::optional<DefaultsValue> SqliteDefaultsStore::objectForKey(std::string_view key) const {
-  openWhatIsThere(IfMissing::leave);
+  reopenIfReplaced(IfMissing::leave);
   const auto failed = failedReads_.find(key);
   const bool hasFailed = failed != failedReads_.end();
   if (hasFailed && failed->second.isOfThisTurn) return std::nullopt;
@@ -147,11 +147,11 @@ std::optional<DefaultsValue> SqliteDefaultsStore::objectForKey(std::string_view 
   if (value || result == SQLITE_DONE) {
     if (hasFailed) {
       failedReads_.erase(failed);
-      isNoticed_ = true;
+      hasNews_ = true;
     }
   } else {
     StoreStatus status = database_.status();
-    // A row that holds something else than its type says is damage too.
+    // A row whose value does not match its type counts as damaged.
     if (status == StoreStatus::stored) status = StoreStatus::damaged;
     failedReads_.insert_or_assign(std::string(key), FailedRead{status, isInTurns_});
   }
@@ -176,33 +176,33 @@ StoreStatus SqliteDefaultsStore::transaction(const std::function<void(const Writ
     status = write(value, key);
     keys.emplace_back(key);
   });
-  // The first look spares a file that has been put aside. Only the second one tells that whoever
-  // opens the store after this finds what was written.
+  // The first check keeps a file that was moved away from being changed. Only the second one makes
+  // sure that the values were written to the file that has the name now.
   if (status == StoreStatus::stored) status = place();
   if (status == StoreStatus::stored) status = database_.execute("COMMIT");
   if (status == StoreStatus::stored) status = place();
   if (status != StoreStatus::stored) {
-    // Some failures have ended the transaction already.
+    // Some failures end the transaction themselves.
     if (database_.isInTransaction()) (void)database_.execute("ROLLBACK");
     return status;
   }
-  for (const std::string& key : keys) tellObservers(key);
+  for (const std::string& key : keys) callObservers(key);
   return status;
 }
 
 std::uint64_t SqliteDefaultsStore::foreignRevision() const {
-  // What a transaction reads it is about to write over.
-  if (isLookedAt_ && !database_.isInTransaction()) return revision_;
-  openWhatIsThere(IfMissing::leave);
+  // Always read within a transaction, which may replace what it has read.
+  if (isRevisionCurrent_ && !database_.isInTransaction()) return revision_;
+  reopenIfReplaced(IfMissing::leave);
   std::uint64_t version = 0;
   const SqliteStatement statement = database_ ? database_.prepare(selectVersion) : nullptr;
   if (statement && sqlite3_step(statement.get()) == SQLITE_ROW) {
     version = static_cast<std::uint32_t>(sqlite3_column_int64(statement.get(), 0));
   }
   const std::uint64_t revision = openings_ << 32U | version;
-  isNoticed_ |= revision != revision_;
+  hasNews_ |= revision != revision_;
   revision_ = revision;
-  isLookedAt_ = isInTurns_;
+  isRevisionCurrent_ = isInTurns_;
   return revision_;
 }
 
@@ -210,20 +210,20 @@ Subscription SqliteDefaultsStore::observe(std::string_view key, std::function<vo
   return observers_[std::string(key)].connect(std::move(callback));
 }
 
-// A file that is missing may be about to be put there by somebody: only who writes makes one. And
-// one that can't be opened is not tried for every value that is asked for.
-void SqliteDefaultsStore::openWhatIsThere(IfMissing ifMissing) const {
+// Reading does not create a missing file: another program may be about to put one there. A file
+// that can't be opened is tried once in each turn, not for every value.
+void SqliteDefaultsStore::reopenIfReplaced(IfMissing ifMissing) const {
   if (database_.isInTransaction() || (database_ && database_.isInPlace())) return;
   const bool makes = ifMissing == IfMissing::make;
   const bool isThere = makes || identityOf(file_);
-  if (!database_ && !makes && (!isThere || isTried_)) return;
+  if (!database_ && !makes && (!isThere || openingTried_)) return;
   const bool wasOpen = static_cast<bool>(database_);
   database_.close();
   database_ = isThere ? StoreDatabase::open(file_) : StoreDatabase();
-  isTried_ = isInTurns_;
+  openingTried_ = isInTurns_;
   if (!wasOpen && !database_) return;
   ++openings_;
-  isLookedAt_ = false;
+  isRevisionCurrent_ = false;
   failedReads_.clear();
 }
 
@@ -232,13 +232,13 @@ StoreStatus SqliteDefaultsStore::place() const {
 }
 
 StoreStatus SqliteDefaultsStore::begin() {
-  // To wait for the right to write takes long enough for the file to be replaced.
+  // The file may be replaced while this waits for the lock.
   constexpr int attempts = 3;
   StoreStatus status = StoreStatus::locked;
   for (int i = 0; i < attempts; ++i) {
-    openWhatIsThere(IfMissing::make);
+    reopenIfReplaced(IfMissing::make);
     status = database_.writing();
-    // Immediate: the right to write comes first, so that nothing that is read can change any more.
+    // IMMEDIATE takes the write lock now, so that no other process changes what is read after it.
     if (status == StoreStatus::stored) status = database_.execute("BEGIN IMMEDIATE");
     if (status != StoreStatus::stored) return status;
     status = place();
@@ -276,17 +276,17 @@ StoreStatus SqliteDefaultsStore::write(const DefaultsView& value, std::string_vi
   return StoreStatus::stored;
 }
 
-void SqliteDefaultsStore::tellObservers(std::string_view key) {
+void SqliteDefaultsStore::callObservers(std::string_view key) {
   if (const auto observers = observers_.find(key); observers != observers_.end()) {
     observers->second();
   }
 }
 
 bool SqliteDefaultsStore::endTurn() {
-  isLookedAt_ = false;
-  isTried_ = false;
+  isRevisionCurrent_ = false;
+  openingTried_ = false;
   for (auto& [key, failed] : failedReads_) failed.isOfThisTurn = false;
-  if (!std::exchange(isNoticed_, false)) return false;
+  if (!std::exchange(hasNews_, false)) return false;
   foreignWrites_();
   return true;
 }

@@ -16,33 +16,33 @@ namespace tapeloop::system {
 
 class EpollRunLoop;
 
-/// "tapeloop/defaults.sqlite3" in the user's data folder, or nothing when the environment names
-/// neither that folder nor a home.
+/// "tapeloop/defaults.sqlite3" in the user's data folder. Nothing if neither XDG_DATA_HOME nor HOME
+/// is set to an absolute path.
 std::optional<std::filesystem::path> defaultsStorePath();
 
-/// The defaults store in one SQLite file, which its owner alone can read: recordings hold what was
-/// typed. A damaged file is left as it is. Main thread only.
+/// The defaults store in an SQLite file. Only the owner can read the file, since recordings contain
+/// what was typed. A damaged file is not changed.
 ///
-/// The store is what stands under the file's name, not what stood there when the program started:
-/// a file that was deleted or replaced is opened anew before it is read or written. A transaction
-/// in the midst of which that happens comes to `locked`.
+/// If the file is deleted or replaced while the program runs, the one that now has the name is
+/// opened before the next read or write. If that happens during a transaction, the transaction
+/// fails with `locked`.
 class SqliteDefaultsStore final : public DefaultsStore {
  public:
   struct Opened {
     std::unique_ptr<SqliteDefaultsStore> store;     ///< Null if it can't even be read.
-    StoreStatus status = StoreStatus::unavailable;  ///< What a write comes to.
+    StoreStatus status = StoreStatus::unavailable;  ///< The status that writes have.
     std::string message;  ///< One sentence for the user; empty if the store can be written.
   };
 
-  /// Makes the file and the folders on the way to it if there are none. A store that can be read
-  /// and not written is returned with the reason, which all its writes give.
+  /// Creates the file and its folders if they are missing. A store that can only be read is
+  /// returned with the reason, which is the status of all its writes.
   static Opened open(const std::filesystem::path& file);
 
   ~SqliteDefaultsStore() override;
 
-  /// From now on looks for what other processes have written once a turn of `loop` at most, and
-  /// tells of it at the end of that turn; the same for a value that can't be read. `loop` outlives
-  /// the store.
+  /// From now on checks for writes of other processes at most once in each turn of `loop`, and
+  /// calls the observers at the end of that turn. A value that can't be read is also tried once in
+  /// each turn.
   void follow(EpollRunLoop& loop);
 
   [[nodiscard]] std::optional<DefaultsValue> objectForKey(std::string_view key) const override;
@@ -66,27 +66,26 @@ class SqliteDefaultsStore final : public DefaultsStore {
   SqliteDefaultsStore(std::filesystem::path file, StoreDatabase database);
 
   enum class IfMissing : std::uint8_t { leave, make };
-  /// Opens the file under the name unless that is the one that is open, or a transaction is under
-  /// way.
-  void openWhatIsThere(IfMissing ifMissing) const;
-  /// `stored` while the open file is the one under the name.
+  /// Reopens the file if the name no longer refers to the open one. Not within a transaction.
+  void reopenIfReplaced(IfMissing ifMissing) const;
+  /// `stored` if the name still refers to the open file, otherwise `locked`.
   [[nodiscard]] StoreStatus place() const;
   [[nodiscard]] StoreStatus begin();
-  /// Not told to the observers yet.
+  /// Does not call the observers.
   [[nodiscard]] StoreStatus write(const DefaultsView& value, std::string_view key);
-  void tellObservers(std::string_view key);
-  /// True if anybody was told of anything.
+  void callObservers(std::string_view key);
+  /// True if observers were called.
   bool endTurn();
 
   const std::filesystem::path file_;
   mutable StoreDatabase database_;
   mutable std::map<std::string, FailedRead, std::less<>> failedReads_;
-  mutable std::uint64_t openings_ = 0;  // beyond the first
+  mutable std::uint64_t openings_ = 0;  // how often the file was reopened
   mutable std::uint64_t revision_ = 0;
-  mutable bool isLookedAt_ = false;  // in this turn: `revision_` holds
-  mutable bool isTried_ = false;     // in this turn: to open the file
-  mutable bool isNoticed_ = false;   // something is there that was not read before
-  bool isInTurns_ = false;           // follows a loop
+  mutable bool isRevisionCurrent_ = false;  // `revision_` was read in this turn
+  mutable bool openingTried_ = false;       // opening the file was tried in this turn
+  mutable bool hasNews_ = false;  // `foreignWrites_` is to be called at the end of the turn
+  bool isInTurns_ = false;        // `follow` was called
   std::map<std::string, Signal<>, std::less<>> observers_;
   Signal<> foreignWrites_;
   Subscription turns_;

@@ -22,21 +22,20 @@ using Handle = std::unique_ptr<sqlite3, SqliteClose>;
 
 constexpr int busyMilliseconds = 2000;
 
-// WAL with FULL: a write is durable after one sync of the log, where a rollback journal takes four.
-// That counts while something plays in short cycles, since each run writes its number. A value of
-// many megabytes costs the same both ways: once into the log and once into the file. The limit
-// gives the log's space back after such a one.
+// In WAL mode with synchronous=FULL a write is durable after one sync; with a rollback journal it
+// takes four. Playback in short cycles writes the run count after each run. A value of many
+// megabytes is written twice in either mode. The size limit shrinks the log after such a value.
 constexpr const char* writingSettings =
     "PRAGMA journal_mode=WAL;"
     "PRAGMA synchronous=FULL;"
     "PRAGMA journal_size_limit=4194304;"
     "CREATE TABLE IF NOT EXISTS defaults("
     "key TEXT PRIMARY KEY NOT NULL, type INTEGER NOT NULL, value NOT NULL)";
-// The number of the file's form, which SQLite keeps for its users. A form that this program could
-// misread, or spoil by writing, has a higher one.
-constexpr int knownForm = 0;
-constexpr const char* selectForm = "PRAGMA user_version";
-// What every store has.
+// The version of the file's format. Later versions of the program raise it if this one would
+// misread or damage their files.
+constexpr int knownFormat = 0;
+constexpr const char* selectFormat = "PRAGMA user_version";
+// Fails to compile if the table is not that of a store.
 constexpr const char* selectColumns = "SELECT key, type, value FROM defaults";
 
 void syncFolder(const fs::path& folder) {
@@ -44,9 +43,8 @@ void syncFolder(const fs::path& folder) {
   if (descriptor) ::fsync(descriptor.get());
 }
 
-/// Makes what is missing of the file and of the folders on the way to it, for the owner alone, and
-/// takes the rights of others from a file that is there. What goes wrong shows when the file is
-/// opened.
+/// Creates the file and its folders if they are missing, accessible to the owner only. Removes
+/// group and other permissions from an existing file. Errors show when it is opened.
 void makePrivateFile(const fs::path& file) {
   const fs::path folder = file.parent_path();
   fs::path made;
@@ -55,7 +53,7 @@ void makePrivateFile(const fs::path& file) {
     made /= part;
     if (::mkdir(made.c_str(), S_IRWXU) == 0) syncFolder(parent.empty() ? "." : parent);
   }
-  // SQLite gives its log and its index the mode of the file.
+  // SQLite creates the log and its index with the mode of the file.
   const FileDescriptor created(
       ::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
   if (created) {
@@ -69,9 +67,8 @@ void makePrivateFile(const fs::path& file) {
   }
 }
 
-/// The name under which SQLite reads a file that nobody writes to, in a folder where it may not
-/// make the files that the log mode needs. Nothing if a log was left behind: it belongs to the
-/// contents.
+/// A name with which SQLite opens a file read-only in a folder where it can't create the log and
+/// its index. Nothing if there is a log with contents, which would be ignored.
 std::optional<std::string> immutableName(const fs::path& file) {
   std::error_code error;
   const auto logSize = fs::file_size(file.string() + "-wal", error);
@@ -110,7 +107,8 @@ StoreStatus statusOfSystemError(int error) {
   }
 }
 
-/// SQLite does not always hand on what the system said of a write into the log.
+/// SQLite does not always report the system error of a write to the log; it is then asked of the
+/// log.
 int systemError(sqlite3* database) {
   int error = sqlite3_system_errno(database);
   sqlite3_file* log = nullptr;
@@ -152,7 +150,7 @@ SqliteStatement prepareOn(sqlite3* database, std::string_view statement) {
   return SqliteStatement(prepared);
 }
 
-/// A handle comes with a failure too, to ask it for the cause.
+/// Returns a handle even on failure; ask it for the error.
 Handle openNamed(const std::string& name, int flags) {
   sqlite3* database = nullptr;
   sqlite3_open_v2(name.c_str(), &database, flags, nullptr);
@@ -163,13 +161,13 @@ Handle openNamed(const std::string& name, int flags) {
 StoreStatus check(sqlite3* database) {
   if (!database) return StoreStatus::unavailable;
   if (const StoreStatus status = statusOf(database); status != StoreStatus::stored) return status;
-  // Damage is better found now than by a write into the middle of it. Every row is looked at, but
-  // not what is in it: that may be long, and the program is to be there at once.
+  // Finds damage before anything is written. Values are not read: they may be long, and that would
+  // delay the start of the program.
   SqliteStatement statement = prepareOn(database, "SELECT count(*) FROM sqlite_schema");
   if (!statement || sqlite3_step(statement.get()) != SQLITE_ROW) return statusOf(database);
-  statement = prepareOn(database, selectForm);
+  statement = prepareOn(database, selectFormat);
   if (!statement || sqlite3_step(statement.get()) != SQLITE_ROW) return statusOf(database);
-  if (sqlite3_column_int(statement.get(), 0) > knownForm) return StoreStatus::newer;
+  if (sqlite3_column_int(statement.get(), 0) > knownFormat) return StoreStatus::newer;
   statement = prepareOn(database, "SELECT type FROM defaults NOT INDEXED");
   if (!statement) return StoreStatus::stored;  // a new file has no rows
   int result = SQLITE_ROW;
@@ -181,7 +179,7 @@ StoreStatus prepareForWriting(sqlite3* database) {
   if (sqlite3_db_readonly(database, "main") == 1) return StoreStatus::readOnly;
   sqlite3_exec(database, writingSettings, nullptr, nullptr, nullptr);
   if (const StoreStatus status = statusOf(database); status != StoreStatus::stored) return status;
-  // A sound file with another table under this name is somebody else's.
+  // An intact database with a different table of this name belongs to another program.
   if (prepareOn(database, selectColumns)) return StoreStatus::stored;
   return sqlite3_errcode(database) == SQLITE_ERROR ? StoreStatus::damaged : statusOf(database);
 }
@@ -219,8 +217,8 @@ StoreDatabase StoreDatabase::open(const fs::path& file) {
   makePrivateFile(file);
   StoreDatabase opened;
   opened.file_ = file;
-  // Asked for first: a file that comes in between is then taken for another one than was opened,
-  // which is looked into again, and not the other way round.
+  // Read before the file is opened: if it is replaced in between, `isInPlace` is false and the new
+  // one is opened next time. Read afterwards, the identity would be that of a file not opened.
   opened.identity_ = identityOf(file);
   opened.database_ = openNamed(file.string(), SQLITE_OPEN_READWRITE);
   opened.writing_ = check(opened.get());
@@ -231,7 +229,7 @@ StoreDatabase StoreDatabase::open(const fs::path& file) {
     }
     return opened;
   }
-  // For these reading is no help: what can be read may be wrong, or about to change.
+  // Not even opened read-only then: what is read may be wrong, or change at any moment.
   const bool isUseless = opened.writing_ == StoreStatus::damaged ||
                          opened.writing_ == StoreStatus::locked ||
                          opened.writing_ == StoreStatus::newer;
@@ -242,14 +240,14 @@ StoreDatabase StoreDatabase::open(const fs::path& file) {
 
 void StoreDatabase::close() {
   const bool isReplaced = database_ && writing_ == StoreStatus::stored && !isInPlace();
-  // What is in the log belongs to the old file, which may have got another name. SQLite does this
-  // only for a file that is in its place.
+  // Moves the log's contents into the old file, which may have been renamed. SQLite does so on
+  // closing only if the file still has its name.
   if (isReplaced) {
     sqlite3_wal_checkpoint_v2(get(), "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
   }
   database_.reset();
   if (!isReplaced) return;
-  // The next one to open the new file would take them for that one's. Those that came with it stay.
+  // SQLite would use them for the new file. Those that were put there with the new file stay.
   for (std::size_t i = 0; i < companions.size(); ++i) {
     const std::string name = file_.string() + companions[i];
     if (companionIdentities_[i] && identityOf(name) == companionIdentities_[i]) {

@@ -14,13 +14,13 @@ struct sqlite3_stmt;
 
 namespace tapeloop::system {
 
-/// Tells a file from every other that exists at the same time, whatever its name is.
+/// Identifies a file independently of its name.
 struct FileIdentity {
   std::uint64_t device = 0;
   std::uint64_t number = 0;
   friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
 };
-/// Nothing if there is no such file, or none that can be looked at.
+/// Nothing if there is no such file or it is not accessible.
 std::optional<FileIdentity> identityOf(const std::filesystem::path& file);
 
 struct SqliteClose {
@@ -29,36 +29,35 @@ struct SqliteClose {
 };
 using SqliteStatement = std::unique_ptr<sqlite3_stmt, SqliteClose>;
 
-/// One opening of a store's file. It knows which file that was: another one may come to stand under
-/// the name, and what is then done with this one is lost. Main thread only.
+/// An open store file. It remembers which file it opened: if another file takes over the name, what
+/// is written to this one is lost.
 class StoreDatabase {
  public:
   StoreDatabase() = default;
-  /// Makes the file and the folders on the way to it if there are none, and the table in it. What
-  /// comes of it can at least be read, or is empty.
+  /// Creates missing folders, the file and its table. The result is at least readable, or empty.
   static StoreDatabase open(const std::filesystem::path& file);
-  /// Closes the file. If another one stands in its place by now, its log goes out of that one's
-  /// way.
+  /// Closes the file. If another file has taken over the name, the write-ahead log of this one is
+  /// deleted: SQLite would apply it to the other one.
   void close();
 
-  /// Can be read.
+  /// Whether the file can be read.
   explicit operator bool() const { return database_ != nullptr; }
-  /// What a write comes to: other than `stored` if this is empty or was opened for reading alone.
+  /// The status that writes have: other than `stored` if this is empty or was opened read-only.
   [[nodiscard]] StoreStatus writing() const { return writing_; }
-  /// The file that was opened is still the one under the name.
+  /// Whether the name still refers to the file that was opened.
   [[nodiscard]] bool isInPlace() const;
 
   [[nodiscard]] sqlite3* get() const { return database_.get(); }
-  /// Null if it does not compile, with the reason in `status`.
+  /// Null on failure, with the reason in `status`.
   [[nodiscard]] SqliteStatement prepare(std::string_view statement) const;
   [[nodiscard]] StoreStatus execute(const char* statement) const;
-  /// What became of the latest call.
+  /// The outcome of the latest call.
   [[nodiscard]] StoreStatus status() const;
   [[nodiscard]] bool isInTransaction() const;
 
  private:
   using Handle = std::unique_ptr<sqlite3, SqliteClose>;
-  // What SQLite keeps beside the file while it is open.
+  // The files that SQLite keeps beside the store while it is open.
   static constexpr std::array<const char*, 2> companions = {"-wal", "-shm"};
 
   static StoreDatabase openHandle(const std::filesystem::path& file);

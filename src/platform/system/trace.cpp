@@ -16,7 +16,7 @@
 namespace tapeloop::system {
 namespace {
 
-// Enough for writes to cost little beside the copying, small enough to stay in the cache.
+// Large enough that writes are cheap in comparison with copying, small enough for the cache.
 constexpr std::size_t writeSize = 128 << 10;
 
 bool isNull(const struct stat& status) {
@@ -27,7 +27,7 @@ bool isNull(const struct stat& status) {
 
 void openStandardDescriptors() {
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
-    // The lowest free number is the one that is closed.
+    // `open` returns the lowest free number, which is the closed one.
     if (fcntl(descriptor, F_GETFD) < 0) [[maybe_unused]]
       const int opened = ::open("/dev/null", O_RDWR);
   }
@@ -56,7 +56,7 @@ void StandardOutputTrace::open(int descriptor) {
     return;
   }
   if (S_ISREG(status.st_mode)) {
-    // Not opened anew: the position in the file is shared with whoever else writes to it.
+    // Not reopened: that would not share the file position with other programs that write to it.
     sink_ = Sink::direct;
     return;
   }
@@ -69,14 +69,14 @@ void StandardOutputTrace::open(int descriptor) {
     return;
   }
   sink_ = Sink::polled;
-  // A pipe that is ready takes this much; of a terminal it is only known that it takes something.
+  // A pipe that polls as writable has room for PIPE_BUF bytes, a terminal for at least one.
   portion_ = S_ISFIFO(status.st_mode) ? PIPE_BUF : 1;
 }
 
 void StandardOutputTrace::write(std::string_view line) {
   const std::size_t size = line.size() + 1;
   if (pending() + size > writeSize && !waiting_ && lost_ == 0) flush();
-  // Once a line was dropped all are, until what is kept has been written and the loss with it.
+  // After one line was dropped all are, until the buffer and the notice of the loss are written.
   if (lost_ > 0 || (pending() > 0 && pending() + size > bound)) {
     ++lost_;
     return;
@@ -100,7 +100,7 @@ void StandardOutputTrace::flush() {
     } else if (count < 0 && errno == EAGAIN) {
       waitForReader();
     } else if (count < 0 && (errno == ENOSPC || errno == EDQUOT || errno == EFBIG)) {
-      // There may be room again later, but nothing tells when.
+      // Disk full: nothing tells when there is room again, so these lines are dropped.
       dropPending();
       return;
     } else if (count == 0 || errno != EINTR) {
@@ -136,7 +136,7 @@ ssize_t StandardOutputTrace::writeSome(std::string_view text) const {
 }
 
 void StandardOutputTrace::waitForReader() {
-  // The part that has been written goes as soon as it outweighs what moving the rest costs.
+  // Removes the written part once it is larger than the rest, which has to be moved.
   if (written_ >= pending()) {
     buffer_.erase(0, written_);
     written_ = 0;

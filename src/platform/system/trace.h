@@ -14,21 +14,21 @@
 
 namespace tapeloop::system {
 
-/// Opens /dev/null in place of those of the three standard descriptors that are closed, so that no
-/// file of the program gets their numbers and with them the trace. To be called first in `main`.
+/// Opens /dev/null for each standard descriptor that is closed. Otherwise a file that the program
+/// opens could get the number of standard output, and the trace would be written into it. Call it
+/// first in `main`.
 void openStandardDescriptors();
 
-/// The trace on a descriptor, by default standard output. A line is copied into a buffer, which is
-/// written at the end of the turn. What a slow reader does not take is kept, up to a bound; lines
-/// beyond that are dropped, and "... N lines lost" stands in their place. A descriptor that is
-/// closed, or open on /dev/null, has no reader. Calls `surviveFailedWrites`. Main thread only.
+/// Writes the trace to a descriptor, by default standard output. Lines are buffered and written at
+/// the end of the turn. What a slow reader does not take stays in the buffer; if that is full,
+/// lines are dropped and replaced by "... N lines lost". A descriptor that is closed or open on
+/// /dev/null counts as one without a reader. Calls `surviveFailedWrites`.
 class StandardOutputTrace final : public Trace {
  public:
-  /// Bytes that are kept for a reader that is slow.
+  /// Size of the buffer, in bytes.
   static constexpr std::size_t bound = 8 << 20;
 
-  /// `loop` outlives this object; `descriptor` stays open, and its blocking mode is left alone,
-  /// since other programs may share it.
+  /// `descriptor` must stay open. It is not made non-blocking, since other programs may share it.
   explicit StandardOutputTrace(EpollRunLoop& loop, int descriptor = STDOUT_FILENO);
   StandardOutputTrace(const StandardOutputTrace&) = delete;
   StandardOutputTrace& operator=(const StandardOutputTrace&) = delete;
@@ -37,10 +37,10 @@ class StandardOutputTrace final : public Trace {
 
  private:
   enum class Sink : std::uint8_t {
-    direct,  ///< Never waits long: a regular file, or a descriptor of our own that is non-blocking.
-    socket,
-    polled,  ///< Might wait: written to in portions that fit, after asking whether one does.
-    gone,    ///< Closed, broken or /dev/null: there is no reader.
+    direct,  ///< Writes don't block: a regular file, or `reopened_`.
+    socket,  ///< Non-blocking by a flag of `send`.
+    polled,  ///< Writes may block: a pipe or terminal of another user, which can't be reopened.
+    gone,    ///< Closed, broken or /dev/null.
   };
 
   void write(std::string_view line) override;
@@ -55,15 +55,15 @@ class StandardOutputTrace final : public Trace {
 
   EpollRunLoop& loop_;
   Sink sink_ = Sink::gone;
-  int descriptor_ = -1;      // written to; `reopened_` or the caller's
-  FileDescriptor reopened_;  // our own, non-blocking open of the caller's
-  std::size_t portion_ = 1;  // bytes that fit when a polled sink says that it is ready
+  int descriptor_ = -1;      // the one written to: `reopened_` or the caller's
+  FileDescriptor reopened_;  // the caller's file, opened again as non-blocking
+  std::size_t portion_ = 1;  // how many bytes a ready polled sink takes without blocking
   std::string buffer_;
   std::size_t written_ = 0;  // bytes at the front of `buffer_` that have been written
-  std::size_t lost_ = 0;     // lines dropped and not reported yet
-  bool lineOpen_ = false;    // what was written last broke off within a line
+  std::size_t lost_ = 0;     // dropped lines that were not reported yet
+  bool lineOpen_ = false;    // the last byte written was not a line break
   Subscription beforeWait_;
-  Watch writable_;  // while a reader is being waited for
+  Watch writable_;  // while `waiting_`
   bool waiting_ = false;
 };
 

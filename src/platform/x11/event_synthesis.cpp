@@ -11,7 +11,7 @@
 namespace tapeloop::x11 {
 namespace {
 
-// More would only keep the server busy: nobody turns a wheel as far as this.
+// More would only keep the server busy: no user turns a wheel as far as this.
 constexpr std::int64_t mostNotchesAtOnce = 1000;
 
 std::int16_t toPixel(double value) {

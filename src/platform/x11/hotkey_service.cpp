@@ -17,7 +17,7 @@ constexpr EventTargetRef dispatcherTarget{1};
 
 }  // namespace
 
-X11HotKeyService::X11HotKeyService(Connection& connection, KeyboardMap& keyboard,
+X11HotKeyService::X11HotKeyService(Connection& connection, const KeyboardMap& keyboard,
                                    KeyboardState& state, RawInput& input, XtestDevices& devices,
                                    KeyGrabs& grabs)
     : connection_(connection),

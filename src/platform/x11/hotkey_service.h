@@ -17,12 +17,12 @@
 
 namespace tapeloop::x11 {
 
-/// Sees hotkeys through raw events, which come for every key whoever has the keyboard, and keeps
-/// them from other programs by passive grabs. Handlers run from a hook of the run loop, one in each
-/// round of the hooks, and never while another event is handed out.
+/// Sees hotkeys through raw events, which come for every key whichever client has the keyboard, and
+/// keeps them from other programs by passive grabs. Handlers run from a hook of the run loop, one
+/// in each round of the hooks, and never while another event is handed out.
 class X11HotKeyService final : public HotKeyService {
  public:
-  X11HotKeyService(Connection& connection, KeyboardMap& keyboard, KeyboardState& state,
+  X11HotKeyService(Connection& connection, const KeyboardMap& keyboard, KeyboardState& state,
                    RawInput& input, XtestDevices& devices, KeyGrabs& grabs);
   X11HotKeyService(const X11HotKeyService&) = delete;
   X11HotKeyService& operator=(const X11HotKeyService&) = delete;

@@ -26,7 +26,7 @@ struct DeviceEvent {
 
 /// A context of the RECORD extension, on a connection of its own. It delivers what all clients send
 /// or are sent, in order. The server buffers this until it has to write something to any client:
-/// after an event whoever wants it at once makes a request that has a reply.
+/// to get an event at once, a client makes a request that has a reply.
 class RecordStream {
  public:
   using Handler = std::function<void(const DeviceEvent&)>;
@@ -101,8 +101,9 @@ class RawInput {
   Subscription events_;
 };
 
-/// Watches, through RECORD, for requests of clients to grab the keyboard. The server tells nobody
-/// that such a request fails because another client has grabbed the keyboard.
+/// Watches, through RECORD, for requests of clients to grab the keyboard. Such a request fails
+/// while this program has grabbed the keyboard, and the server notifies only the client that made
+/// it.
 ///
 /// Requests of the client whose identifiers have the base `ownClient` are ignored. `callback` runs
 /// from the run loop.
