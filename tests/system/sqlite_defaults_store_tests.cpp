@@ -3,6 +3,7 @@
 #include <fstream>
 #include <functional>
 #include <string>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -303,6 +304,31 @@ TEST_F(ReplacedStoreTest, DuringATransactionMakesItFail) {
   EXPECT_EQ(valueIn(aside_), DefaultsValue("mine"));
   EXPECT_EQ(set("new"), StoreStatus::stored);
   EXPECT_EQ(valueIn(file_), DefaultsValue("new"));
+}
+
+TEST_F(ReplacedStoreTest, DuringTheCommitMakesItFail) {
+  static std::function<void()> onCommit;
+  const auto addHook = [](sqlite3* database, char**, const void*) {
+    sqlite3_commit_hook(
+        database,
+        [](void*) {
+          if (const auto action = std::exchange(onCommit, nullptr)) action();
+          return 0;
+        },
+        nullptr);
+    return SQLITE_OK;
+  };
+  using Extension = int (*)(sqlite3*, char**, const void*);
+  sqlite3_auto_extension(reinterpret_cast<void (*)()>(static_cast<Extension>(addHook)));
+  opened_ = open();
+  sqlite3_reset_auto_extension();
+  const fs::path theirs = backup("theirs");
+  onCommit = [&] {
+    fs::rename(file_, aside_);
+    fs::rename(theirs, file_);
+  };
+  EXPECT_EQ(set("lost"), StoreStatus::locked);
+  EXPECT_EQ(value(), DefaultsValue("theirs"));
 }
 
 TEST_F(ReplacedStoreTest, ByADamagedFileIsUsedOnceItIsBack) {
