@@ -39,6 +39,10 @@ struct RecordingMember {
   std::string_view name;
   T Recording::*place;
 };
+// Clang before version 17 does not deduce this by itself.
+template <typename T>
+RecordingMember(std::string_view, T Recording::*) -> RecordingMember<T>;
+
 /// The members of a record with their stored names, in the order in which they are stored.
 inline constexpr std::tuple recordingMembers{
     RecordingMember{"title", &Recording::title},

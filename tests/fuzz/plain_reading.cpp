@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
+#include <regex>
 #include <set>
 #include <string>
 #include <utility>
@@ -26,24 +27,8 @@ constexpr char numberMark = 'n';
 constexpr char textMark = 't';
 
 bool isNumber(std::string_view text) {
-  const auto skip = [&text](std::string_view bytes) {
-    if (text.empty() || bytes.find(text.front()) == std::string_view::npos) return false;
-    text.remove_prefix(1);
-    return true;
-  };
-  const auto skipDigits = [&skip] {
-    bool any = false;
-    while (skip("0123456789")) any = true;
-    return any;
-  };
-  skip("-");
-  if (!skip("0") && !skipDigits()) return false;
-  if (skip(".") && !skipDigits()) return false;
-  if (skip("eE")) {
-    skip("+-");
-    if (!skipDigits()) return false;
-  }
-  return text.empty();
+  static const std::regex number(R"(-?(0|[1-9][0-9]*)(\.[0-9]+)?([eE][+-]?[0-9]+)?)");
+  return std::regex_match(text.begin(), text.end(), number);
 }
 
 /// The same JSON with every number made a text, because RapidJSON refuses numbers beyond doubles,

@@ -14,8 +14,8 @@
 #include "support/child_process.h"
 #include "support/temporary_folder.h"
 #include "support/x_connection.h"
-#include "support/x_user.h"
 #include "support/x_server.h"
+#include "support/x_user.h"
 
 namespace tapeloop::support {
 

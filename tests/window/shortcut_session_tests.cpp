@@ -8,8 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/x_state.h"
 #include "support/x_events.h"
+#include "support/x_state.h"
 #include "window/program.h"
 
 namespace tapeloop::support {
