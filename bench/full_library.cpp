@@ -1,18 +1,19 @@
 #include "full_library.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <iterator>
 
 #include "capture/recording_json.h"
 #include "capture/recording_list.h"
+#include "controller/stored_recordings.h"
+#include "platform/system/sqlite_defaults_store.h"
 
 namespace tapeloop::bench {
 
-std::vector<InputEvent> someEvents(std::mt19937_64& random) {
+std::vector<InputEvent> someEvents(std::mt19937_64& random, std::size_t count) {
   constexpr EventType kinds[] = {EventType::mouseMoved, EventType::keyDown, EventType::mouseMoved,
                                  EventType::keyUp};
-  std::vector<InputEvent> events(1000);
+  std::vector<InputEvent> events(count);
   double time = 1234.5;
   for (std::size_t i = 0; i < events.size(); ++i) {
     time += static_cast<double>(random() % 16000) * 1e-6;
@@ -25,15 +26,22 @@ std::vector<InputEvent> someEvents(std::mt19937_64& random) {
   return events;
 }
 
-std::string fullLibraryText() {
+bool makeLibrary(const std::filesystem::path& file, const LibrarySize& size) {
+  std::filesystem::remove(file);
+  const auto opened = system::SqliteDefaultsStore::open(file);
+  if (!opened.store) return false;
   std::mt19937_64 random(1);
-  RecordingList list;
-  for (std::size_t i = 0; i < recordingCount; ++i) {
-    Recording recording = makeRecording(someEvents(random));
-    recording.title = "Recording " + std::to_string(i);
-    if (!list.append(recording)) std::abort();
-  }
-  return std::string(list.text());
+  // One body for all of them: to encode it takes longer than to store it.
+  const Recording recording = makeRecording(someEvents(random, size.events));
+  const auto text = encodeRecording(recording).value();
+  const auto rest = text.substr(encodeHead({recording.title, recording.uniqueID})->size());
+  return opened.store->transaction([&](StoreWriter& writer) {
+    writer.setEmptyList(StoredRecordings::key);
+    for (std::size_t i = 0; i < size.recordings; ++i) {
+      const auto head = encodeHead({"Recording " + std::to_string(i), Uuid::random()});
+      writer.append(*head, rest, StoredRecordings::key);
+    }
+  }) == StoreStatus::stored;
 }
 
 }  // namespace tapeloop::bench

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
@@ -9,11 +10,15 @@
 
 namespace tapeloop::bench {
 
-inline constexpr std::size_t recordingCount = 1000;
+/// Moves and key strokes.
+[[nodiscard]] std::vector<InputEvent> someEvents(std::mt19937_64& random, std::size_t count);
 
-/// A thousand moves and key strokes.
-[[nodiscard]] std::vector<InputEvent> someEvents(std::mt19937_64& random);
-/// As many recordings of that length, as they are stored: some 60 MB.
-[[nodiscard]] std::string fullLibraryText();
+/// A library of recordings of the same length.
+struct LibrarySize {
+  std::size_t recordings = 1000;
+  std::size_t events = 1000;  ///< Of each recording.
+};
+/// Makes a store with such a library. Some 60 bytes an event. False if that fails.
+[[nodiscard]] bool makeLibrary(const std::filesystem::path& file, const LibrarySize& size);
 
 }  // namespace tapeloop::bench

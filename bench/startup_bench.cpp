@@ -107,11 +107,7 @@ std::optional<Start> start(const std::string& program, const std::string& folder
 class DataFolders {
  public:
   DataFolders() {
-    const DefaultsValue text = fullLibraryText();
-    const fs::path folder = make("full");
-    const auto opened = system::SqliteDefaultsStore::open(folder / "tapeloop/defaults.sqlite3");
-    isFilled_ = opened.store &&
-                opened.store->setObjectForKey(text, StoredRecordings::key) == StoreStatus::stored;
+    isFilled_ = makeLibrary(make("full") / "tapeloop" / "defaults.sqlite3", {});
     make("empty");
   }
   DataFolders(const DataFolders&) = delete;

@@ -9,7 +9,7 @@ namespace {
 constexpr double sidebarWidth = 280;
 constexpr double sidebarHeight = 220;
 
-using Edit = StoredRecordings::Edit;
+using Outcome = StoredRecordings::Outcome;
 
 /// A list of texts as it is printed. It can be printed and then appended to.
 class BracketedList {
@@ -83,7 +83,7 @@ RecordingLibrary::RecordingLibrary(LibraryState& state, CaptureState& captureSta
       stored_(store),
       toastSaved_(state.showToastSaved, runLoop),
       toastLoaded_(state.showToastLoaded, runLoop),
-      listRead_(stored_.onRead([this](const RecordingList& list) {
+      listRead_(stored_.onRead([this](const List& list) {
         showRows(list);
         showTitles(list);
       })),
@@ -125,37 +125,24 @@ void RecordingLibrary::saveRecording() {
   const Recording recording = makeRecording(*log.events());
   printLengths(recording, log.size());
   printModifiers(recording);
-  const bool isStored = change([&recording](RecordingList& list) {
-    return list.append(recording) ? Edit::made : Edit::notEncodable;
-  });
-  if (!isStored) return;
-  printList(stored_.list());
+  if (!report(stored_.append(recording))) return;
+  printList();
   toastSaved_.invert();
 }
 
 void RecordingLibrary::loadSavedRecording(LoadVariant variant, std::size_t row) {
-  const auto entry = stored_.entryAt(row);
-  if (!entry) return;
-  const RecordingList& list = stored_.list();
-  const auto position = StoredRecordings::find(*entry, list);
-  if (!position) return;
+  auto recording = stored_.recording(row);
+  if (!recording) return;
   if (variant == LoadVariant::button) trace_.writeLine("Load Recording");
-  load(list.recording(*position));
-  printLoading(list.recordText(*position));
+  load(std::move(*recording));
+  printLoading();
   const bool isLongEnough = takeRecordingTime();
   if (isLongEnough || variant == LoadVariant::contextMenu) toastLoaded_.invert();
 }
 
 void RecordingLibrary::renameSavedRecording(std::size_t row) {
-  const auto entry = stored_.entryAt(row);
-  if (!entry) return;
-  const bool isStored = change([&](RecordingList& list) {
-    const auto position = StoredRecordings::find(*entry, list);
-    if (!position) return Edit::needless;
-    const std::string name = state_.rows[row].selectedRecordingName;
-    return list.rename(*position, name) ? Edit::made : Edit::notEncodable;
-  });
-  if (isStored) {
+  if (row >= stored_.shown().size()) return;
+  if (report(stored_.rename(row, state_.rows[row].selectedRecordingName))) {
     trace_.writeLine("Saving name.");
   } else {
     rowAppeared(row);
@@ -164,16 +151,9 @@ void RecordingLibrary::renameSavedRecording(std::size_t row) {
 
 void RecordingLibrary::deleteSavedRecording(std::size_t row) {
   trace_.writeLine("Delete Recording");
-  const auto entry = stored_.entryAt(row);
-  if (!entry) return;
-  const bool isStored = change([&](RecordingList& list) {
-    const auto position = StoredRecordings::find(*entry, list);
-    if (!position) return Edit::needless;
-    list.remove(*position);
-    return Edit::made;
-  });
-  if (!isStored) return;
-  const RecordingList& list = stored_.list();
+  if (row >= stored_.shown().size()) return;
+  if (!report(stored_.remove(row))) return;
+  const List& list = stored_.list();
   printTitles(list);
   for (std::size_t i = 0; i < state_.rows.size(); ++i) state_.rows.setName(i, "");
   printNames();
@@ -182,14 +162,13 @@ void RecordingLibrary::deleteSavedRecording(std::size_t row) {
 }
 
 void RecordingLibrary::rowAppeared(std::size_t row) {
-  const RecordingList& list = stored_.list();
-  if (row < list.size()) state_.rows.setName(row, list.title(row));
+  const List& list = stored_.list();
+  if (row < list.size()) state_.rows.setName(row, list[row].title);
 }
 
 std::string RecordingLibrary::dragRecording(std::size_t row) {
-  const auto entry = stored_.entryAt(row);
-  if (!entry) return {};
-  std::string text = entry->uniqueID.text();
+  if (row >= stored_.shown().size()) return {};
+  std::string text = stored_.shown()[row].uniqueID.text();
   trace_.writeLine(text);
   state_.droppedRecordingUUIDString.set(text);
   return text;
@@ -199,14 +178,16 @@ void RecordingLibrary::dropRecording() {
   const std::string& dropped = state_.droppedRecordingUUIDString.get();
   trace_.writeLine(dropped);
   captureState_.recordingType.set(recording_type::saved);
-  const RecordingList& list = stored_.list();
+  const List& list = stored_.list();
   std::optional<std::size_t> match;
   for (std::size_t i = 0; i < list.size(); ++i) {
-    const std::string text = list.uniqueID(i).text();
+    const std::string text = list[i].uniqueID.text();
     trace_.writeLine(text);
     if (text == dropped) match = i;
   }
-  if (match) load(list.recording(*match));
+  if (match) {
+    if (auto recording = stored_.recording(*match)) load(std::move(*recording));
+  }
   takeRecordingTime();
   toastLoaded_.invert();
 }
@@ -235,15 +216,14 @@ bool RecordingLibrary::takeRecordingTime() {
   return true;
 }
 
-bool RecordingLibrary::change(const std::function<Edit(RecordingList&)>& edit) {
-  const auto outcome = stored_.change(edit);
-  if (outcome.edit == Edit::notEncodable) {
+bool RecordingLibrary::report(const StoredRecordings::Change& change) {
+  if (change.outcome == Outcome::notEncodable) {
     state_.storeAlert.set(notEncodableSentence);
-  } else if (outcome.status != StoreStatus::stored) {
-    state_.storeAlert.set(storeSentence(outcome.status));
+  } else if (change.outcome == Outcome::refused) {
+    state_.storeAlert.set(storeSentence(change.status));
   }
   showRows(stored_.list());
-  return outcome.isStored();
+  return change.outcome == Outcome::stored;
 }
 
 // The long lines of the trace.
@@ -267,21 +247,23 @@ void RecordingLibrary::printModifiers(const Recording& recording) {
   });
 }
 
-void RecordingLibrary::printList(const RecordingList& list) {
+void RecordingLibrary::printList() {
   // The stored text has every field of the list.
-  trace_.writeLine(list.text());
+  trace_.writeLine([this] { return stored_.text(); });
 }
 
-void RecordingLibrary::printLoading(std::string_view recordText) {
-  trace_.writeLine([&] { return std::string("Loading Recording").append(recordText); });
+void RecordingLibrary::printLoading() {
+  trace_.writeLine([this] {
+    return "Loading Recording" + encodeRecording(playbackState_.loadedRecording).value_or("");
+  });
 }
 
-void RecordingLibrary::printTitles(const RecordingList& list) {
+void RecordingLibrary::printTitles(const List& list) {
   if (!trace_.hasReader()) return;
   BracketedList titles;
   for (std::size_t i = 0; i < list.size(); ++i) {
-    trace_.writeLine(list.title(i));
-    titles.append(list.title(i));
+    trace_.writeLine(list[i].title);
+    titles.append(list[i].title);
     trace_.writeLine(std::string_view(titles));
   }
 }
@@ -296,13 +278,13 @@ void RecordingLibrary::printNames() {
   });
 }
 
-void RecordingLibrary::showRows(const RecordingList& list) {
+void RecordingLibrary::showRows(const List& list) {
   state_.rows.growTo(list.size());
   state_.rowCount.set(list.size());
 }
 
-void RecordingLibrary::showTitles(const RecordingList& list) {
-  for (std::size_t i = 0; i < list.size(); ++i) state_.rows.setName(i, list.title(i));
+void RecordingLibrary::showTitles(const List& list) {
+  for (std::size_t i = 0; i < list.size(); ++i) state_.rows.setName(i, list[i].title);
 }
 
 }  // namespace tapeloop

@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "capture/capture_state.h"
 #include "controller/library_state.h"
@@ -79,21 +80,23 @@ class RecordingLibrary {
   void tapToastLoaded() { toastLoaded_.tap(); }
 
  private:
+  using List = std::vector<RecordingHead>;
+
   void showSidebar();
   void load(Recording recording);
   /// False if the loaded recording has fewer than two events.
   bool takeRecordingTime();
-  /// Applies `edit` to the stored list. On failure an alert says why, and the result is false.
-  bool change(const std::function<StoredRecordings::Edit(RecordingList&)>& edit);
+  /// Tells the user what could not be stored, in an alert. True if it was.
+  bool report(const StoredRecordings::Change& change);
   void printLengths(const Recording& recording, std::size_t eventCount);
   void printModifiers(const Recording& recording);
-  void printList(const RecordingList& list);
-  void printLoading(std::string_view recordText);
-  void printTitles(const RecordingList& list);
+  void printList();
+  void printLoading();
+  void printTitles(const List& list);
   void printNames();
   /// Makes as many rows as the list has entries.
-  void showRows(const RecordingList& list);
-  void showTitles(const RecordingList& list);
+  void showRows(const List& list);
+  void showTitles(const List& list);
 
   LibraryState& state_;
   CaptureState& captureState_;

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 #include "platform/observable.h"
 
@@ -30,7 +31,33 @@ enum class StoreStatus : std::uint8_t {
   unavailable,  ///< The store could not be opened, or another system error.
 };
 
-/// The per-user defaults store: one typed value for each key.
+/// One element of a list. Its text is `head` and a rest, which is read apart from it.
+struct ListElement {
+  std::int64_t id = 0;  ///< Rises along the list.
+  std::string head;
+};
+
+/// Writes within a transaction. After a write that failed, later ones do nothing.
+class StoreWriter {
+ public:
+  virtual void set(const DefaultsView& value, std::string_view key) = 0;
+  /// Replaces the value by a list without elements.
+  virtual void setEmptyList(std::string_view key) = 0;
+
+  // Only for a key that holds a list.
+  /// Adds an element at the end. Returns its id, or 0 on failure.
+  virtual std::int64_t append(std::string_view head, std::string_view rest,
+                              std::string_view key) = 0;
+  virtual void setHead(std::int64_t element, std::string_view head, std::string_view key) = 0;
+  virtual void remove(std::int64_t element, std::string_view key) = 0;
+
+ protected:
+  ~StoreWriter() = default;
+};
+
+/// The per-user defaults store: one typed value for each key. A text that is a JSON array can be
+/// stored as a list, whose elements are read and written one by one; `objectForKey` returns it as
+/// one text.
 class DefaultsStore {
  public:
   virtual ~DefaultsStore() = default;
@@ -38,23 +65,30 @@ class DefaultsStore {
   /// Nothing if the key was never set or can't be read; `statusOfRead` tells the two apart.
   [[nodiscard]] virtual std::optional<DefaultsValue> objectForKey(std::string_view key) const = 0;
 
-  /// The outcome of the latest `objectForKey` of this key: other than `stored` if there is a value
-  /// that can't be read. Writes to such a key fail with the same status until it can be read, so
-  /// that no value is replaced unseen.
+  /// Nothing if the key holds no list or can't be read.
+  [[nodiscard]] virtual std::optional<std::vector<ListElement>> elementsForKey(
+      std::string_view key) const = 0;
+  /// The whole text of an element. Nothing if there is none or it can't be read.
+  [[nodiscard]] virtual std::optional<std::string> elementText(std::int64_t element,
+                                                               std::string_view key) const = 0;
+
+  /// The outcome of the latest read of this key: other than `stored` if there is a value that can't
+  /// be read. Writes to such a key fail with the same status until it can be read, so that no value
+  /// is replaced unseen.
   [[nodiscard]] virtual StoreStatus statusOfRead(std::string_view key) const = 0;
 
   /// When this returns `stored`, the value survives a crash of the program and of the machine.
-  [[nodiscard]] virtual StoreStatus setObjectForKey(const DefaultsValue& value,
-                                                    std::string_view key) = 0;
+  [[nodiscard]] StoreStatus setObjectForKey(const DefaultsValue& value, std::string_view key) {
+    return transaction([&](StoreWriter& writer) { writer.set(viewOf(value), key); });
+  }
 
-  using Writer = std::function<void(const DefaultsView& value, std::string_view key)>;
-  /// Stores all values that `body` passes to its argument or, if one write fails, none. From before
-  /// `body` runs until its writes are stored no other process can write, so what it reads with
-  /// `objectForKey` is still current then. `body` is not called if the store can't be locked for
-  /// writing. It must write through its argument only, and may not see its own writes when it
-  /// reads. Observers are called afterwards.
+  /// Stores all that `body` writes through its argument or, if one write fails, nothing. From
+  /// before `body` runs until its writes are stored no other process can write, so what it reads is
+  /// still current then. `body` is not called if the store can't be locked for writing. It must
+  /// write through its argument only, and may not see its own writes when it reads. Observers are
+  /// called afterwards.
   [[nodiscard]] virtual StoreStatus transaction(
-      const std::function<void(const Writer& write)>& body) = 0;
+      const std::function<void(StoreWriter& writer)>& body) = 0;
 
   /// Changes when another process may have written, or the store was replaced by another one.
   /// Writes through this object don't change it. Cheap enough to call before each use of a value:

@@ -18,7 +18,7 @@ Recording recordingTitled(const char* title) {
   return recording;
 }
 
-TEST(RecordingList, DropsWhatOtherWritersLeftInTheText) {
+TEST(RecordingList, KnowsWhatOtherWritersWrote) {
   const std::vector<Recording> records = {recordingTitled("first"), recordingTitled("two words"),
                                           recordingTitled("third")};
   const std::string text = listText(records);
@@ -43,20 +43,36 @@ TEST(RecordingList, DropsWhatOtherWritersLeftInTheText) {
            replaced(id, lowerCase),
            " " + text + "\n",
        }) {
-    const auto list = RecordingList::parse(foreign);
-    ASSERT_TRUE(list) << foreign;
-    EXPECT_EQ(list->text(), text);
+    const auto spans = indexRecordings(foreign);
+    ASSERT_TRUE(spans) << foreign;
+    EXPECT_EQ(recordingsIn(foreign), records);
     for (std::size_t i = 0; i < records.size(); ++i) {
-      EXPECT_EQ(list->title(i), records[i].title);
-      EXPECT_EQ(list->uniqueID(i), records[i].uniqueID);
-      EXPECT_EQ(list->recordText(i), encodeRecording(records[i]));
-      EXPECT_EQ(list->recording(i), records[i]);
+      const RecordingSpan& span = (*spans)[i];
+      EXPECT_EQ(span.title, records[i].title);
+      EXPECT_EQ(span.uniqueID, records[i].uniqueID);
+      EXPECT_EQ(span.isCanonical,
+                foreign.substr(span.offset, span.length) == encodeRecording(records[i]));
     }
   }
-  EXPECT_EQ(RecordingList::parse("[ ]")->text(), "[]");
+  EXPECT_TRUE(indexRecordings("[ ]")->empty());
 }
 
-TEST(RecordingList, OneInvalidRecordMakesTheTextUnreadable) {
+TEST(RecordingList, AHeadIsWhatARecordBeginsWith) {
+  for (const std::string title : {"", "plain", "\"quoted\\\n", "\xc3\xa4 \xf0\x9f\x8e\x89"}) {
+    Recording recording = recordingTitled(title.c_str());
+    const auto head = encodeHead({title, recording.uniqueID});
+    ASSERT_TRUE(head);
+    EXPECT_TRUE(encodeRecording(recording)->starts_with(*head + ",\"typeArray\""));
+    EXPECT_EQ(decodeHead(*head), (RecordingHead{title, recording.uniqueID}));
+    for (std::size_t length = 0; length < head->size(); ++length) {
+      EXPECT_FALSE(decodeHead(head->substr(0, length)));
+    }
+    EXPECT_FALSE(decodeHead(*head + '"'));
+  }
+  EXPECT_FALSE(encodeHead({"\xff", Uuid()}));
+}
+
+TEST(RecordingList, OneInvalidRecordAnywhereMakesTheWholeTextUnreadable) {
   const std::vector<Recording> records = {recordingTitled("a"), recordingTitled("b"),
                                           recordingTitled("c")};
   const std::string text = listText(records);
@@ -64,14 +80,14 @@ TEST(RecordingList, OneInvalidRecordMakesTheTextUnreadable) {
        at = text.find("\"clickCountArray\"", at + 1)) {
     std::string lacking = text;
     lacking.replace(at, 17, "\"otherCountArray\"");
-    EXPECT_FALSE(RecordingList::parse(lacking));
+    EXPECT_FALSE(indexRecordings(lacking));
   }
   for (const char* none : {"", "{}", "null", "[null]", "[[]]", "[{}]", "[1]", "[", "[]x"}) {
-    EXPECT_FALSE(RecordingList::parse(none)) << none;
+    EXPECT_FALSE(indexRecordings(none)) << none;
   }
-  EXPECT_FALSE(RecordingList::parse(text.substr(0, text.size() - 1)));
-  EXPECT_FALSE(RecordingList::parse(text.substr(0, text.size() - 1) + ",]"));
-  EXPECT_FALSE(RecordingList::parse(*encodeRecording(records[0])));
+  EXPECT_FALSE(indexRecordings(text.substr(0, text.size() - 1)));
+  EXPECT_FALSE(indexRecordings(text.substr(0, text.size() - 1) + ",]"));
+  EXPECT_FALSE(indexRecordings(*encodeRecording(records[0])));
 }
 
 }  // namespace

@@ -2,9 +2,10 @@
 #include <cstddef>
 #include <string>
 
-#include "capture/recording_list.h"
+#include "controller/stored_recordings.h"
 #include "fuzz/plain_reading.h"
 #include "fuzz/targets.h"
+#include "platform/memory_defaults_store.h"
 
 namespace tapeloop::fuzz {
 namespace {
@@ -31,39 +32,49 @@ class Steps {
   std::string_view bytes_;
 };
 
-void compare(const RecordingList& list, const std::vector<Recording>& expected) {
+void compare(StoredRecordings& stored, const std::vector<Recording>& expected) {
+  const auto& list = stored.list();
   promise(list.size() == expected.size(), "a row for each record");
-  std::string text = "[";
   for (std::size_t i = 0; i < expected.size(); ++i) {
-    promise(list.title(i) == expected[i].title, "titles");
-    promise(list.uniqueID(i) == expected[i].uniqueID, "identities");
-    promise(isSame(list.recording(i), expected[i]), "the record");
-    promise(isCompact(list.recordText(i)), "strangers are gone from the text of a record");
-    text.append(i > 0 ? "," : "").append(list.recordText(i));
+    promise(list[i] == RecordingHead{expected[i].title, expected[i].uniqueID},
+            "titles, identities");
+    const auto recording = stored.recording(i);
+    promise(recording && isSame(*recording, expected[i]), "the record");
   }
-  promise(list.text() == text + "]", "the text is that of the records");
 }
 
-void change(RecordingList& list, std::vector<Recording>& expected, Steps& steps) {
+/// True if there was anything to change.
+bool change(StoredRecordings& stored, std::vector<Recording>& expected, Steps& steps) {
+  using Outcome = StoredRecordings::Outcome;
   constexpr std::size_t changes = 3;
   const std::size_t what = steps.number() % changes;
   const std::size_t index = steps.number() % (expected.size() + 1);
   const bool isThere = index < expected.size();
+  const auto outcomeFor = [](bool isEncodable) {
+    return isEncodable ? Outcome::stored : Outcome::notEncodable;
+  };
   if (what == 0) {
     Recording added = isThere ? expected[index] : Recording{};
     added.title = steps.text();
     const bool isEncodable = encodeRecording(added).has_value();
-    promise(list.append(added) == isEncodable, "appended if it can be written");
+    promise(stored.append(added).outcome == outcomeFor(isEncodable), "appended if it can be");
     if (isEncodable) expected.push_back(added);
-  } else if (what == 1 && isThere) {
+    return isEncodable;
+  }
+  if (!isThere) {
+    promise(stored.remove(index).outcome == Outcome::needless, "there is no such row");
+    return false;
+  }
+  if (what == 1) {
     const std::string title(steps.text());
     const bool isEncodable = encodeText(title).has_value();
-    promise(list.rename(index, title) == isEncodable, "renamed if it can be written");
+    promise(stored.rename(index, title).outcome == outcomeFor(isEncodable), "renamed if it can be");
     if (isEncodable) expected[index].title = title;
-  } else if (what == 2 && isThere) {
-    list.remove(index);
-    expected.erase(expected.begin() + static_cast<std::ptrdiff_t>(index));
+    return isEncodable;
   }
+  promise(stored.remove(index).outcome == Outcome::stored, "removed");
+  expected.erase(expected.begin() + static_cast<std::ptrdiff_t>(index));
+  return true;
 }
 
 }  // namespace
@@ -76,18 +87,33 @@ void recordingList(std::string_view input) {
   Steps steps(input.substr(std::min(end + 1, input.size())));
 
   auto expected = readRecordings(text);
-  auto list = RecordingList::parse(std::string(text));
-  promise(list.has_value() == expected.has_value(), "a list if and only if every record is valid");
-  if (!list) return;
-
-  compare(*list, *expected);
-  for (int i = 0; i < mostChanges && !steps.isDone(); ++i) {
-    change(*list, *expected, steps);
-    compare(*list, *expected);
+  MemoryDefaultsStore store;
+  (void)store.setObjectForKey(std::string(text), StoredRecordings::key);
+  const auto storedText = [&store] {
+    return std::get<std::string>(*store.objectForKey(StoredRecordings::key));
+  };
+  StoredRecordings stored(store);
+  if (!expected) {
+    promise(stored.list().empty(), "a list if and only if every record is valid");
+    return;
   }
-  const auto again = RecordingList::parse(list->text());
-  promise(again.has_value(), "what was written can be read");
-  compare(*again, *expected);
+  compare(stored, *expected);
+  promise(storedText() == text, "reading writes nothing");
+  bool isChanged = false;
+  for (int i = 0; i < mostChanges && !steps.isDone(); ++i) {
+    isChanged |= change(stored, *expected, steps);
+    compare(stored, *expected);
+  }
+  if (isChanged) {
+    const std::string written = storedText();
+    const auto spans = indexRecordings(written);
+    promise(spans && spans->size() == expected->size(), "what was written can be read");
+    for (const RecordingSpan& span : *spans) {
+      promise(isCompact(written.substr(span.offset, span.length)), "strangers are gone");
+    }
+  }
+  StoredRecordings again(store);
+  compare(again, *expected);
 }
 
 }  // namespace tapeloop::fuzz

@@ -1,8 +1,9 @@
 #include <cstddef>
 
-#include "capture/recording_list.h"
+#include "capture/recording_json.h"
 #include "fuzz/plain_reading.h"
 #include "fuzz/targets.h"
+#include "support/recording_lists.h"
 
 namespace tapeloop::fuzz {
 namespace {
@@ -41,13 +42,13 @@ void recording(std::string_view input) {
   promise(decoded.has_value() == plain.has_value(), "accepted as the plain reading accepts");
 
   const std::string inList = "[" + std::string(input) + "]";
-  const auto list = RecordingList::parse(inList);
+  const auto list = testing::recordingsIn(inList);
   const bool isAlone = list && list->size() == 1;
   promise(isAlone == decoded.has_value(), "valid in a list if and only if it is valid alone");
   if (!decoded) return;
 
   promise(isSame(*decoded, *plain), "read as the plain reading reads");
-  promise(isSame(*decoded, list->recording(0)), "the same in a list as alone");
+  promise(isSame(*decoded, list->front()), "the same in a list as alone");
   promise(bytesIn(*decoded) <= mostBytesPerByte * input.size(), "bounded by the input");
 
   const auto encoded = encodeRecording(*decoded);

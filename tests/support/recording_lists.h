@@ -3,28 +3,32 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <utility>
+#include <string_view>
 #include <vector>
 
-#include "capture/recording_list.h"
+#include "capture/recording_json.h"
 
 namespace tapeloop::testing {
 
 /// The text under which these are stored.
 inline std::string listText(const std::vector<Recording>& recordings) {
-  RecordingList list;
+  std::string text = "[";
   for (const Recording& recording : recordings) {
-    if (!list.append(recording)) throw std::invalid_argument(recording.title);
+    const auto record = encodeRecording(recording);
+    if (!record) throw std::invalid_argument(recording.title);
+    text.append(text.size() > 1 ? "," : "").append(*record);
   }
-  return list.text();
+  return text + "]";
 }
 
 /// Nothing if `text` is not a valid list.
-inline std::optional<std::vector<Recording>> recordingsIn(std::string text) {
-  const auto list = RecordingList::parse(std::move(text));
-  if (!list) return std::nullopt;
+inline std::optional<std::vector<Recording>> recordingsIn(std::string_view text) {
+  const auto spans = indexRecordings(text);
+  if (!spans) return std::nullopt;
   std::vector<Recording> recordings;
-  for (std::size_t i = 0; i < list->size(); ++i) recordings.push_back(list->recording(i));
+  for (const RecordingSpan& span : *spans) {
+    recordings.push_back(decodeRecording(text.substr(span.offset, span.length)).value());
+  }
   return recordings;
 }
 

@@ -110,23 +110,67 @@ TYPED_TEST(DefaultsStoreContract, StoresTheWritesOfATransactionTogether) {
     seen.push_back(this->store().objectForKey("second"));
   });
   const std::string longText(std::size_t{1} << 20, 'x');
-  EXPECT_EQ(this->store().transaction([&](const DefaultsStore::Writer& write) {
+  EXPECT_EQ(this->store().transaction([&](StoreWriter& writer) {
     EXPECT_EQ(this->store().objectForKey("first"), DefaultsValue("old"));
-    write(std::string_view(longText), "first");
-    write(2.5, "second");
+    writer.set(std::string_view(longText), "first");
+    writer.set(2.5, "second");
     EXPECT_TRUE(seen.empty()) << "observers would find half of it";
   }),
             StoreStatus::stored);
   EXPECT_TRUE((seen == std::vector<std::optional<DefaultsValue>>{longText, 2.5}));
-  EXPECT_EQ(this->store().transaction([](const DefaultsStore::Writer&) {}), StoreStatus::stored);
+  EXPECT_EQ(this->store().transaction([](StoreWriter&) {}), StoreStatus::stored);
+}
+
+TYPED_TEST(DefaultsStoreContract, KeepsAListElementByElement) {
+  auto& store = this->store();
+  const auto heads = [&] {
+    std::vector<std::string> found;
+    const auto elements = store.elementsForKey("list");
+    for (const auto& element : elements.value_or(std::vector<ListElement>())) {
+      found.push_back(element.head);
+    }
+    return found;
+  };
+  this->set(std::string("a text"), "list");
+  EXPECT_FALSE(store.elementsForKey("list"));
+  const std::string longRest = std::string(std::size_t{20} << 20, 'x') + "]";
+  EXPECT_EQ(store.transaction([](StoreWriter& writer) { writer.setEmptyList("list"); }),
+            StoreStatus::stored);
+  EXPECT_EQ(store.objectForKey("list"), DefaultsValue("[]"));
+  std::int64_t second = 0;
+  EXPECT_EQ(store.transaction([&](StoreWriter& writer) {
+    writer.append("1", "", "list");
+    second = writer.append("[2", longRest, "list");
+    writer.append("[3", "]", "list");
+    writer.set(true, "other");
+  }),
+            StoreStatus::stored);
+  EXPECT_THAT(heads(), testing::ElementsAre("1", "[2", "[3"));
+  EXPECT_TRUE(store.elementText(second, "list") == "[2" + longRest);
+  EXPECT_TRUE(store.objectForKey("list") == DefaultsValue("[1,[2" + longRest + ",[3]]"));
+  EXPECT_EQ(store.transaction([&](StoreWriter& writer) {
+    writer.setHead(second, "[4", "list");
+    writer.remove(store.elementsForKey("list")->front().id, "list");
+  }),
+            StoreStatus::stored);
+  EXPECT_THAT(heads(), testing::ElementsAre("[4", "[3"));
+  EXPECT_EQ(store.transaction([&](StoreWriter& writer) { writer.remove(second, "list"); }),
+            StoreStatus::stored);
+  EXPECT_FALSE(store.elementText(second, "list"));
+  EXPECT_EQ(store.objectForKey("list"), DefaultsValue("[[3]]"));
+
+  this->set(std::string("a text"), "list");
+  EXPECT_EQ(store.objectForKey("list"), DefaultsValue("a text"));
+  EXPECT_EQ(store.transaction([](StoreWriter& writer) { writer.setEmptyList("list"); }),
+            StoreStatus::stored);
+  EXPECT_THAT(heads(), testing::IsEmpty()) << "what was there before is gone";
 }
 
 TYPED_TEST(DefaultsStoreContract, ItsOwnWritesAreNotForeign) {
   const auto revision = this->store().foreignRevision();
   this->set(true, "key");
-  EXPECT_EQ(
-      this->store().transaction([](const DefaultsStore::Writer& write) { write(false, "key"); }),
-      StoreStatus::stored);
+  EXPECT_EQ(this->store().transaction([](StoreWriter& writer) { writer.set(false, "key"); }),
+            StoreStatus::stored);
   EXPECT_EQ(this->store().foreignRevision(), revision);
 }
 

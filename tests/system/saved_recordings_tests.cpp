@@ -21,14 +21,15 @@
 namespace tapeloop::system {
 namespace {
 
-using Edit = StoredRecordings::Edit;
+using Outcome = StoredRecordings::Outcome;
 
 constexpr int kills = 200;
-constexpr int mostRecordings = 20;
+constexpr std::size_t mostRecordings = 20;
 constexpr std::size_t eventCount = 200;
+constexpr std::size_t longRecordings = 60;  // of a megabyte each, before those
 
-/// Saves recordings with the numbers from `first` on, each in the place of the oldest one, until it
-/// is killed. Reports each number once it is stored.
+/// Saves recordings with the numbers from `first` on, removes the oldest of them and renames the
+/// first long one, until it is killed. Reports each number once it is stored.
 [[noreturn]] void saveUntilKilled(const std::filesystem::path& file, int first, int report) {
   const auto opened = SqliteDefaultsStore::open(file);
   if (!opened.store) ::_exit(1);
@@ -36,17 +37,30 @@ constexpr std::size_t eventCount = 200;
   for (int number = first;; ++number) {
     Recording recording = makeRecording(std::vector<InputEvent>(eventCount));
     recording.title = std::to_string(number);
-    const auto outcome = recordings.change([&](RecordingList& list) {
-      if (number >= mostRecordings) list.remove(0);
-      return list.append(recording) ? Edit::made : Edit::notEncodable;
-    });
-    if (!outcome.isStored() || ::write(report, &number, sizeof number) < 0) ::_exit(1);
+    bool isStored = recordings.append(recording).outcome == Outcome::stored;
+    while (isStored && recordings.list().size() > longRecordings + mostRecordings) {
+      isStored = recordings.remove(longRecordings).outcome == Outcome::stored;
+    }
+    isStored &= recordings.rename(0, "renamed").outcome == Outcome::stored;
+    if (!isStored || ::write(report, &number, sizeof number) < 0) ::_exit(1);
   }
 }
 
-TEST(SavedRecordings, AreIntactWhenTheProgramIsKilledInASave) {
+/// As version 1.0.0 left them.
+void storeLongRecordings(const std::filesystem::path& file) {
+  Recording recording = makeRecording(std::vector<InputEvent>(20'000));
+  recording.title = "long";
+  const std::string record = *encodeRecording(recording);
+  std::string text = "[" + record;
+  for (std::size_t i = 1; i < longRecordings; ++i) text += "," + record;
+  const auto opened = SqliteDefaultsStore::open(file);
+  ASSERT_EQ(opened.store->setObjectForKey(text + "]", StoredRecordings::key), StoreStatus::stored);
+}
+
+TEST(SavedRecordings, AreIntactWhenTheProgramIsKilled) {
   const support::TemporaryFolder folder;
   const auto file = folder.path() / "defaults.sqlite3";
+  ASSERT_NO_FATAL_FAILURE(storeLongRecordings(file));
   std::mt19937 random(1);
   int latest = -1;
   for (int round = 0; round < kills; ++round) {
@@ -73,15 +87,17 @@ TEST(SavedRecordings, AreIntactWhenTheProgramIsKilledInASave) {
     const auto opened = SqliteDefaultsStore::open(file);
     ASSERT_TRUE(opened.store) << opened.message;
     StoredRecordings recordings(*opened.store);
-    const RecordingList& list = recordings.list();
-    ASSERT_GT(list.size(), 0U);
-    const int last = std::stoi(list.title(list.size() - 1));
+    const auto& list = recordings.list();
+    ASSERT_GT(list.size(), longRecordings);
+    const int last = std::stoi(list.back().title);
     ASSERT_THAT(last, testing::AnyOf(latest, latest + 1));
-    const int first = std::max(0, last + 1 - mostRecordings);
-    ASSERT_EQ(list.size(), static_cast<std::size_t>(last + 1 - first));
-    for (std::size_t row = 0; row < list.size(); ++row) {
-      ASSERT_EQ(std::stoi(list.title(row)), first + static_cast<int>(row));
+    const auto count = list.size() - longRecordings;
+    ASSERT_LE(count, mostRecordings + 1);
+    for (std::size_t row = 1; row < list.size(); ++row) {
+      const int number = last + 1 - static_cast<int>(list.size() - row);
+      ASSERT_EQ(list[row].title, row < longRecordings ? "long" : std::to_string(number));
     }
+    ASSERT_EQ(recordings.recording(list.size() - 1)->typeArray.size(), eventCount);
     latest = last;
   }
 }
@@ -92,16 +108,12 @@ TEST(SavedRecordings, AreReadAgainWhenTheStoreWasReplaced) {
   const auto add = [](StoredRecordings& recordings, const std::string& title) {
     Recording recording = makeRecording({});
     recording.title = title;
-    return recordings
-        .change([&](RecordingList& list) {
-          return list.append(recording) ? Edit::made : Edit::notEncodable;
-        })
-        .isStored();
+    return recordings.append(recording).outcome == Outcome::stored;
   };
   const auto titles = [](StoredRecordings& recordings) {
     std::vector<std::string> found;
     for (std::size_t i = 0; i < recordings.list().size(); ++i) {
-      found.push_back(recordings.list().title(i));
+      found.push_back(recordings.list()[i].title);
     }
     return found;
   };

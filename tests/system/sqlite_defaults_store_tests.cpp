@@ -162,10 +162,10 @@ TEST_F(SqliteDefaultsStoreTest, KeepsTheOldValuesWhenTheDiskIsFull) {
   small.rlim_cur = 1 << 20;
   ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
   EXPECT_EQ(opened.store->setObjectForKey(longText, "key"), StoreStatus::diskFull);
-  EXPECT_EQ(opened.store->transaction([&](const DefaultsStore::Writer& write) {
-    write(std::string_view("new"), "key");
-    write(std::string_view(longText), "other");
-    write(true, "third");
+  EXPECT_EQ(opened.store->transaction([&](StoreWriter& writer) {
+    writer.set(std::string_view("new"), "key");
+    writer.set(std::string_view(longText), "other");
+    writer.set(true, "third");
   }),
             StoreStatus::diskFull);
   EXPECT_EQ(opened.store->objectForKey("key"), DefaultsValue("old"));
@@ -181,9 +181,9 @@ TEST_F(SqliteDefaultsStoreTest, TwoProgramsThatCountTogetherLoseNothing) {
   const auto countUp = [&] {
     const auto opened = open();
     for (std::int64_t i = 0; opened.store && i < each; ++i) {
-      const auto status = opened.store->transaction([&](const DefaultsStore::Writer& write) {
+      const auto status = opened.store->transaction([&](StoreWriter& writer) {
         const auto value = opened.store->objectForKey("count");
-        write(value ? std::get<std::int64_t>(*value) + 1 : std::int64_t{1}, "count");
+        writer.set(value ? std::get<std::int64_t>(*value) + 1 : std::int64_t{1}, "count");
       });
       if (status != StoreStatus::stored) return 1;
     }
@@ -218,7 +218,7 @@ TEST_F(SqliteDefaultsStoreTest, ChecksForForeignWritesOnceATurn) {
   EXPECT_EQ(told, 1);
   const auto later = mine.store->foreignRevision();
   EXPECT_EQ(theirs.store->setObjectForKey(false, "key"), StoreStatus::stored);
-  EXPECT_EQ(mine.store->transaction([&](const DefaultsStore::Writer&) {
+  EXPECT_EQ(mine.store->transaction([&](StoreWriter&) {
     EXPECT_NE(mine.store->foreignRevision(), later) << "what is read here is written over";
   }),
             StoreStatus::stored);
@@ -294,8 +294,8 @@ TEST_F(ReplacedStoreTest, IsOpenedAndEachFileKeepsItsOwnLog) {
 }
 
 TEST_F(ReplacedStoreTest, DuringATransactionMakesItFail) {
-  EXPECT_EQ(opened_.store->transaction([&](const DefaultsStore::Writer& write) {
-    write(std::string_view("lost"), "key");
+  EXPECT_EQ(opened_.store->transaction([&](StoreWriter& writer) {
+    writer.set(std::string_view("lost"), "key");
     fs::rename(file_, aside_);
     fs::rename(backup("theirs"), file_);
   }),
@@ -359,9 +359,9 @@ TEST_F(SqliteDefaultsStoreTest, DoesNotWriteOverWhatIsLockedOrUnreadable) {
   execute("COMMIT");
   EXPECT_FALSE(opened.store->objectForKey("key"));
   EXPECT_EQ(set(), StoreStatus::damaged);
-  EXPECT_EQ(opened.store->transaction([](const DefaultsStore::Writer& write) {
-    write(true, "other");
-    write(true, "key");
+  EXPECT_EQ(opened.store->transaction([](StoreWriter& writer) {
+    writer.set(true, "other");
+    writer.set(true, "key");
   }),
             StoreStatus::damaged);
   EXPECT_FALSE(opened.store->objectForKey("other"));

@@ -130,7 +130,7 @@ TEST_F(StoreFailureTests, StartsWithAStoreThatIsNoGood) {
   expectStart(noneRead + ": there is no permission to open " + name + ".", {}, asOrdinaryUser());
   ASSERT_EQ(chmod(folder.c_str(), 0700), 0);
   ASSERT_EQ(chmod(name.c_str(), 0600), 0);
-  execute(open(file()), "PRAGMA user_version = 1");
+  execute(open(file()), "PRAGMA user_version = 2");
   expectStart(noneRead + ": " + name + " was written by a newer version of Tapeloop.", {});
 
   const std::string fill = "{ head -c 1m /dev/zero >\"$0/filler\" 2>/dev/null; true; }";

@@ -19,38 +19,25 @@ namespace tapeloop::simulated {
 class FaultyDefaultsStore final : public MemoryDefaultsStore {
  public:
   [[nodiscard]] std::optional<DefaultsValue> objectForKey(std::string_view key) const override {
-    ++reads_[std::string(key)];
-    if (readStatus_ != StoreStatus::stored) {
-      unread_.emplace(key);
-      return std::nullopt;
-    }
-    hasNews_ |= unread_.erase(std::string(key)) > 0;
+    if (!canRead(key)) return std::nullopt;
     return MemoryDefaultsStore::objectForKey(key);
+  }
+  [[nodiscard]] std::optional<std::vector<ListElement>> elementsForKey(
+      std::string_view key) const override {
+    if (!canRead(key)) return std::nullopt;
+    return MemoryDefaultsStore::elementsForKey(key);
+  }
+  [[nodiscard]] std::optional<std::string> elementText(std::int64_t element,
+                                                       std::string_view key) const override {
+    if (!canRead(key)) return std::nullopt;
+    return MemoryDefaultsStore::elementText(element, key);
   }
   [[nodiscard]] StoreStatus statusOfRead(std::string_view key) const override {
     return unread_.contains(key) ? StoreStatus::unavailable : StoreStatus::stored;
   }
-  [[nodiscard]] StoreStatus setObjectForKey(const DefaultsValue& value,
-                                            std::string_view key) override {
-    ++writes_[std::string(key)];
-    if (const auto status = statusOfWrite(key); status != StoreStatus::stored) return status;
-    return MemoryDefaultsStore::setObjectForKey(value, key);
-  }
-  /// A status other than `locked` makes the writes of `body` fail.
   [[nodiscard]] StoreStatus transaction(
-      const std::function<void(const Writer& write)>& body) override {
-    if (status_ == StoreStatus::locked) return status_;
-    auto status = StoreStatus::stored;
-    const auto counted = [this, &status](const Writer& write) {
-      return Writer([this, &status, &write](const DefaultsView& value, std::string_view key) {
-        ++writes_[std::string(key)];
-        if (status == StoreStatus::stored) status = statusOfWrite(key);
-        if (status == StoreStatus::stored) write(value, key);
-      });
-    };
-    const auto result =
-        MemoryDefaultsStore::transaction([&](const Writer& write) { body(counted(write)); });
-    return status == StoreStatus::stored ? result : status;
+      const std::function<void(StoreWriter& writer)>& body) override {
+    return status_ == StoreStatus::locked ? status_ : MemoryDefaultsStore::transaction(body);
   }
   [[nodiscard]] std::uint64_t foreignRevision() const override { return foreignRevision_; }
 
@@ -79,7 +66,17 @@ class FaultyDefaultsStore final : public MemoryDefaultsStore {
     return known == counts.end() ? 0 : known->second;
   }
 
-  [[nodiscard]] StoreStatus statusOfWrite(std::string_view key) const {
+  [[nodiscard]] bool canRead(std::string_view key) const {
+    ++reads_[std::string(key)];
+    if (readStatus_ == StoreStatus::stored) {
+      hasNews_ |= unread_.erase(std::string(key)) > 0;
+    } else {
+      unread_.emplace(key);
+    }
+    return readStatus_ == StoreStatus::stored;
+  }
+  StoreStatus admit(std::string_view key) override {
+    ++writes_[std::string(key)];
     return status_ != StoreStatus::stored ? status_ : statusOfRead(key);
   }
 

@@ -1,31 +1,20 @@
 #include "platform/system/sqlite_defaults_store.h"
 
-#include <array>
-#include <bit>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <utility>
-#include <variant>
-#include <vector>
 
 #include <sqlite3.h>
 
 #include "platform/system/run_loop.h"
+#include "platform/system/store_tables.h"
 
 namespace tapeloop::system {
 namespace {
 
 namespace fs = std::filesystem;
 
-// Stored in the file: a number must never change its meaning.
-enum class ValueType : int { boolean = 0, integer = 1, real = 2, text = 3 };
-
-constexpr const char* selectValue = "SELECT type, value, rowid FROM defaults WHERE key = ?1";
 constexpr const char* selectVersion = "PRAGMA data_version";
-constexpr const char* storeValue =
-    "INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
-    "ON CONFLICT(key) DO UPDATE SET type = excluded.type, value = excluded.value";
 
 /// The sentence for the user, by whether the file can at least be read.
 std::string sentence(StoreStatus status, const fs::path& file, bool isReadable) {
@@ -49,51 +38,6 @@ std::string sentence(StoreStatus status, const fs::path& file, bool isReadable) 
       break;
   }
   return lost + ": " + name + (isReadable ? " can't be written." : " can't be opened.");
-}
-
-// Doubles are stored as their eight bytes: SQLite's reals keep neither NaN nor the sign of zero.
-using RealBytes = std::array<char, sizeof(double)>;
-
-/// Reads directly into the string. Reading the column of the statement would make SQLite copy the
-/// text first, which may be many megabytes.
-std::optional<std::string> readText(sqlite3* database, sqlite3_int64 rowid) {
-  sqlite3_blob* opened = nullptr;
-  const int result = sqlite3_blob_open(database, "main", "defaults", "value", rowid, 0, &opened);
-  const std::unique_ptr<sqlite3_blob, decltype(&sqlite3_blob_close)> blob(opened,
-                                                                          sqlite3_blob_close);
-  if (result != SQLITE_OK) return std::nullopt;
-  std::string text(static_cast<std::size_t>(sqlite3_blob_bytes(opened)), '\0');
-  const int size = static_cast<int>(text.size());
-  if (sqlite3_blob_read(opened, text.data(), size, 0) != SQLITE_OK) return std::nullopt;
-  return text;
-}
-
-std::optional<DefaultsValue> readValue(sqlite3* database, sqlite3_stmt* row) {
-  const int storage = sqlite3_column_type(row, 1);
-  const auto type = static_cast<ValueType>(sqlite3_column_int(row, 0));
-  if (type == ValueType::boolean && storage == SQLITE_INTEGER) {
-    return sqlite3_column_int64(row, 1) != 0;
-  }
-  if (type == ValueType::integer && storage == SQLITE_INTEGER) {
-    return std::int64_t{sqlite3_column_int64(row, 1)};
-  }
-  if (type == ValueType::text && storage == SQLITE_TEXT) {
-    return readText(database, sqlite3_column_int64(row, 2));
-  }
-  RealBytes bytes;
-  if (type == ValueType::real && storage == SQLITE_BLOB &&
-      sqlite3_column_bytes(row, 1) == static_cast<int>(bytes.size())) {
-    std::memcpy(bytes.data(), sqlite3_column_blob(row, 1), bytes.size());
-    return std::bit_cast<double>(bytes);
-  }
-  return std::nullopt;
-}
-
-void bindText(sqlite3_stmt* statement, int position, std::string_view text) {
-  // SQLITE_STATIC: the statement is destroyed before the text. An empty view may hold a null
-  // pointer, which would bind NULL.
-  sqlite3_bind_text64(statement, position, text.empty() ? "" : text.data(), text.size(),
-                      SQLITE_STATIC, SQLITE_UTF8);
 }
 
 }  // namespace
@@ -130,7 +74,9 @@ void SqliteDefaultsStore::follow(EpollRunLoop& loop) {
   isInTurns_ = true;
 }
 
-std::optional<DefaultsValue> SqliteDefaultsStore::objectForKey(std::string_view key) const {
+template <typename T>
+std::optional<T> SqliteDefaultsStore::read(
+    std::string_view key, const std::function<StoreStatus(std::optional<T>&)>& body) const {
   reopenIfReplaced(IfMissing::leave);
   const auto failed = failedReads_.find(key);
   const bool hasFailed = failed != failedReads_.end();
@@ -139,23 +85,38 @@ std::optional<DefaultsValue> SqliteDefaultsStore::objectForKey(std::string_view 
     if (hasFailed) failedReads_.erase(failed);
     return std::nullopt;
   }
-  const SqliteStatement statement = database_ ? database_.prepare(selectValue) : nullptr;
-  if (statement) bindText(statement.get(), 1, key);
-  const int result = statement ? sqlite3_step(statement.get()) : SQLITE_ERROR;
-  std::optional<DefaultsValue> value;
-  if (result == SQLITE_ROW) value = readValue(database_.get(), statement.get());
-  if (value || result == SQLITE_DONE) {
+  // One read transaction, so that several statements see the same state.
+  const bool isAlone = database_ && !database_.isInTransaction();
+  if (isAlone) (void)database_.execute("BEGIN");
+  std::optional<T> value;
+  StoreStatus status = database_.writing();
+  if (database_) status = body(value);
+  if (isAlone) (void)database_.execute("COMMIT");
+  if (status == StoreStatus::stored) {
     if (hasFailed) {
       failedReads_.erase(failed);
       hasNews_ = true;
     }
-  } else {
-    StoreStatus status = database_.status();
-    // A row whose value does not match its type counts as damaged.
-    if (status == StoreStatus::stored) status = StoreStatus::damaged;
-    failedReads_.insert_or_assign(std::string(key), FailedRead{status, isInTurns_});
+    return value;
   }
-  return value;
+  failedReads_.insert_or_assign(std::string(key), FailedRead{status, isInTurns_});
+  return std::nullopt;
+}
+
+std::optional<DefaultsValue> SqliteDefaultsStore::objectForKey(std::string_view key) const {
+  return read<DefaultsValue>(key, [&](auto& value) { return readValue(database_, key, value); });
+}
+
+std::optional<std::vector<ListElement>> SqliteDefaultsStore::elementsForKey(
+    std::string_view key) const {
+  return read<std::vector<ListElement>>(
+      key, [&](auto& elements) { return readElements(database_, key, elements); });
+}
+
+std::optional<std::string> SqliteDefaultsStore::elementText(std::int64_t element,
+                                                            std::string_view key) const {
+  return read<std::string>(key,
+                           [&](auto& text) { return readElementText(database_, element, text); });
 }
 
 StoreStatus SqliteDefaultsStore::statusOfRead(std::string_view key) const {
@@ -163,19 +124,12 @@ StoreStatus SqliteDefaultsStore::statusOfRead(std::string_view key) const {
   return failed == failedReads_.end() ? StoreStatus::stored : failed->second.status;
 }
 
-StoreStatus SqliteDefaultsStore::setObjectForKey(const DefaultsValue& value, std::string_view key) {
-  return transaction([&](const Writer& write) { write(viewOf(value), key); });
-}
-
-StoreStatus SqliteDefaultsStore::transaction(const std::function<void(const Writer& write)>& body) {
+StoreStatus SqliteDefaultsStore::transaction(const std::function<void(StoreWriter& writer)>& body) {
   StoreStatus status = begin();
   if (status != StoreStatus::stored) return status;
-  std::vector<std::string> keys;
-  body([&](const DefaultsView& value, std::string_view key) {
-    if (status != StoreStatus::stored) return;
-    status = write(value, key);
-    keys.emplace_back(key);
-  });
+  TableWriter writer(database_, [this](std::string_view key) { return statusOfRead(key); });
+  body(writer);
+  status = writer.status();
   // The first check keeps a file that was moved away from being changed. Only the second one makes
   // sure that the values were written to the file that has the name now.
   if (status == StoreStatus::stored) status = place();
@@ -186,7 +140,7 @@ StoreStatus SqliteDefaultsStore::transaction(const std::function<void(const Writ
     if (database_.isInTransaction()) (void)database_.execute("ROLLBACK");
     return status;
   }
-  for (const std::string& key : keys) callObservers(key);
+  for (const std::string& key : writer.keys()) callObservers(key);
   return status;
 }
 
@@ -246,34 +200,6 @@ StoreStatus SqliteDefaultsStore::begin() {
     (void)database_.execute("ROLLBACK");
   }
   return status;
-}
-
-StoreStatus SqliteDefaultsStore::write(const DefaultsView& value, std::string_view key) {
-  if (const StoreStatus read = statusOfRead(key); read != StoreStatus::stored) return read;
-  const SqliteStatement statement = database_.prepare(storeValue);
-  if (!statement) return database_.status();
-  bindText(statement.get(), 1, key);
-  RealBytes bytes;
-  const auto bindType = [&statement](ValueType type) {
-    sqlite3_bind_int(statement.get(), 2, static_cast<int>(type));
-  };
-  if (const auto* boolean = std::get_if<bool>(&value)) {
-    bindType(ValueType::boolean);
-    sqlite3_bind_int(statement.get(), 3, *boolean ? 1 : 0);
-  } else if (const auto* integer = std::get_if<std::int64_t>(&value)) {
-    bindType(ValueType::integer);
-    sqlite3_bind_int64(statement.get(), 3, *integer);
-  } else if (const auto* real = std::get_if<double>(&value)) {
-    bindType(ValueType::real);
-    bytes = std::bit_cast<RealBytes>(*real);
-    sqlite3_bind_blob(statement.get(), 3, bytes.data(), static_cast<int>(bytes.size()),
-                      SQLITE_STATIC);
-  } else {
-    bindType(ValueType::text);
-    bindText(statement.get(), 3, std::get<std::string_view>(value));
-  }
-  if (sqlite3_step(statement.get()) != SQLITE_DONE) return database_.status();
-  return StoreStatus::stored;
 }
 
 void SqliteDefaultsStore::callObservers(std::string_view key) {

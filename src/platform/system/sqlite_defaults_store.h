@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/defaults_store.h"
 #include "platform/observable.h"
@@ -47,10 +48,12 @@ class SqliteDefaultsStore final : public DefaultsStore {
 
   [[nodiscard]] std::optional<DefaultsValue> objectForKey(std::string_view key) const override;
   [[nodiscard]] StoreStatus statusOfRead(std::string_view key) const override;
-  [[nodiscard]] StoreStatus setObjectForKey(const DefaultsValue& value,
-                                            std::string_view key) override;
+  [[nodiscard]] std::optional<std::vector<ListElement>> elementsForKey(
+      std::string_view key) const override;
+  [[nodiscard]] std::optional<std::string> elementText(std::int64_t element,
+                                                       std::string_view key) const override;
   [[nodiscard]] StoreStatus transaction(
-      const std::function<void(const Writer& write)>& body) override;
+      const std::function<void(StoreWriter& writer)>& body) override;
   [[nodiscard]] std::uint64_t foreignRevision() const override;
   Subscription observe(std::string_view key, std::function<void()> callback) override;
   Subscription observeForeignWrites(std::function<void()> callback) override {
@@ -71,8 +74,11 @@ class SqliteDefaultsStore final : public DefaultsStore {
   /// `stored` if the name still refers to the open file, otherwise `locked`.
   [[nodiscard]] StoreStatus place() const;
   [[nodiscard]] StoreStatus begin();
-  /// Does not call the observers.
-  [[nodiscard]] StoreStatus write(const DefaultsView& value, std::string_view key);
+  /// What `body` reads, unless the key failed to be read in this turn already. `body` returns the
+  /// outcome.
+  template <typename T>
+  std::optional<T> read(std::string_view key,
+                        const std::function<StoreStatus(std::optional<T>&)>& body) const;
   void callObservers(std::string_view key);
   /// True if observers were called.
   bool endTurn();

@@ -31,9 +31,9 @@ constexpr const char* writingSettings =
     "PRAGMA journal_size_limit=4194304;"
     "CREATE TABLE IF NOT EXISTS defaults("
     "key TEXT PRIMARY KEY NOT NULL, type INTEGER NOT NULL, value NOT NULL)";
-// The version of the file's format. Later versions of the program raise it if this one would
-// misread or damage their files.
-constexpr int knownFormat = 0;
+// The version of the file's format: 0, or 1 once it has held a list. Later versions of the program
+// raise it if this one would misread or damage their files.
+constexpr int knownFormat = 1;
 constexpr const char* selectFormat = "PRAGMA user_version";
 // Fails to compile if the table is not that of a store.
 constexpr const char* selectColumns = "SELECT key, type, value FROM defaults";
