@@ -1,5 +1,5 @@
 # Writes the releases of CHANGELOG.md in the form of AppStream (form=appstream) or of a Debian
-# changelog (form=debian, with maintainer=NAME AND ADDRESS).
+# changelog (form=debian, with maintainer=NAME AND ADDRESS). What is under "Unreleased" is left out.
 
 # Lines of a Debian changelog have 80 characters at most.
 function print_wrapped(text, count, words, line, i) {
@@ -40,7 +40,9 @@ function end_release(command, time) {
   }
 }
 
+/^## Unreleased$/ { unreleased = 1; next }
 /^## / {
+  unreleased = 0
   end_release()
   version = $2
   day = substr($3, 2, 10)
@@ -50,6 +52,7 @@ function end_release(command, time) {
     print "    <release version=\"" version "\" date=\"" day "\">\n" \
           "      <description>\n        <ul>"
 }
+unreleased { next }
 /^- / { end_change(); change = substr($0, 3) }
 /^  / { change = change " " substr($0, 3) }
 END { end_release() }
