@@ -11,10 +11,12 @@ namespace tapeloop {
 /// decimal, with an exponent where that is shorter.
 class NumberText {
  public:
-  explicit NumberText(std::integral auto number, int base = 10)
-      : end_(std::to_chars(text_.begin(), text_.end(), number, base).ptr) {}
-  explicit NumberText(double number)
-      : end_(std::to_chars(text_.begin(), text_.end(), number).ptr) {}
+  explicit NumberText(std::integral auto number, int base = 10) {
+    end_ = std::to_chars(text_.begin(), text_.end(), number, base).ptr;
+  }
+  explicit NumberText(double number) {
+    end_ = std::to_chars(text_.begin(), text_.end(), number).ptr;
+  }
   NumberText(const NumberText&) = delete;
   NumberText& operator=(const NumberText&) = delete;
 
@@ -22,7 +24,7 @@ class NumberText {
 
  private:
   std::array<char, 32> text_;  // a float takes 24 at most
-  const char* const end_;
+  const char* end_;
 };
 
 }  // namespace tapeloop
