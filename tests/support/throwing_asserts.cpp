@@ -11,10 +11,16 @@ class Thrower : public testing::EmptyTestEventListener {
   }
 };
 
-[[maybe_unused]] const bool isInstalled = [] {
-  testing::UnitTest::GetInstance()->listeners().Append(new Thrower);  // which GoogleTest deletes
-  return true;
-}();
+/// Behind the listener that prints failures, which --gtest_brief replaces when main has begun: an
+/// exception keeps the listeners after it from hearing of the failure.
+class Installer : public testing::Environment {
+  void SetUp() override {
+    testing::UnitTest::GetInstance()->listeners().Append(new Thrower);  // which GoogleTest deletes
+  }
+};
+
+[[maybe_unused]] testing::Environment* const installer =
+    testing::AddGlobalTestEnvironment(new Installer);  // which GoogleTest deletes
 
 }  // namespace
 }  // namespace tapeloop::support
