@@ -21,13 +21,15 @@ Window {
         id: palette
     }
 
-    Shortcut {
-        sequences: ["Escape", "Ctrl+W"]
-        onActivated: root.close()
-    }
-    Shortcut {
-        sequences: ["Return", "Enter", "Space"]
-        onActivated: root.close()
+    // No Shortcut, for the reason in AlertWindow.
+    Item {
+        focus: true
+        Keys.onPressed: event => {
+            const closes = event.modifiers === Qt.ControlModifier ? [Qt.Key_W]
+                : [Qt.Key_Escape, Qt.Key_Return, Qt.Key_Enter, Qt.Key_Space];
+            if (closes.includes(event.key))
+                root.close();
+        }
     }
 
     Column {

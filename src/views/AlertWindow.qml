@@ -56,13 +56,11 @@ Window {
         id: palette
     }
 
-    Shortcut {
-        sequence: "Escape"
-        onActivated: root.dismissed()
-    }
-
     Item {
         anchors.fill: parent
+        // Not a Shortcut: in Qt 6.8 that of a hidden window stays active as long as the window it
+        // belongs to has the focus, or any other of its dialogs, and two for one key do nothing.
+        Keys.onEscapePressed: root.dismissed()
         Accessible.role: Accessible.AlertMessage
         Accessible.name: root.heading
         Accessible.description: root.message

@@ -102,6 +102,22 @@ TEST_F(AccessibilityTests, EverythingIsReachedByNameAndQtReportsNoError) {
   EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "");
 }
 
+TEST_F(AccessibilityTests, EscapeClosesEachWindowAfterAnother) {
+  Program program(desktop);
+  for (const char* opener : {"Play", "Information", "Menu", "Information", "Play"}) {
+    ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 0));
+    program.press(opener);
+    if (opener == std::string("Menu")) {
+      ASSERT_TRUE(program.named(Role::menuItem, "About Tapeloop").press());
+      ASSERT_TRUE(desktop.waitForFocus("About Tapeloop", 0));
+    } else {
+      ASSERT_TRUE(desktop.waitForFocus("Tapeloop", 1));
+    }
+    desktop.user().tapKey("Escape");
+  }
+  EXPECT_TRUE(desktop.waitForFocus("Tapeloop", 0)) << "the last one, too";
+}
+
 TEST_F(AccessibilityTests, TheTabKeyReachesEveryControlOnceAndInOrder) {
   Program program(desktop);
   ASSERT_TRUE(desktop.waitForWindows("Tapeloop", 1));
