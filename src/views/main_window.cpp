@@ -15,6 +15,12 @@
 // linker leaves it out of the program.
 extern void qml_register_types_Tapeloop();
 
+// Must be outside of namespaces. Without it the linker leaves out the compiled QML in Qt 6.8, and
+// each user's cache folder gets a copy of it.
+static void initializeCompiledQml() {
+  Q_INIT_RESOURCE(qmlcache_tapeloop_views);
+}
+
 namespace tapeloop {
 namespace {
 
@@ -53,6 +59,7 @@ std::unique_ptr<QQuickItem> createItem(QQmlComponent& component, const char* nam
 
 void registerViews(qt::ViewRegistry& registry, QQmlEngine& engine,
                    const std::string& missingPermission) {
+  initializeCompiledQml();
   engine.addImageProvider(QStringLiteral("symbols"), new SymbolProvider);  // the engine owns it
   registry.add<RecordingView>([component = load(engine, "IndicatorPill.qml")](
                                   const std::shared_ptr<RecordingView>& view) {

@@ -183,12 +183,13 @@ std::vector<std::string> asOrdinaryUser() {
 Application::Application(TestDesktop& desktop, const std::vector<std::string>& command,
                          const std::optional<std::filesystem::path>& dataFolder)
     : desktop_(desktop),
-      process_(joined(withStandardError, command),
-               joined(AccessibilityBus::instance().environment(),
-                      {desktop.server().displayVariable(),
-                       "XDG_RUNTIME_DIR=" + folder_.path().string(), "QT_SCALE_FACTOR=1",
-                       "XDG_DATA_HOME=" + dataFolder.value_or(folder_.path() / "data").string()})) {
-}
+      process_(
+          joined(withStandardError, command),
+          joined(AccessibilityBus::instance().environment(),
+                 {desktop.server().displayVariable(), "XDG_RUNTIME_DIR=" + folder_.path().string(),
+                  "QT_SCALE_FACTOR=1",
+                  "XDG_DATA_HOME=" + dataFolder.value_or(folder_.path() / "data").string(),
+                  "XDG_CACHE_HOME=" + dataFolder.value_or(folder_.path()).string() + "/cache"})) {}
 
 Element Application::accessible() {
   std::optional<Element> found;

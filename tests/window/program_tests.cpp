@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -84,6 +85,7 @@ TEST_F(ProgramTests, ASecondStartBringsBackTheMinimisedWindow) {
   EXPECT_EQ(second.exitCode(), 0);
   EXPECT_TRUE(desktop.waitForWindows("Tapeloop", 1));
   EXPECT_TRUE(first.process().isRunning());
+  EXPECT_FALSE(std::filesystem::exists(data.path() / "cache")) << "QML is compiled at build time";
 }
 
 TEST_F(ProgramTests, AKilledServerOrASignalEndsItInOrder) {
