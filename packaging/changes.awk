@@ -1,5 +1,6 @@
 # Writes the releases of CHANGELOG.md in the form of AppStream (form=appstream) or of a Debian
-# changelog (form=debian, with maintainer=NAME AND ADDRESS). What is under "Unreleased" is left out.
+# changelog (form=debian, with maintainer=NAME AND ADDRESS). What is under "Unreleased" is left out of
+# the first; in the second it has the version and the day given as unreleased="VERSION (DAY)".
 
 # Lines of a Debian changelog have 80 characters at most.
 function print_wrapped(text, count, words, line, i) {
@@ -40,19 +41,19 @@ function end_release(command, time) {
   }
 }
 
-/^## Unreleased$/ { unreleased = 1; next }
 /^## / {
-  unreleased = 0
   end_release()
+  if ($2 == "Unreleased") $0 = "## " unreleased
   version = $2
   day = substr($3, 2, 10)
+  if (day == "") next
   if (form == "debian")
     print "tapeloop (" version ") stable; urgency=medium\n"
   else
     print "    <release version=\"" version "\" date=\"" day "\">\n" \
           "      <description>\n        <ul>"
 }
-unreleased { next }
+day == "" { next }
 /^- / { end_change(); change = substr($0, 3) }
 /^  / { change = change " " substr($0, 3) }
 END { end_release() }
