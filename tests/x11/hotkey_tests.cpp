@@ -252,6 +252,14 @@ TEST_F(HotKeys, LocksAndLayoutsMakeNoDifference) {
     EXPECT_TRUE(isNamed(13, name)) << layout;
     EXPECT_TRUE(isNamed(12, "⌃Q")) << "the menu's key is recognised";
   }
+  // A shortcut on show is named anew when the user switches to the second layout.
+  useLayout("us,de", "grp:menu_toggle");
+  std::string shown;
+  const Subscription onLayout = layouts.onChange([&] {
+    shown = displayText({16, controlKey}, layouts);
+  });
+  user.tapKey("Menu");
+  EXPECT_TRUE(turnUntil([&] { return shown == "⌃Z"; })) << shown;
   // Shift is not a lock because a key can lock it.
   useLayout("us", "caps:shiftlock");
   shortcuts().setShortcut(playShortcut, Shortcut{15, controlKey | optionKey | shiftKey});
@@ -264,7 +272,7 @@ TEST_F(HotKeys, LocksAndLayoutsMakeNoDifference) {
   EXPECT_EQ(desktop.isRecording(), before) << "with Shift it is another combination";
   up({"Shift_L"});
   useLayout("us");
-  EXPECT_TRUE(doesApplicationSee({"Num_Lock", "Scroll_Lock", "Scroll_Lock"}))
+  EXPECT_TRUE(doesApplicationSee({"Num_Lock", "Scroll_Lock", "Scroll_Lock", "Menu"}))
       << "and nothing of a shortcut";
 }
 
