@@ -76,8 +76,8 @@ struct Changes {
   double written;  // megabytes, by a save, a rename and a delete, moved from the log included
 };
 
-/// Each round on a library of that size; one of several is made once, since it stays about as it
-/// is.
+/// Each round on a library of that size. A library of several recordings is used for all rounds,
+/// since they hardly change it.
 Changes measureChanges(const fs::path& file, const bench::LibrarySize& size) {
   std::vector<double> loading, saving, renaming, deleting;
   double written = 0;
@@ -134,8 +134,7 @@ double scanningTime(const fs::path& file) {
   return bench::quantile(times, 0.5);
 }
 
-/// Megabytes that a process has in memory once it has opened the sidebar: one that has done nothing
-/// else before.
+/// Megabytes that a new process has in memory once it has opened the sidebar.
 double memoryOf(const fs::path& file) {
   std::array<int, 2> ends{};
   if (::pipe(ends.data()) != 0) throw std::runtime_error("no pipe");
@@ -169,7 +168,7 @@ bool run(const fs::path& folder) {
   bool met = bench::makeLibrary(empty, {0, 0});
   for (const Case& of : cases) {
     const std::string name = std::string("library of ") + of.name + ": ";
-    // What is loaded and deleted is as long in either.
+    // In both libraries the recording that is loaded and deleted has the same length.
     const Changes floor = measureChanges(single, {1, of.size.events});
     const Changes ours = measureChanges(full, of.size);
     const double opening = openingTime(full);

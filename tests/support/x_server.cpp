@@ -18,8 +18,8 @@ namespace {
 // - The output is "screen" on Xvfb. On X.Org it is "DUMMY0", and the primary one.
 // - X.Org's devices are a keyboard and a mouse that a user can move; those of Xvfb do nothing. The
 //   mouse has an axis for each wheel, from which the server makes the buttons 4 to 7.
-// - X.Org begins with the key codes of another age, which name the arrow keys and many others
-//   differently: setxkbmap needs the rules as an argument.
+// - X.Org starts with an older table of keycodes, in which the arrow keys and many others differ:
+//   setxkbmap needs the rules as an argument.
 bool isXorgWanted(const XServerOptions& options) {
   const char* const server = std::getenv("TAPELOOP_TEST_SERVER");
   return options.hardware || (server != nullptr && std::string_view(server) == "Xorg");
@@ -89,7 +89,7 @@ EndSection
 
 std::vector<std::string> xorg(const XServerOptions& options, const std::filesystem::path& folder) {
   writeConfiguration(folder, options);
-  // The server itself: a command of this name in PATH may be one for users at a console alone.
+  // The full path, since "Xorg" in PATH may be a wrapper that only users at a console may run.
   return {"/usr/lib/xorg/Xorg", "-config",      folder / "xorg.conf", "-configdir", folder,
           "-logfile",           folder / "log", "-novtswitch",        "-quiet"};
 }

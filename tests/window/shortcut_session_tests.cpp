@@ -25,8 +25,8 @@ constexpr const char* controlOptionP = R"({"carbonKeyCode":35,"carbonModifiers":
 constexpr const char* damaged = R"({"carbonKeyCode":15,"carbonModifiers":)";
 
 #ifdef __SANITIZE_ADDRESS__
-// Under the sanitizer the program is slower than a storm at full speed, and would be busy with that
-// for as long as it lasts.
+// With the sanitizer the program handles presses more slowly than they can be posted, and would get
+// to nothing else until the last one.
 constexpr std::chrono::milliseconds betweenPresses{10};
 #else
 constexpr std::chrono::milliseconds betweenPresses{0};
@@ -62,7 +62,7 @@ class ShortcutSessionTests : public testing::Test {
   }
   void expectNothingIsTaken() {
     EXPECT_THAT(keysDown(desktop.server().display()), IsEmpty());
-    // The window manager hands out the focus that the program had some time after it has gone.
+    // Some time after the program has ended, the window manager gives its focus to another window.
     const bool all = eventually([&] {
       application.takeFocus();
       application.clear();
